@@ -115,7 +115,7 @@ def negated(op):
 
 def wrapping(expression):
     """A measure as the unsigned expression whose signed value it is."""
-    return re.sub(r"[A-Za-z]\w*", lambda m: f"u({m.group()})", re.sub(r"\b(\d+)\b", r"\1u", expression))
+    return re.sub(r"\w+", lambda m: f"{m.group()}u" if m.group().isdigit() else f"u({m.group()})", expression)
 
 
 def density(member):

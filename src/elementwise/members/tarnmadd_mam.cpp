@@ -130,7 +130,7 @@ tarnmStatus tarnmAdd_mam_32f(const float* pSrc1, int32_t src1ObjectStride, int32
     if (anyBelowOne(width, height))
         return StatusBadSize;
     const bool dense = allPacked<float>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work((u(height) + u(height) * u(count) * 2u(u)) * u(width)) >= (dense ? 3000 : 2000))
+    if (work((u(height) + u(height) * u(count) * 2u) * u(width)) >= (dense ? 3000 : 2000))
         return ownOMP_tarnmAdd_mam_32f(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, pSrc2,
             src2RowStride, src2ElementStride, pDst, dstObjectStride, dstRowStride, dstElementStride, width, height,
             count);
@@ -160,7 +160,7 @@ tarnmStatus tarnmAdd_mam_32f_L(const float* const* ppSrc1, int32_t src1RoiShift,
     if (badRoiShift<float>(src1RoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<float>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work((u(height) + u(height) * u(count) * 2u(u)) * u(width)) >= 2000)
+    if (work((u(height) + u(height) * u(count) * 2u) * u(width)) >= 2000)
         return ownOMP_tarnmAdd_mam_32f_L(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, pSrc2,
             src2RowStride, src2ElementStride, ppDst, dstRoiShift, dstRowStride, dstElementStride, width, height,
             count);
@@ -187,7 +187,7 @@ tarnmStatus tarnmAdd_mam_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
         return StatusBadStride;
     if (badRoiShift<float>(src1RoiShift, src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work((u(height) + u(height) * u(count) * 2u(u)) * u(width)) >= 2000)
+    if (work((u(height) + u(height) * u(count) * 2u) * u(width)) >= 2000)
         return ownOMP_tarnmAdd_mam_32f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, ppDst,
             dstRoiShift, dstObjectStride, width, height, count);
     return ownPointer_tarnmAdd_mam_32f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, ppDst,
@@ -209,7 +209,7 @@ tarnmStatus tarnmAdd_mam_64f(const double* pSrc1, int32_t src1ObjectStride, int3
     if (anyBelowOne(width, height))
         return StatusBadSize;
     const bool dense = allPacked<double>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work((u(height) + u(height) * u(count) * 2u(u)) * u(width)) >= 2000)
+    if (work((u(height) + u(height) * u(count) * 2u) * u(width)) >= 2000)
         return ownOMP_tarnmAdd_mam_64f(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, pSrc2,
             src2RowStride, src2ElementStride, pDst, dstObjectStride, dstRowStride, dstElementStride, width, height,
             count);
@@ -239,7 +239,7 @@ tarnmStatus tarnmAdd_mam_64f_L(const double* const* ppSrc1, int32_t src1RoiShift
     if (badRoiShift<double>(src1RoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<double>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work((u(height) + u(height) * u(count) * 2u(u)) * u(width)) >= 2000)
+    if (work((u(height) + u(height) * u(count) * 2u) * u(width)) >= 2000)
         return ownOMP_tarnmAdd_mam_64f_L(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, pSrc2,
             src2RowStride, src2ElementStride, ppDst, dstRoiShift, dstRowStride, dstElementStride, width, height,
             count);
@@ -266,7 +266,7 @@ tarnmStatus tarnmAdd_mam_64f_P(const double* const* ppSrc1, int32_t src1RoiShift
         return StatusBadStride;
     if (badRoiShift<double>(src1RoiShift, src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work((u(height) + u(height) * u(count) * 2u(u)) * u(width)) >= 2000)
+    if (work((u(height) + u(height) * u(count) * 2u) * u(width)) >= 2000)
         return ownOMP_tarnmAdd_mam_64f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, ppDst,
             dstRoiShift, dstObjectStride, width, height, count);
     return ownPointer_tarnmAdd_mam_64f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, ppDst,

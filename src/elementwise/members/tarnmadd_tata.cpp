@@ -132,7 +132,7 @@ tarnmStatus tarnmAdd_tata_32f(const float* pSrc1, int32_t src1ObjectStride, int3
         src2ElementStride, dstObjectStride, dstRowStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<float>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(height) * 3u(u) * (u(width) * u(count))) >= (dense ? 3000 : 2000))
+    if (work(u(height) * 3u * (u(width) * u(count))) >= (dense ? 3000 : 2000))
         return ownOMP_tarnmAdd_tata_32f(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, pSrc2,
             src2ObjectStride, src2RowStride, src2ElementStride, pDst, dstObjectStride, dstRowStride,
             dstElementStride, width, height, count);
@@ -162,7 +162,7 @@ tarnmStatus tarnmAdd_tata_32f_L(const float* const* ppSrc1, int32_t src1RoiShift
     if (badRoiShift<float>(src1RoiShift, src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<float>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(height) * 3u(u) * (u(width) * u(count))) >= 2000)
+    if (work(u(height) * 3u * (u(width) * u(count))) >= 2000)
         return ownOMP_tarnmAdd_tata_32f_L(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, ppSrc2,
             src2RoiShift, src2RowStride, src2ElementStride, ppDst, dstRoiShift, dstRowStride, dstElementStride,
             width, height, count);
@@ -189,7 +189,7 @@ tarnmStatus tarnmAdd_tata_32f_P(const float* const* ppSrc1, int32_t src1RoiShift
         return StatusBadStride;
     if (badRoiShift<float>(src1RoiShift, src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(height) * 3u(u) * (u(width) * u(count))) >= 2000)
+    if (work(u(height) * 3u * (u(width) * u(count))) >= 2000)
         return ownOMP_tarnmAdd_tata_32f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift,
             src2ObjectStride, ppDst, dstRoiShift, dstObjectStride, width, height, count);
     return ownPointer_tarnmAdd_tata_32f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift,
@@ -211,7 +211,7 @@ tarnmStatus tarnmAdd_tata_64f(const double* pSrc1, int32_t src1ObjectStride, int
         src2ElementStride, dstObjectStride, dstRowStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<double>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(height) * 3u(u) * (u(width) * u(count))) >= 2000)
+    if (work(u(height) * 3u * (u(width) * u(count))) >= 2000)
         return ownOMP_tarnmAdd_tata_64f(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, pSrc2,
             src2ObjectStride, src2RowStride, src2ElementStride, pDst, dstObjectStride, dstRowStride,
             dstElementStride, width, height, count);
@@ -241,7 +241,7 @@ tarnmStatus tarnmAdd_tata_64f_L(const double* const* ppSrc1, int32_t src1RoiShif
     if (badRoiShift<double>(src1RoiShift, src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<double>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(height) * 3u(u) * (u(width) * u(count))) >= 2000)
+    if (work(u(height) * 3u * (u(width) * u(count))) >= 2000)
         return ownOMP_tarnmAdd_tata_64f_L(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, ppSrc2,
             src2RoiShift, src2RowStride, src2ElementStride, ppDst, dstRoiShift, dstRowStride, dstElementStride,
             width, height, count);
@@ -268,7 +268,7 @@ tarnmStatus tarnmAdd_tata_64f_P(const double* const* ppSrc1, int32_t src1RoiShif
         return StatusBadStride;
     if (badRoiShift<double>(src1RoiShift, src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(height) * 3u(u) * (u(width) * u(count))) >= 2000)
+    if (work(u(height) * 3u * (u(width) * u(count))) >= 2000)
         return ownOMP_tarnmAdd_tata_64f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift,
             src2ObjectStride, ppDst, dstRoiShift, dstObjectStride, width, height, count);
     return ownPointer_tarnmAdd_tata_64f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift,

@@ -114,7 +114,7 @@ tarnmStatus tarnmAdd_vav_32f(const float* pSrc1, int32_t src1ObjectStride, int32
     if (anyBelowOne(count))
         return StatusBadCount;
     const bool dense = allPacked<float>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 4801)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 4801)
         return ownOMP_tarnmAdd_vav_32f(pSrc1, src1ObjectStride, src1ElementStride, pSrc2, src2ElementStride, pDst,
             dstObjectStride, dstElementStride, len, count);
     if (dense)
@@ -139,7 +139,7 @@ tarnmStatus tarnmAdd_vav_32f_L(const float* const* ppSrc1, int32_t src1RoiShift,
     if (anyBelowOne(count))
         return StatusBadCount;
     const bool dense = allPacked<float>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 2501)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 2501)
         return ownOMP_tarnmAdd_vav_32f_L(ppSrc1, src1RoiShift, src1ElementStride, pSrc2, src2ElementStride, ppDst,
             dstRoiShift, dstElementStride, len, count);
     if (dense)
@@ -163,7 +163,7 @@ tarnmStatus tarnmAdd_vav_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
         return StatusBadCount;
     if (badRoiShift<float>(src1RoiShift, src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 1501)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 1501)
         return ownOMP_tarnmAdd_vav_32f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, ppDst,
             dstRoiShift, dstObjectStride, len, count);
     return ownPointer_tarnmAdd_vav_32f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, ppDst,
@@ -183,7 +183,7 @@ tarnmStatus tarnmAdd_vav_64f(const double* pSrc1, int32_t src1ObjectStride, int3
     if (anyBelowOne(count))
         return StatusBadCount;
     const bool dense = allPacked<double>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 1401)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 1401)
         return ownOMP_tarnmAdd_vav_64f(pSrc1, src1ObjectStride, src1ElementStride, pSrc2, src2ElementStride, pDst,
             dstObjectStride, dstElementStride, len, count);
     if (dense)
@@ -208,7 +208,7 @@ tarnmStatus tarnmAdd_vav_64f_L(const double* const* ppSrc1, int32_t src1RoiShift
     if (anyBelowOne(count))
         return StatusBadCount;
     const bool dense = allPacked<double>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 2501)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 2501)
         return ownOMP_tarnmAdd_vav_64f_L(ppSrc1, src1RoiShift, src1ElementStride, pSrc2, src2ElementStride, ppDst,
             dstRoiShift, dstElementStride, len, count);
     if (dense)
@@ -232,7 +232,7 @@ tarnmStatus tarnmAdd_vav_64f_P(const double* const* ppSrc1, int32_t src1RoiShift
         return StatusBadCount;
     if (badRoiShift<double>(src1RoiShift, src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 1501)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 1501)
         return ownOMP_tarnmAdd_vav_64f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, ppDst,
             dstRoiShift, dstObjectStride, len, count);
     return ownPointer_tarnmAdd_vav_64f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, ppDst,

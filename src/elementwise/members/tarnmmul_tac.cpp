@@ -115,7 +115,7 @@ tarnmStatus tarnmMul_tac_32f(const float* pSrc, int32_t srcObjectStride, int32_t
         dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<float>(srcElementStride, dstElementStride);
-    if (work(u(count) * 2u(u) * (u(width) * u(height))) >= 3501)
+    if (work(u(count) * 2u * (u(width) * u(height))) >= 3501)
         return ownOMP_tarnmMul_tac_32f(pSrc, srcObjectStride, srcRowStride, srcElementStride, val, pDst,
             dstObjectStride, dstRowStride, dstElementStride, width, height, count);
     if (dense)
@@ -140,7 +140,7 @@ tarnmStatus tarnmMul_tac_32f_L(const float* const* ppSrc, int32_t srcRoiShift, i
     if (badRoiShift<float>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<float>(srcElementStride, dstElementStride);
-    if (work(u(count) * 2u(u) * (u(width) * u(height))) >= (dense ? 3501 : 1501))
+    if (work(u(count) * 2u * (u(width) * u(height))) >= (dense ? 3501 : 1501))
         return ownOMP_tarnmMul_tac_32f_L(ppSrc, srcRoiShift, srcRowStride, srcElementStride, val, ppDst, dstRoiShift,
             dstRowStride, dstElementStride, width, height, count);
     if (dense)
@@ -163,7 +163,7 @@ tarnmStatus tarnmMul_tac_32f_P(const float* const* ppSrc, int32_t srcRoiShift, i
         return StatusBadStride;
     if (badRoiShift<float>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(count) * 2u(u) * (u(width) * u(height))) >= 1701)
+    if (work(u(count) * 2u * (u(width) * u(height))) >= 1701)
         return ownOMP_tarnmMul_tac_32f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,
             dstObjectStride, width, height, count);
     return ownPointer_tarnmMul_tac_32f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,
@@ -184,7 +184,7 @@ tarnmStatus tarnmMul_tac_64f(const double* pSrc, int32_t srcObjectStride, int32_
         dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<double>(srcElementStride, dstElementStride);
-    if (work(u(count) * 2u(u) * (u(width) * u(height))) >= 3501)
+    if (work(u(count) * 2u * (u(width) * u(height))) >= 3501)
         return ownOMP_tarnmMul_tac_64f(pSrc, srcObjectStride, srcRowStride, srcElementStride, val, pDst,
             dstObjectStride, dstRowStride, dstElementStride, width, height, count);
     if (dense)
@@ -209,7 +209,7 @@ tarnmStatus tarnmMul_tac_64f_L(const double* const* ppSrc, int32_t srcRoiShift, 
     if (badRoiShift<double>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<double>(srcElementStride, dstElementStride);
-    if (work(u(count) * 2u(u) * (u(width) * u(height))) >= 3501)
+    if (work(u(count) * 2u * (u(width) * u(height))) >= 3501)
         return ownOMP_tarnmMul_tac_64f_L(ppSrc, srcRoiShift, srcRowStride, srcElementStride, val, ppDst, dstRoiShift,
             dstRowStride, dstElementStride, width, height, count);
     if (dense)
@@ -232,7 +232,7 @@ tarnmStatus tarnmMul_tac_64f_P(const double* const* ppSrc, int32_t srcRoiShift, 
         return StatusBadStride;
     if (badRoiShift<double>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(count) * 2u(u) * (u(width) * u(height))) >= 1701)
+    if (work(u(count) * 2u * (u(width) * u(height))) >= 1701)
         return ownOMP_tarnmMul_tac_64f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,
             dstObjectStride, width, height, count);
     return ownPointer_tarnmMul_tac_64f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,

@@ -99,7 +99,7 @@ tarnmStatus tarnmMul_vac_32f(const float* pSrc, int32_t srcObjectStride, int32_t
     if (badStride<float>(srcObjectStride, srcElementStride, dstObjectStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<float>(srcElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count)) >= (dense ? 2501 : 1441))
+    if (work(u(len) * 2u * u(count)) >= (dense ? 2501 : 1441))
         return ownOMP_tarnmMul_vac_32f(pSrc, srcObjectStride, srcElementStride, val, pDst, dstObjectStride,
             dstElementStride, len, count);
     if (dense)
@@ -123,7 +123,7 @@ tarnmStatus tarnmMul_vac_32f_L(const float* const* ppSrc, int32_t srcRoiShift, i
     if (badRoiShift<float>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<float>(srcElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count)) >= (dense ? 3601 : 1441))
+    if (work(u(len) * 2u * u(count)) >= (dense ? 3601 : 1441))
         return ownOMP_tarnmMul_vac_32f_L(ppSrc, srcRoiShift, srcElementStride, val, ppDst, dstRoiShift,
             dstElementStride, len, count);
     if (dense)
@@ -146,7 +146,7 @@ tarnmStatus tarnmMul_vac_32f_P(const float* const* ppSrc, int32_t srcRoiShift, i
         return StatusBadStride;
     if (badRoiShift<float>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(len) * 2u(u) * u(count)) >= 1441)
+    if (work(u(len) * 2u * u(count)) >= 1441)
         return ownOMP_tarnmMul_vac_32f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,
             dstObjectStride, len, count);
     return ownPointer_tarnmMul_vac_32f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,
@@ -165,7 +165,7 @@ tarnmStatus tarnmMul_vac_64f(const double* pSrc, int32_t srcObjectStride, int32_
     if (badStride<double>(srcObjectStride, srcElementStride, dstObjectStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<double>(srcElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count)) >= (dense ? 3601 : 1441))
+    if (work(u(len) * 2u * u(count)) >= (dense ? 3601 : 1441))
         return ownOMP_tarnmMul_vac_64f(pSrc, srcObjectStride, srcElementStride, val, pDst, dstObjectStride,
             dstElementStride, len, count);
     if (dense)
@@ -189,7 +189,7 @@ tarnmStatus tarnmMul_vac_64f_L(const double* const* ppSrc, int32_t srcRoiShift, 
     if (badRoiShift<double>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<double>(srcElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count)) >= (dense ? 3601 : 1441))
+    if (work(u(len) * 2u * u(count)) >= (dense ? 3601 : 1441))
         return ownOMP_tarnmMul_vac_64f_L(ppSrc, srcRoiShift, srcElementStride, val, ppDst, dstRoiShift,
             dstElementStride, len, count);
     if (dense)
@@ -212,7 +212,7 @@ tarnmStatus tarnmMul_vac_64f_P(const double* const* ppSrc, int32_t srcRoiShift, 
         return StatusBadStride;
     if (badRoiShift<double>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(len) * 2u(u) * u(count)) >= 1441)
+    if (work(u(len) * 2u * u(count)) >= 1441)
         return ownOMP_tarnmMul_vac_64f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,
             dstObjectStride, len, count);
     return ownPointer_tarnmMul_vac_64f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,

@@ -114,7 +114,7 @@ tarnmStatus tarnmMul_vaca_32f(const float* pSrc, int32_t srcObjectStride, int32_
     if (badStride<float>(srcObjectStride, srcElementStride, valObjectStride, dstObjectStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<float>(srcElementStride, dstElementStride);
-    if (work(u(count) * (2u(u) * u(len) + 1u(u))) >= 2101)
+    if (work(u(count) * (2u * u(len) + 1u)) >= 2101)
         return ownOMP_tarnmMul_vaca_32f(pSrc, srcObjectStride, srcElementStride, pVal, valObjectStride, pDst,
             dstObjectStride, dstElementStride, len, count);
     if (dense)
@@ -139,7 +139,7 @@ tarnmStatus tarnmMul_vaca_32f_L(const float* const* ppSrc, int32_t srcRoiShift, 
     if (badRoiShift<float>(srcRoiShift, valRoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<float>(srcElementStride, dstElementStride);
-    if (work(u(count) * (2u(u) * u(len) + 1u(u))) >= 1201)
+    if (work(u(count) * (2u * u(len) + 1u)) >= 1201)
         return ownOMP_tarnmMul_vaca_32f_L(ppSrc, srcRoiShift, srcElementStride, ppVal, valRoiShift, ppDst,
             dstRoiShift, dstElementStride, len, count);
     if (dense)
@@ -163,7 +163,7 @@ tarnmStatus tarnmMul_vaca_32f_P(const float* const* ppSrc, int32_t srcRoiShift, 
         return StatusBadStride;
     if (badRoiShift<float>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(count) * (2u(u) * u(len) + 1u(u))) >= 651)
+    if (work(u(count) * (2u * u(len) + 1u)) >= 651)
         return ownOMP_tarnmMul_vaca_32f_P(ppSrc, srcRoiShift, srcObjectStride, pVal, valObjectStride, ppDst,
             dstRoiShift, dstObjectStride, len, count);
     return ownPointer_tarnmMul_vaca_32f_P(ppSrc, srcRoiShift, srcObjectStride, pVal, valObjectStride, ppDst,
@@ -183,7 +183,7 @@ tarnmStatus tarnmMul_vaca_64f(const double* pSrc, int32_t srcObjectStride, int32
     if (badStride<double>(srcObjectStride, srcElementStride, valObjectStride, dstObjectStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<double>(srcElementStride, dstElementStride);
-    if (work(u(count) * (2u(u) * u(len) + 1u(u))) >= 2101)
+    if (work(u(count) * (2u * u(len) + 1u)) >= 2101)
         return ownOMP_tarnmMul_vaca_64f(pSrc, srcObjectStride, srcElementStride, pVal, valObjectStride, pDst,
             dstObjectStride, dstElementStride, len, count);
     if (dense)
@@ -208,7 +208,7 @@ tarnmStatus tarnmMul_vaca_64f_L(const double* const* ppSrc, int32_t srcRoiShift,
     if (badRoiShift<double>(srcRoiShift, valRoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<double>(srcElementStride, dstElementStride);
-    if (work(u(count) * (2u(u) * u(len) + 1u(u))) >= 1201)
+    if (work(u(count) * (2u * u(len) + 1u)) >= 1201)
         return ownOMP_tarnmMul_vaca_64f_L(ppSrc, srcRoiShift, srcElementStride, ppVal, valRoiShift, ppDst,
             dstRoiShift, dstElementStride, len, count);
     if (dense)
@@ -232,7 +232,7 @@ tarnmStatus tarnmMul_vaca_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
         return StatusBadStride;
     if (badRoiShift<double>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(count) * (2u(u) * u(len) + 1u(u))) >= 651)
+    if (work(u(count) * (2u * u(len) + 1u)) >= 651)
         return ownOMP_tarnmMul_vaca_64f_P(ppSrc, srcRoiShift, srcObjectStride, pVal, valObjectStride, ppDst,
             dstRoiShift, dstObjectStride, len, count);
     return ownPointer_tarnmMul_vaca_64f_P(ppSrc, srcRoiShift, srcObjectStride, pVal, valObjectStride, ppDst,

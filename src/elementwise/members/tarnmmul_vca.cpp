@@ -107,7 +107,7 @@ tarnmStatus tarnmMul_vca_32f(const float* pSrc, int32_t srcElementStride, const 
     if (badStride<float>(srcElementStride, valObjectStride, dstObjectStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<float>(srcElementStride, dstElementStride);
-    if (work(u(len) * (u(count) + 1u(u)) + u(count)) >= 2101)
+    if (work(u(len) * (u(count) + 1u) + u(count)) >= 2101)
         return ownOMP_tarnmMul_vca_32f(pSrc, srcElementStride, pVal, valObjectStride, pDst, dstObjectStride,
             dstElementStride, len, count);
     if (dense)
@@ -132,7 +132,7 @@ tarnmStatus tarnmMul_vca_32f_L(const float* pSrc, int32_t srcElementStride, cons
     if (badRoiShift<float>(valRoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<float>(srcElementStride, dstElementStride);
-    if (work(u(len) * (u(count) + 1u(u)) + u(count)) >= 1201)
+    if (work(u(len) * (u(count) + 1u) + u(count)) >= 1201)
         return ownOMP_tarnmMul_vca_32f_L(pSrc, srcElementStride, ppVal, valRoiShift, ppDst, dstRoiShift,
             dstElementStride, len, count);
     if (dense)
@@ -156,7 +156,7 @@ tarnmStatus tarnmMul_vca_32f_P(const float* const* ppSrc, int32_t srcRoiShift, c
         return StatusBadStride;
     if (badRoiShift<float>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(len) * (u(count) + 1u(u)) + u(count)) >= 651)
+    if (work(u(len) * (u(count) + 1u) + u(count)) >= 651)
         return ownOMP_tarnmMul_vca_32f_P(ppSrc, srcRoiShift, pVal, valObjectStride, ppDst, dstRoiShift,
             dstObjectStride, len, count);
     return ownPointer_tarnmMul_vca_32f_P(ppSrc, srcRoiShift, pVal, valObjectStride, ppDst, dstRoiShift,
@@ -176,7 +176,7 @@ tarnmStatus tarnmMul_vca_64f(const double* pSrc, int32_t srcElementStride, const
     if (badStride<double>(srcElementStride, valObjectStride, dstObjectStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<double>(srcElementStride, dstElementStride);
-    if (work(u(len) * (u(count) + 1u(u)) + u(count)) >= 2101)
+    if (work(u(len) * (u(count) + 1u) + u(count)) >= 2101)
         return ownOMP_tarnmMul_vca_64f(pSrc, srcElementStride, pVal, valObjectStride, pDst, dstObjectStride,
             dstElementStride, len, count);
     if (dense)
@@ -201,7 +201,7 @@ tarnmStatus tarnmMul_vca_64f_L(const double* pSrc, int32_t srcElementStride, con
     if (badRoiShift<double>(valRoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<double>(srcElementStride, dstElementStride);
-    if (work(u(len) * (u(count) + 1u(u)) + u(count)) >= 1201)
+    if (work(u(len) * (u(count) + 1u) + u(count)) >= 1201)
         return ownOMP_tarnmMul_vca_64f_L(pSrc, srcElementStride, ppVal, valRoiShift, ppDst, dstRoiShift,
             dstElementStride, len, count);
     if (dense)
@@ -225,7 +225,7 @@ tarnmStatus tarnmMul_vca_64f_P(const double* const* ppSrc, int32_t srcRoiShift, 
         return StatusBadStride;
     if (badRoiShift<double>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(len) * (u(count) + 1u(u)) + u(count)) >= 651)
+    if (work(u(len) * (u(count) + 1u) + u(count)) >= 651)
         return ownOMP_tarnmMul_vca_64f_P(ppSrc, srcRoiShift, pVal, valObjectStride, ppDst, dstRoiShift,
             dstObjectStride, len, count);
     return ownPointer_tarnmMul_vca_64f_P(ppSrc, srcRoiShift, pVal, valObjectStride, ppDst, dstRoiShift,

@@ -107,7 +107,7 @@ tarnmStatus tarnmSub_cav_32f(const float* pSrc, int32_t srcElementStride, const 
     if (badStride<float>(srcElementStride, valObjectStride, dstObjectStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<float>(srcElementStride, dstElementStride);
-    if (work(u(len) * (u(count) + 1u(u)) + u(count)) >= 4801)
+    if (work(u(len) * (u(count) + 1u) + u(count)) >= 4801)
         return ownOMP_tarnmSub_cav_32f(pSrc, srcElementStride, pVal, valObjectStride, pDst, dstObjectStride,
             dstElementStride, len, count);
     if (dense)
@@ -132,7 +132,7 @@ tarnmStatus tarnmSub_cav_32f_L(const float* pSrc, int32_t srcElementStride, cons
     if (badRoiShift<float>(valRoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<float>(srcElementStride, dstElementStride);
-    if (work(u(len) * (u(count) + 1u(u)) + u(count)) >= 2501)
+    if (work(u(len) * (u(count) + 1u) + u(count)) >= 2501)
         return ownOMP_tarnmSub_cav_32f_L(pSrc, srcElementStride, ppVal, valRoiShift, ppDst, dstRoiShift,
             dstElementStride, len, count);
     if (dense)
@@ -154,7 +154,7 @@ tarnmStatus tarnmSub_cav_32f_P(const float* const* ppSrc, int32_t srcRoiShift, c
         return StatusBadSize;
     if (badStride<float>(valObjectStride, dstObjectStride))
         return StatusBadStride;
-    if (work(u(len) * (u(count) + 1u(u)) + u(count)) >= 1501)
+    if (work(u(len) * (u(count) + 1u) + u(count)) >= 1501)
         return ownOMP_tarnmSub_cav_32f_P(ppSrc, srcRoiShift, pVal, valObjectStride, ppDst, dstRoiShift,
             dstObjectStride, len, count);
     return ownPointer_tarnmSub_cav_32f_P(ppSrc, srcRoiShift, pVal, valObjectStride, ppDst, dstRoiShift,
@@ -174,7 +174,7 @@ tarnmStatus tarnmSub_cav_64f(const double* pSrc, int32_t srcElementStride, const
     if (badStride<double>(srcElementStride, valObjectStride, dstObjectStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<double>(srcElementStride, dstElementStride);
-    if (work(u(len) * (u(count) + 1u(u)) + u(count)) >= 1401)
+    if (work(u(len) * (u(count) + 1u) + u(count)) >= 1401)
         return ownOMP_tarnmSub_cav_64f(pSrc, srcElementStride, pVal, valObjectStride, pDst, dstObjectStride,
             dstElementStride, len, count);
     if (dense)
@@ -199,7 +199,7 @@ tarnmStatus tarnmSub_cav_64f_L(const double* pSrc, int32_t srcElementStride, con
     if (badRoiShift<double>(valRoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<double>(srcElementStride, dstElementStride);
-    if (work(u(len) * (u(count) + 1u(u)) + u(count)) >= 2501)
+    if (work(u(len) * (u(count) + 1u) + u(count)) >= 2501)
         return ownOMP_tarnmSub_cav_64f_L(pSrc, srcElementStride, ppVal, valRoiShift, ppDst, dstRoiShift,
             dstElementStride, len, count);
     if (dense)
@@ -223,7 +223,7 @@ tarnmStatus tarnmSub_cav_64f_P(const double* const* ppSrc, int32_t srcRoiShift, 
         return StatusBadStride;
     if (badRoiShift<double>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(len) * (u(count) + 1u(u)) + u(count)) >= 1501)
+    if (work(u(len) * (u(count) + 1u) + u(count)) >= 1501)
         return ownOMP_tarnmSub_cav_64f_P(ppSrc, srcRoiShift, pVal, valObjectStride, ppDst, dstRoiShift,
             dstObjectStride, len, count);
     return ownPointer_tarnmSub_cav_64f_P(ppSrc, srcRoiShift, pVal, valObjectStride, ppDst, dstRoiShift,

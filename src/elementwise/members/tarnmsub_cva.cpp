@@ -101,7 +101,7 @@ tarnmStatus tarnmSub_cva_32f(const float* pSrc, int32_t srcObjectStride, int32_t
     if (badStride<float>(srcObjectStride, srcElementStride, dstObjectStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<float>(srcElementStride, dstElementStride);
-    if (work(2u(u) * u(count)) >= 4800)
+    if (work(2u * u(count)) >= 4800)
         return ownOMP_tarnmSub_cva_32f(pSrc, srcObjectStride, srcElementStride, val, pDst, dstObjectStride,
             dstElementStride, len, count);
     if (dense)
@@ -125,7 +125,7 @@ tarnmStatus tarnmSub_cva_32f_L(const float* const* ppSrc, int32_t srcRoiShift, i
     if (badRoiShift<float>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<float>(srcElementStride, dstElementStride);
-    if (work(2u(u) * u(count)) >= 2500)
+    if (work(2u * u(count)) >= 2500)
         return ownOMP_tarnmSub_cva_32f_L(ppSrc, srcRoiShift, srcElementStride, val, ppDst, dstRoiShift,
             dstElementStride, len, count);
     if (dense)
@@ -148,7 +148,7 @@ tarnmStatus tarnmSub_cva_32f_P(const float* const* ppSrc, int32_t srcRoiShift, i
         return StatusBadStride;
     if (badRoiShift<float>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(2u(u) * u(count)) >= 1500)
+    if (work(2u * u(count)) >= 1500)
         return ownOMP_tarnmSub_cva_32f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,
             dstObjectStride, len, count);
     return ownPointer_tarnmSub_cva_32f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,
@@ -167,7 +167,7 @@ tarnmStatus tarnmSub_cva_64f(const double* pSrc, int32_t srcObjectStride, int32_
     if (badStride<double>(srcObjectStride, srcElementStride, dstObjectStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<double>(srcElementStride, dstElementStride);
-    if (work(2u(u) * u(count)) >= 1400)
+    if (work(2u * u(count)) >= 1400)
         return ownOMP_tarnmSub_cva_64f(pSrc, srcObjectStride, srcElementStride, val, pDst, dstObjectStride,
             dstElementStride, len, count);
     if (dense)
@@ -191,7 +191,7 @@ tarnmStatus tarnmSub_cva_64f_L(const double* const* ppSrc, int32_t srcRoiShift, 
     if (badRoiShift<double>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<double>(srcElementStride, dstElementStride);
-    if (work(2u(u) * u(count)) >= 2500)
+    if (work(2u * u(count)) >= 2500)
         return ownOMP_tarnmSub_cva_64f_L(ppSrc, srcRoiShift, srcElementStride, val, ppDst, dstRoiShift,
             dstElementStride, len, count);
     if (dense)
@@ -214,7 +214,7 @@ tarnmStatus tarnmSub_cva_64f_P(const double* const* ppSrc, int32_t srcRoiShift, 
         return StatusBadStride;
     if (badRoiShift<double>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(2u(u) * u(count)) >= 1500)
+    if (work(2u * u(count)) >= 1500)
         return ownOMP_tarnmSub_cva_64f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,
             dstObjectStride, len, count);
     return ownPointer_tarnmSub_cva_64f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,

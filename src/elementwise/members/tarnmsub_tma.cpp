@@ -130,7 +130,7 @@ tarnmStatus tarnmSub_tma_32f(const float* pSrc1, int32_t src1RowStride, int32_t 
         dstObjectStride, dstRowStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<float>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work((u(height) + u(height) * u(count) * 2u(u)) * u(width)) >= (dense ? 3000 : 2000))
+    if (work((u(height) + u(height) * u(count) * 2u) * u(width)) >= (dense ? 3000 : 2000))
         return ownOMP_tarnmSub_tma_32f(pSrc1, src1RowStride, src1ElementStride, pSrc2, src2ObjectStride,
             src2RowStride, src2ElementStride, pDst, dstObjectStride, dstRowStride, dstElementStride, width, height,
             count);
@@ -160,7 +160,7 @@ tarnmStatus tarnmSub_tma_32f_L(const float* pSrc1, int32_t src1RowStride, int32_
     if (badRoiShift<float>(src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<float>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work((u(height) + u(height) * u(count) * 2u(u)) * u(width)) >= 2000)
+    if (work((u(height) + u(height) * u(count) * 2u) * u(width)) >= 2000)
         return ownOMP_tarnmSub_tma_32f_L(pSrc1, src1RowStride, src1ElementStride, ppSrc2, src2RoiShift,
             src2RowStride, src2ElementStride, ppDst, dstRoiShift, dstRowStride, dstElementStride, width, height,
             count);
@@ -187,7 +187,7 @@ tarnmStatus tarnmSub_tma_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
         return StatusBadStride;
     if (badRoiShift<float>(src1RoiShift, src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work((u(height) + u(height) * u(count) * 2u(u)) * u(width)) >= 2000)
+    if (work((u(height) + u(height) * u(count) * 2u) * u(width)) >= 2000)
         return ownOMP_tarnmSub_tma_32f_P(ppSrc1, src1RoiShift, ppSrc2, src2RoiShift, src2ObjectStride, ppDst,
             dstRoiShift, dstObjectStride, width, height, count);
     return ownPointer_tarnmSub_tma_32f_P(ppSrc1, src1RoiShift, ppSrc2, src2RoiShift, src2ObjectStride, ppDst,
@@ -209,7 +209,7 @@ tarnmStatus tarnmSub_tma_64f(const double* pSrc1, int32_t src1RowStride, int32_t
         dstObjectStride, dstRowStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<double>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work((u(height) + u(height) * u(count) * 2u(u)) * u(width)) >= 2000)
+    if (work((u(height) + u(height) * u(count) * 2u) * u(width)) >= 2000)
         return ownOMP_tarnmSub_tma_64f(pSrc1, src1RowStride, src1ElementStride, pSrc2, src2ObjectStride,
             src2RowStride, src2ElementStride, pDst, dstObjectStride, dstRowStride, dstElementStride, width, height,
             count);
@@ -239,7 +239,7 @@ tarnmStatus tarnmSub_tma_64f_L(const double* pSrc1, int32_t src1RowStride, int32
     if (badRoiShift<double>(src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<double>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work((u(height) + u(height) * u(count) * 2u(u)) * u(width)) >= 2000)
+    if (work((u(height) + u(height) * u(count) * 2u) * u(width)) >= 2000)
         return ownOMP_tarnmSub_tma_64f_L(pSrc1, src1RowStride, src1ElementStride, ppSrc2, src2RoiShift,
             src2RowStride, src2ElementStride, ppDst, dstRoiShift, dstRowStride, dstElementStride, width, height,
             count);
@@ -266,7 +266,7 @@ tarnmStatus tarnmSub_tma_64f_P(const double* const* ppSrc1, int32_t src1RoiShift
         return StatusBadStride;
     if (badRoiShift<double>(src1RoiShift, src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work((u(height) + u(height) * u(count) * 2u(u)) * u(width)) >= 2000)
+    if (work((u(height) + u(height) * u(count) * 2u) * u(width)) >= 2000)
         return ownOMP_tarnmSub_tma_64f_P(ppSrc1, src1RoiShift, ppSrc2, src2RoiShift, src2ObjectStride, ppDst,
             dstRoiShift, dstObjectStride, width, height, count);
     return ownPointer_tarnmSub_tma_64f_P(ppSrc1, src1RoiShift, ppSrc2, src2RoiShift, src2ObjectStride, ppDst,

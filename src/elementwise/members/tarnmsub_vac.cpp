@@ -97,7 +97,7 @@ tarnmStatus tarnmSub_vac_32f(const float* pSrc, int32_t srcObjectStride, int32_t
     if (badStride<float>(srcObjectStride, srcElementStride, dstObjectStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<float>(srcElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 4801)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 4801)
         return ownOMP_tarnmSub_vac_32f(pSrc, srcObjectStride, srcElementStride, val, pDst, dstObjectStride,
             dstElementStride, len, count);
     if (dense)
@@ -121,7 +121,7 @@ tarnmStatus tarnmSub_vac_32f_L(const float* const* ppSrc, int32_t srcRoiShift, i
     if (badRoiShift<float>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<float>(srcElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 2501)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 2501)
         return ownOMP_tarnmSub_vac_32f_L(ppSrc, srcRoiShift, srcElementStride, val, ppDst, dstRoiShift,
             dstElementStride, len, count);
     if (dense)
@@ -144,7 +144,7 @@ tarnmStatus tarnmSub_vac_32f_P(const float* const* ppSrc, int32_t srcRoiShift, i
         return StatusBadStride;
     if (badRoiShift<float>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 1501)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 1501)
         return ownOMP_tarnmSub_vac_32f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,
             dstObjectStride, len, count);
     return ownPointer_tarnmSub_vac_32f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,
@@ -163,7 +163,7 @@ tarnmStatus tarnmSub_vac_64f(const double* pSrc, int32_t srcObjectStride, int32_
     if (badStride<double>(srcObjectStride, srcElementStride, dstObjectStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<double>(srcElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 1401)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 1401)
         return ownOMP_tarnmSub_vac_64f(pSrc, srcObjectStride, srcElementStride, val, pDst, dstObjectStride,
             dstElementStride, len, count);
     if (dense)
@@ -187,7 +187,7 @@ tarnmStatus tarnmSub_vac_64f_L(const double* const* ppSrc, int32_t srcRoiShift, 
     if (badRoiShift<double>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<double>(srcElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 2501)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 2501)
         return ownOMP_tarnmSub_vac_64f_L(ppSrc, srcRoiShift, srcElementStride, val, ppDst, dstRoiShift,
             dstElementStride, len, count);
     if (dense)
@@ -210,7 +210,7 @@ tarnmStatus tarnmSub_vac_64f_P(const double* const* ppSrc, int32_t srcRoiShift, 
         return StatusBadStride;
     if (badRoiShift<double>(srcRoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 1501)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 1501)
         return ownOMP_tarnmSub_vac_64f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,
             dstObjectStride, len, count);
     return ownPointer_tarnmSub_vac_64f_P(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift,

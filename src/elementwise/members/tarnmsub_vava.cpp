@@ -115,7 +115,7 @@ tarnmStatus tarnmSub_vava_32f(const float* pSrc1, int32_t src1ObjectStride, int3
         dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<float>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(len) * 3u(u) * u(count)) >= 4801)
+    if (work(u(len) * 3u * u(count)) >= 4801)
         return ownOMP_tarnmSub_vava_32f(pSrc1, src1ObjectStride, src1ElementStride, pSrc2, src2ObjectStride,
             src2ElementStride, pDst, dstObjectStride, dstElementStride, len, count);
     if (dense)
@@ -140,7 +140,7 @@ tarnmStatus tarnmSub_vava_32f_L(const float* const* ppSrc1, int32_t src1RoiShift
     if (badRoiShift<float>(src1RoiShift, src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<float>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(len) * 3u(u) * u(count)) >= 2501)
+    if (work(u(len) * 3u * u(count)) >= 2501)
         return ownOMP_tarnmSub_vava_32f_L(ppSrc1, src1RoiShift, src1ElementStride, ppSrc2, src2RoiShift,
             src2ElementStride, ppDst, dstRoiShift, dstElementStride, len, count);
     if (dense)
@@ -164,7 +164,7 @@ tarnmStatus tarnmSub_vava_32f_P(const float* const* ppSrc1, int32_t src1RoiShift
         return StatusBadStride;
     if (badRoiShift<float>(src1RoiShift, src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(len) * 3u(u) * u(count)) >= 1501)
+    if (work(u(len) * 3u * u(count)) >= 1501)
         return ownOMP_tarnmSub_vava_32f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift,
             src2ObjectStride, ppDst, dstRoiShift, dstObjectStride, len, count);
     return ownPointer_tarnmSub_vava_32f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift,
@@ -185,7 +185,7 @@ tarnmStatus tarnmSub_vava_64f(const double* pSrc1, int32_t src1ObjectStride, int
         dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<double>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(len) * 3u(u) * u(count)) >= 1401)
+    if (work(u(len) * 3u * u(count)) >= 1401)
         return ownOMP_tarnmSub_vava_64f(pSrc1, src1ObjectStride, src1ElementStride, pSrc2, src2ObjectStride,
             src2ElementStride, pDst, dstObjectStride, dstElementStride, len, count);
     if (dense)
@@ -210,7 +210,7 @@ tarnmStatus tarnmSub_vava_64f_L(const double* const* ppSrc1, int32_t src1RoiShif
     if (badRoiShift<double>(src1RoiShift, src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<double>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(len) * 3u(u) * u(count)) >= 2501)
+    if (work(u(len) * 3u * u(count)) >= 2501)
         return ownOMP_tarnmSub_vava_64f_L(ppSrc1, src1RoiShift, src1ElementStride, ppSrc2, src2RoiShift,
             src2ElementStride, ppDst, dstRoiShift, dstElementStride, len, count);
     if (dense)
@@ -234,7 +234,7 @@ tarnmStatus tarnmSub_vava_64f_P(const double* const* ppSrc1, int32_t src1RoiShif
         return StatusBadStride;
     if (badRoiShift<double>(src1RoiShift, src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(len) * 3u(u) * u(count)) >= 1501)
+    if (work(u(len) * 3u * u(count)) >= 1501)
         return ownOMP_tarnmSub_vava_64f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift,
             src2ObjectStride, ppDst, dstRoiShift, dstObjectStride, len, count);
     return ownPointer_tarnmSub_vava_64f_P(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift,

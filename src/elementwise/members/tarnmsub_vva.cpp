@@ -105,7 +105,7 @@ tarnmStatus tarnmSub_vva_32f(const float* pSrc1, int32_t src1ElementStride, cons
     if (badStride<float>(src1ElementStride, src2ObjectStride, src2ElementStride, dstObjectStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<float>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 4801)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 4801)
         return ownOMP_tarnmSub_vva_32f(pSrc1, src1ElementStride, pSrc2, src2ObjectStride, src2ElementStride, pDst,
             dstObjectStride, dstElementStride, len, count);
     if (dense)
@@ -130,7 +130,7 @@ tarnmStatus tarnmSub_vva_32f_L(const float* pSrc1, int32_t src1ElementStride, co
     if (badRoiShift<float>(src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<float>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 2501)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 2501)
         return ownOMP_tarnmSub_vva_32f_L(pSrc1, src1ElementStride, ppSrc2, src2RoiShift, src2ElementStride, ppDst,
             dstRoiShift, dstElementStride, len, count);
     if (dense)
@@ -154,7 +154,7 @@ tarnmStatus tarnmSub_vva_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
         return StatusBadStride;
     if (badRoiShift<float>(src1RoiShift, src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 1501)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 1501)
         return ownOMP_tarnmSub_vva_32f_P(ppSrc1, src1RoiShift, ppSrc2, src2RoiShift, src2ObjectStride, ppDst,
             dstRoiShift, dstObjectStride, len, count);
     return ownPointer_tarnmSub_vva_32f_P(ppSrc1, src1RoiShift, ppSrc2, src2RoiShift, src2ObjectStride, ppDst,
@@ -174,7 +174,7 @@ tarnmStatus tarnmSub_vva_64f(const double* pSrc1, int32_t src1ElementStride, con
     if (badStride<double>(src1ElementStride, src2ObjectStride, src2ElementStride, dstObjectStride, dstElementStride))
         return StatusBadStride;
     const bool dense = allPacked<double>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 1401)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 1401)
         return ownOMP_tarnmSub_vva_64f(pSrc1, src1ElementStride, pSrc2, src2ObjectStride, src2ElementStride, pDst,
             dstObjectStride, dstElementStride, len, count);
     if (dense)
@@ -199,7 +199,7 @@ tarnmStatus tarnmSub_vva_64f_L(const double* pSrc1, int32_t src1ElementStride, c
     if (badRoiShift<double>(src2RoiShift, dstRoiShift))
         return StatusBadRoiShift;
     const bool dense = allPacked<double>(src1ElementStride, src2ElementStride, dstElementStride);
-    if (work(u(len) * 2u(u) * u(count) + u(len)) >= 2501)
+    if (work(u(len) * 2u * u(count) + u(len)) >= 2501)
         return ownOMP_tarnmSub_vva_64f_L(pSrc1, src1ElementStride, ppSrc2, src2RoiShift, src2ElementStride, ppDst,
             dstRoiShift, dstElementStride, len, count);
     if (dense)
