@@ -41,8 +41,11 @@ c_output="11 22 33 / 14 25 36"
 cpp_output="version 7.0, threads 3, sum 5"
 
 step "CMake: find_package(tarnm 7)"
-cmake -S "$consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DEXAMPLE="$work/example.c" >"$work/log" 2>&1 &&
-    cmake --build "$work/cmake" >>"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
+build_consumer() {
+    cmake -S "$consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DEXAMPLE="$work/example.c" &&
+        cmake --build "$work/cmake"
+}
+build_consumer >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
 expect_output "$work/cmake/example" "$c_output"
 expect_output "$work/cmake/program" "$cpp_output"
 
