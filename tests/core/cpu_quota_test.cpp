@@ -107,6 +107,16 @@ TEST(Version2InContainer, NameThatOnlyBeginsLikeTheMountedGroup)
     EXPECT_EQ(cpuQuota(tree.root()), 2);
 }
 
+TEST(Version2InContainer, GroupBesideTheMountedOne)
+{
+    TemporaryTree tree;
+    tree.write("/proc/self/mountinfo", "31 22 0:26 /engine/4f /sys/fs/cgroup ro - cgroup2 cgroup rw\n");
+    tree.write("/proc/self/cgroup", "0::/engine/5a/inner\n");
+    tree.write("/sys/fs/cgroup/cpu.max", "200000 100000\n");
+    tree.write("/sys/fs/cgroup/inner/cpu.max", "100000 100000\n");
+    EXPECT_EQ(cpuQuota(tree.root()), 2);
+}
+
 // Version 1: the processor controller is one of several mounts, and shares its mount with the accounting.
 struct Version1 : testing::Test {
     void SetUp() override
