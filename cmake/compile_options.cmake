@@ -13,6 +13,9 @@ endif()
 # Without errno and traps a square root of a whole vector is one instruction; neither changes a result.
 set(TARNM_ARITHMETIC_OPTIONS -ffp-contract=off -fno-math-errno -fno-trapping-math)
 
+# g++ at -O2 leaves loops of unknown length scalar unless told to weigh them; -O3 more than doubles code and compile time.
+set(TARNM_OPTIMIZATION_OPTIONS -O2 $<$<CXX_COMPILER_ID:GNU>:-fvect-cost-model=dynamic>)
+
 # Vector types wider than a register pass between inlined functions only, so the note on their ABI is noise.
 set(TARNM_WARNING_OPTIONS -Wall -Wextra -Wno-psabi)
 
@@ -34,7 +37,7 @@ function(tarnm_compile_options target)
     target_compile_features(${target} PRIVATE cxx_std_20 c_std_99)
     target_compile_options(${target} PRIVATE
         ${TARNM_ARITHMETIC_OPTIONS} ${TARNM_WARNING_OPTIONS} ${arg_ARCH}
-        $<$<CONFIG:Release,RelWithDebInfo>:-O2>)
+        $<$<CONFIG:Release,RelWithDebInfo>:${TARNM_OPTIMIZATION_OPTIONS}>)
     if(TARNM_WARNINGS_AS_ERRORS)
         target_compile_options(${target} PRIVATE -Werror)
     endif()

@@ -63,7 +63,7 @@ std::string relativeGroup(const std::string& group, const std::string& mounted)
 {
     const std::string base = mounted == "/" ? "" : mounted;
     if (group.compare(0, base.size(), base) != 0) return {};
-    const std::string relative = group.substr(base.size());
+    std::string relative = group.substr(base.size());
     if (relative.size() < 2 || relative[0] != '/' || relative.compare(0, 3, "/..") == 0) return {};
     return relative;
 }

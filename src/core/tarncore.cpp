@@ -66,7 +66,4 @@ int32_t tarnGetMaxCacheSizeB(int32_t* size)
     return Ok;
 }
 
-int32_t ownGetNumThreads(void)
-{
-    return tarnGetNumThreads();
-}
+int32_t ownGetNumThreads(void) { return tarnGetNumThreads(); }

@@ -63,7 +63,7 @@ inline bool apart(const void* a, std::uint64_t sizeA, const void* b, std::uint64
 template <class Operation, class T>
 void combineRun(Operation operation, const T* a, const T* b, T* d, std::ptrdiff_t length)
 {
-#pragma GCC ivdep
+#pragma omp simd
     for (std::ptrdiff_t i = 0; i < length; ++i)
         storeElement<T>(d + i, operation(loadElement<T>(a + i), loadElement<T>(b + i)));
 }
@@ -71,7 +71,7 @@ void combineRun(Operation operation, const T* a, const T* b, T* d, std::ptrdiff_
 template <class Operation, class T>
 void combineRun(Operation operation, const T* a, Constant<T> b, T* d, std::ptrdiff_t length)
 {
-#pragma GCC ivdep
+#pragma omp simd
     for (std::ptrdiff_t i = 0; i < length; ++i)
         storeElement<T>(d + i, operation(loadElement<T>(a + i), b.value));
 }

@@ -15,10 +15,7 @@ namespace {
 
 const std::string caches = "/sys/devices/system/cpu/cpu0/cache/";
 
-TEST(MaxCacheSize, NullPointerIsRefused)
-{
-    EXPECT_EQ(tarnGetMaxCacheSizeB(nullptr), -8);
-}
+TEST(MaxCacheSize, NullPointerIsRefused) { EXPECT_EQ(tarnGetMaxCacheSizeB(nullptr), -8); }
 
 TEST(MaxCacheSize, TellsWhatLibraryOrKernelKnow)
 {

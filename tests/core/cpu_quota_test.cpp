@@ -20,10 +20,7 @@ struct Version2 : testing::Test {
     TemporaryTree tree;
 };
 
-TEST_F(Version2, NoQuotaFilesMeanNoLimit)
-{
-    EXPECT_EQ(cpuQuota(tree.root()), 0);
-}
+TEST_F(Version2, NoQuotaFilesMeanNoLimit) { EXPECT_EQ(cpuQuota(tree.root()), 0); }
 
 TEST_F(Version2, MaxMeansNoLimit)
 {

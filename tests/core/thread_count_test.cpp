@@ -20,10 +20,7 @@ using tarncore::defaultThreads;
 constexpr tarncore::RuntimeState eightThreads{
     .maxThreads = 8, .threadLimit = 1000, .activeLevel = 0, .maxActiveLevels = 1};
 
-TEST(DefaultThreads, WhatTheRuntimeWouldUse)
-{
-    EXPECT_EQ(defaultThreads(eightThreads, 0), 8);
-}
+TEST(DefaultThreads, WhatTheRuntimeWouldUse) { EXPECT_EQ(defaultThreads(eightThreads, 0), 8); }
 
 TEST(DefaultThreads, QuotaLimits)
 {
@@ -31,10 +28,7 @@ TEST(DefaultThreads, QuotaLimits)
     EXPECT_EQ(defaultThreads(eightThreads, 8), 8);
 }
 
-TEST(DefaultThreads, LargerQuotaAddsNothing)
-{
-    EXPECT_EQ(defaultThreads(eightThreads, 64), 8);
-}
+TEST(DefaultThreads, LargerQuotaAddsNothing) { EXPECT_EQ(defaultThreads(eightThreads, 64), 8); }
 
 TEST(DefaultThreads, ThreadLimitOfTheProgram)
 {
@@ -168,7 +162,8 @@ TEST_F(NumThreads, AnyNumberOfThreadsMaySetAndAsk)
             }
             allInRange[each] = inRange;
         });
-    for (auto& thread : threads) thread.join();
+    for (auto& thread : threads)
+        thread.join();
     EXPECT_EQ(allInRange, (std::array<bool, 4>{true, true, true, true}));
 }
 
