@@ -112,6 +112,10 @@ template <class T, int N> struct ValueTraits<lanes<T, N>> {
     static constexpr int laneCount = N;
 };
 
+// float, double or lanes
+template <class V>
+concept Value = requires { typename ValueTraits<V>::Scalar; };
+
 template <class V> using scalar_t = typename ValueTraits<V>::Scalar;
 template <class V> using mask_t = typename ValueTraits<V>::Mask;
 template <class V> inline constexpr int lane_count_v = ValueTraits<V>::laneCount;
