@@ -182,7 +182,8 @@ template <class T> struct ConstantArray {
     const T* base;
     std::ptrdiff_t objectStride;
 
-    Constant<T> operator[](std::ptrdiff_t n) const { return {loadElement<T>(moved(base, n * objectStride))}; }
+    const T* address(std::ptrdiff_t n) const { return moved(base, n * objectStride); }
+    Constant<T> operator[](std::ptrdiff_t n) const { return {loadElement<T>(address(n))}; }
 };
 
 template <class T> struct ConstantList {
@@ -192,10 +193,8 @@ template <class T> struct ConstantList {
     const T* const* table;
     std::ptrdiff_t shift;
 
-    Constant<T> operator[](std::ptrdiff_t n) const
-    {
-        return {loadElement<T>(moved(loadElement<const T*>(table + n), shift))};
-    }
+    const T* address(std::ptrdiff_t n) const { return moved(loadElement<const T*>(table + n), shift); }
+    Constant<T> operator[](std::ptrdiff_t n) const { return {loadElement<T>(address(n))}; }
 };
 
 // One packed element per object, as the reductions write them.

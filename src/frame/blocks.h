@@ -1,0 +1,697 @@
+// Blocks: the elements of several objects brought into lanes, and results brought back.
+//
+//   loadBlock, storeBlock        the objects first .. first + live - 1 of an array view <-> V a[R][C], V a[L] or V a
+//   source, result               an operand of a call: an array view with the shape of its objects
+//   forEachBlock                 runs a kernel over the objects of a call
+//
+// Lane l of a block holds object first + l. The same functions serve scalars (V = float or double), where a block is
+// one object.
+//
+// A family is written as a kernel over V and one call:
+//
+//     template <class V> mask_t<V> invert2(const V (&a)[2][2], V (&x)[2][2]);   // lanes that failed
+//
+//     const auto done = forEachBlock(place, [](const auto& a, auto& x) { return invert2(a, x); },
+//                                    source<2, 2>(matrices), result<2, 2>(inverses));
+//     return done == place.count ? StatusOk : StatusSingular;
+//
+// Kernel. Takes the operands in the order of the call: sources by const reference, results by reference. Returns
+// nothing, or the mask_t<V> of the lanes that failed. Results of a lane that did not fail must all be set. It is
+// called with V of several widths and of width 1 and must give every lane the bits of width 1.
+//
+// Failures. A block with a failing lane is computed again object by object with V of width 1. The first object that
+// fails ends the run: the objects before it are stored, nothing of it or of those behind it has been written.
+// `forEachBlock` returns the number of objects completed, so place.first + that is the failing object, and a family
+// that leaves more behind for it (a row of work values, the part of a factor before the bad pivot) writes that itself.
+//
+// Memory. Only bytes of elements of the objects are read or written, at any address. All sources of a block are read
+// before its results are written, so that a result may be its source. Unused lanes of the last block repeat its last
+// object and are never stored. Results of strided arrays whose objects overlap are written in the order of objects,
+// then rows, then columns. For tables of pointers, entries that are equal are written in that order too; entries that
+// overlap in part are not ordered.
+//
+// Speed. Elements that lie side by side (the rows of dense objects, whole packed objects) are moved in vectors and
+// transposed between registers. An object stride equal to the element size makes a structure of arrays and moves
+// whole lanes. All else goes element by element.
+#pragma once
+
+#include "frame/lanes.h"
+#include "frame/operands.h"
+
+namespace tarnm {
+
+namespace blocks {
+
+// ---- Where the objects of a block lie ----
+
+// `packedBytes` apart, known at compile time, so that all addresses are one base and constants.
+template <class T, std::ptrdiff_t packedBytes> struct PackedBases {
+    T* base;
+
+    TARNM_INLINE T* operator[](int l) const { return moved(base, l * packedBytes); }
+    TARNM_INLINE PackedBases shifted(std::ptrdiff_t bytes) const { return {moved(base, bytes)}; }
+};
+
+template <class T, int N> struct ListedBases {
+    T* base[N];
+    std::ptrdiff_t shift;
+
+    TARNM_INLINE T* operator[](int l) const { return moved(base[l], shift); }
+    TARNM_INLINE ListedBases shifted(std::ptrdiff_t bytes) const
+    {
+        ListedBases result = *this;
+        result.shift += bytes;
+        return result;
+    }
+};
+
+template <int N, class Array> TARNM_INLINE auto basesOf(const Array& array, std::ptrdiff_t first, int live)
+{
+    ListedBases<typename Array::ObjectView::Pointee, N> result;
+    result.shift = 0;
+    if (live == N) [[likely]] {
+        for (int l = 0; l < N; ++l)
+            result.base[l] = array[first + l].base;
+    } else {
+        for (int l = 0; l < N; ++l)
+            result.base[l] = array[first + (l < live ? l : live - 1)].base;
+    }
+    return result;
+}
+
+// ---- Element by element ----
+
+template <class V, class AddressOfLane, std::size_t... I>
+TARNM_INLINE V gatheredBy(AddressOfLane&& address, std::index_sequence<I...>)
+{
+    return V(typename V::Raw{loadElement<scalar_t<V>>(address(int(I)))...});
+}
+
+template <class V, class AddressOfLane> TARNM_INLINE V gathered(AddressOfLane&& address)
+{
+    return gatheredBy<V>(address, std::make_index_sequence<lane_count_v<V>>{});
+}
+
+// ---- Transposition between registers ----
+//
+// A run is `length` elements side by side in each of the N objects. Vectors are handled in pieces of 16 bytes: W
+// elements of one object. W registers, each with pieces of the objects j, j + W, j + 2W, ... , are transposed piece by
+// piece into W vectors of lanes. The transposition is its own inverse.
+
+template <class V> inline constexpr int pieceLength = machine::pieceBytes / int(sizeof(scalar_t<V>));
+template <class V> using Piece = lanes<scalar_t<V>, pieceLength<V>>;
+
+template <class V, class PieceOf> TARNM_INLINE V fromPieces(PieceOf&& pieceOf)
+{
+    constexpr int pieces = lane_count_v<V> / pieceLength<V>;
+    using machine::joined;
+    if constexpr (pieces == 1)
+        return V(pieceOf(0).raw);
+    else if constexpr (pieces == 2)
+        return V(joined(pieceOf(0).raw, pieceOf(1).raw));
+    else
+        return V(joined(joined(pieceOf(0).raw, pieceOf(1).raw), joined(pieceOf(2).raw, pieceOf(3).raw)));
+}
+
+template <class V> TARNM_INLINE auto pieceOf(V v, int piece)
+{
+    constexpr int pieces = lane_count_v<V> / pieceLength<V>;
+    using machine::lowerHalf, machine::upperHalf;
+    if constexpr (pieces == 1)
+        return Piece<V>(v.raw);
+    else if constexpr (pieces == 2)
+        return Piece<V>(piece == 0 ? lowerHalf(v.raw) : upperHalf(v.raw));
+    else {
+        const auto half = piece < 2 ? lowerHalf(v.raw) : upperHalf(v.raw);
+        return Piece<V>(piece % 2 == 0 ? lowerHalf(half) : upperHalf(half));
+    }
+}
+
+template <int... pick, class V> TARNM_INLINE V shuffled(V a, V b)
+{
+    return V(machine::shuffledPieces<pick...>(a.raw, b.raw));
+}
+
+template <class V> TARNM_INLINE void transposePieces(V (&v)[2])
+{
+    const V a = v[0], b = v[1];
+    v[0] = shuffled<0, 2>(a, b);
+    v[1] = shuffled<1, 3>(a, b);
+}
+
+template <class V> TARNM_INLINE void transposePieces(V (&v)[4])
+{
+    const V lower01 = shuffled<0, 4, 1, 5>(v[0], v[1]);
+    const V lower23 = shuffled<0, 4, 1, 5>(v[2], v[3]);
+    const V upper01 = shuffled<2, 6, 3, 7>(v[0], v[1]);
+    const V upper23 = shuffled<2, 6, 3, 7>(v[2], v[3]);
+    v[0] = shuffled<0, 1, 4, 5>(lower01, lower23);
+    v[1] = shuffled<2, 3, 6, 7>(lower01, lower23);
+    v[2] = shuffled<0, 1, 4, 5>(upper01, upper23);
+    v[3] = shuffled<2, 3, 6, 7>(upper01, upper23);
+}
+
+// Elements k .. k + W - 1 of every object as W vectors of lanes.
+template <class V, class Bases> TARNM_INLINE void loadPieces(const Bases& bases, int k, V (&v)[pieceLength<V>])
+{
+    constexpr int W = pieceLength<V>;
+    for (int j = 0; j < W; ++j)
+        v[j] = fromPieces<V>([&](int q) __attribute__((always_inline)) { return load<Piece<V>>(bases[q * W + j] + k); });
+    transposePieces(v);
+}
+
+template <class V, class Bases> TARNM_INLINE void storePieces(const Bases& bases, int k, V (&v)[pieceLength<V>])
+{
+    constexpr int W = pieceLength<V>;
+    transposePieces(v);
+    for (int q = 0; q < lane_count_v<V> / W; ++q)
+        for (int j = 0; j < W; ++j)
+            store(bases[q * W + j] + k, pieceOf(v[j], q));
+}
+
+// Two singles of every object. Half a piece is moved as one double, whose bits nothing looks at.
+template <class V, class Bases> TARNM_INLINE void loadPairs(const Bases& bases, V& x, V& y)
+{
+    using Doubles = lanes<double, lane_count_v<V> / 2>;
+    const auto pairs = [&](int from) __attribute__((always_inline)) {
+        return V((typename V::Raw)gathered<Doubles>([&](int i) __attribute__((always_inline)) {
+                     return reinterpret_cast<const double*>(bases[i / 2 * 4 + i % 2 + from]);
+                 }).raw);
+    };
+    const V lower = pairs(0), upper = pairs(2);
+    x = shuffled<0, 2, 4, 6>(lower, upper);
+    y = shuffled<1, 3, 5, 7>(lower, upper);
+}
+
+template <class V, class Bases> TARNM_INLINE void storePairs(const Bases& bases, V x, V y)
+{
+    using Doubles = lanes<double, lane_count_v<V> / 2>;
+    const auto storeFrom = [&](int from, V pairs) __attribute__((always_inline)) {
+        const Doubles values((typename Doubles::Raw)pairs.raw);
+        for (int i = 0; i < lane_count_v<V> / 2; ++i)
+            storeElement(reinterpret_cast<double*>(bases[i / 2 * 4 + i % 2 + from]), values[i]);
+    };
+    storeFrom(0, shuffled<0, 4, 1, 5>(x, y));
+    storeFrom(2, shuffled<2, 6, 3, 7>(x, y));
+}
+
+template <class V, class Bases> TARNM_INLINE V loadElements(const Bases& bases, int k)
+{
+    return gathered<V>([&](int l) __attribute__((always_inline)) { return bases[l] + k; });
+}
+
+template <class V, class Bases> TARNM_INLINE void storeElements(const Bases& bases, int k, V v)
+{
+    for (int l = 0; l < lane_count_v<V>; ++l)
+        storeElement(bases[l] + k, v[l]);
+}
+
+// The last piece of a run that is no multiple of W reaches back over elements already taken, never past the end.
+template <int length, class V, class Bases> TARNM_INLINE void loadRuns(const Bases& bases, V* a)
+{
+    constexpr int W = pieceLength<V>;
+    if constexpr (length >= W) {
+        V v[W];
+        for (int k = 0; k + W <= length; k += W) {
+            loadPieces(bases, k, v);
+            for (int j = 0; j < W; ++j)
+                a[k + j] = v[j];
+        }
+        if constexpr (length % W != 0) {
+            loadPieces(bases, length - W, v);
+            for (int j = W - length % W; j < W; ++j)
+                a[length - W + j] = v[j];
+        }
+    } else {
+        if constexpr (length >= 2)
+            loadPairs(bases, a[0], a[1]);
+        if constexpr (length % 2 != 0)
+            a[length - 1] = loadElements<V>(bases, length - 1);
+    }
+}
+
+template <int length, class V, class Bases> TARNM_INLINE void storeRuns(const Bases& bases, const V* a)
+{
+    constexpr int W = pieceLength<V>;
+    if constexpr (length >= W) {
+        V v[W];
+        for (int k = 0; k < length; k += W) {
+            const int from = k + W <= length ? k : length - W;
+            for (int j = 0; j < W; ++j)
+                v[j] = a[from + j];
+            storePieces(bases, from, v);
+        }
+    } else {
+        if constexpr (length >= 2)
+            storePairs(bases, a[0], a[1]);
+        if constexpr (length % 2 != 0)
+            storeElements(bases, length - 1, a[length - 1]);
+    }
+}
+
+// Packed objects of 2 or 3 singles: W of them are 2 or 3 whole pieces.
+template <class V, int length>
+inline constexpr bool packsIntoPieces = pieceLength<V> == 4 && (length == 2 || length == 3);
+
+template <int length, class V> TARNM_INLINE void loadPacked(const scalar_t<V>* base, V* a)
+{
+    constexpr int W = pieceLength<V>;
+    if constexpr (length == 1)
+        a[0] = load<V>(base);
+    else if constexpr (packsIntoPieces<V, length>) {
+        V v[length];
+        for (int j = 0; j < length; ++j)
+            v[j] = fromPieces<V>([&](int q) __attribute__((always_inline)) {
+                return load<Piece<V>>(base + (q * length + j) * W);
+            });
+        if constexpr (length == 2) {
+            a[0] = shuffled<0, 2, 4, 6>(v[0], v[1]);
+            a[1] = shuffled<1, 3, 5, 7>(v[0], v[1]);
+        } else {
+            // x0 y0 z0 x1 | y1 z1 x2 y2 | z2 x3 y3 z3
+            const V xy = shuffled<2, 3, 5, 6>(v[1], v[2]); // x2 y2 x3 y3
+            const V yz = shuffled<1, 2, 4, 5>(v[0], v[1]); // y0 z0 y1 z1
+            a[0] = shuffled<0, 3, 4, 6>(v[0], xy);
+            a[1] = shuffled<0, 2, 5, 7>(yz, xy);
+            a[2] = shuffled<1, 3, 4, 7>(yz, v[2]);
+        }
+    } else
+        loadRuns<length>(PackedBases<const scalar_t<V>, length * sizeof(scalar_t<V>)>{base}, a);
+}
+
+template <int length, class V> TARNM_INLINE void storePacked(scalar_t<V>* base, const V* a)
+{
+    constexpr int W = pieceLength<V>;
+    if constexpr (length == 1)
+        store(base, a[0]);
+    else if constexpr (packsIntoPieces<V, length>) {
+        V v[length];
+        if constexpr (length == 2) {
+            v[0] = shuffled<0, 4, 1, 5>(a[0], a[1]);
+            v[1] = shuffled<2, 6, 3, 7>(a[0], a[1]);
+        } else {
+            const V xy = shuffled<0, 2, 4, 6>(a[0], a[1]); // x0 x2 y0 y2
+            const V yz = shuffled<1, 3, 5, 7>(a[1], a[2]); // y1 y3 z1 z3
+            const V zx = shuffled<0, 2, 5, 7>(a[2], a[0]); // z0 z2 x1 x3
+            v[0] = shuffled<0, 2, 4, 6>(xy, zx);           // x0 y0 z0 x1
+            v[1] = shuffled<0, 2, 5, 7>(yz, xy);           // y1 z1 x2 y2
+            v[2] = shuffled<1, 3, 5, 7>(zx, yz);           // z2 x3 y3 z3
+        }
+        for (int q = 0; q < lane_count_v<V> / W; ++q)
+            for (int j = 0; j < length; ++j)
+                store(base + (q * length + j) * W, pieceOf(v[j], q));
+    } else
+        storeRuns<length>(PackedBases<scalar_t<V>, length * sizeof(scalar_t<V>)>{base}, a);
+}
+
+// ---- Shapes ----
+//
+// Vectors are matrices of one row below, so that every path is written once: elements are a[r * C + c].
+
+template <int R, int C> struct Shape {
+    static constexpr int rows = R, columns = C, elements = R * C;
+};
+
+template <class Object> TARNM_INLINE auto* elementAddress(const Object& object, int r, int c)
+{
+    if constexpr (requires { object.address(r, c); })
+        return object.address(r, c);
+    else
+        return object.address(c);
+}
+
+template <class Object> TARNM_INLINE auto element(const Object& object, int r, int c)
+{
+    if constexpr (requires { object(r, c); })
+        return object(r, c);
+    else
+        return object[c];
+}
+
+template <class Object> TARNM_INLINE void setElement(const Object& object, int r, int c, auto value)
+{
+    storeElement(elementAddress(object, r, c), value);
+}
+
+// ---- Kinds of arrays ----
+
+template <class Object> inline constexpr bool isTransposed = false;
+template <class Matrix> inline constexpr bool isTransposed<Transposed<Matrix>> = true;
+
+template <class Array> inline constexpr bool isArray = false;
+template <class Object> inline constexpr bool isArray<ObjectArray<Object>> = true;
+
+template <class Object> TARNM_INLINE ObjectArray<Object> asStored(const ObjectArray<Transposed<Object>>& array)
+{
+    return {array.first.stored, array.objectStride};
+}
+template <class Object> TARNM_INLINE ObjectList<Object> asStored(const ObjectList<Transposed<Object>>& array)
+{
+    return {array.table, array.shift, array.pattern.stored};
+}
+
+template <class Object> TARNM_INLINE const Object& pattern(const ObjectArray<Object>& array) { return array.first; }
+template <class Object> TARNM_INLINE const Object& pattern(const ObjectList<Object>& array) { return array.pattern; }
+
+template <class Object> TARNM_INLINE std::ptrdiff_t rowStrideOf(const Object& object)
+{
+    if constexpr (requires { object.rowStride; })
+        return object.rowStride;
+    else
+        return 0;
+}
+
+// Whether a row of the objects ends where the next begins, so that an object is one run.
+template <class S, class Object> TARNM_INLINE bool rowsTouch(const Object& object)
+{
+    return S::rows == 1 || rowStrideOf(object) == std::ptrdiff_t(S::columns * sizeof(typename Object::Element));
+}
+
+// ---- Loading ----
+
+template <class S, class V, class Array> TARNM_INLINE void loadDense(const Array& array, std::ptrdiff_t first, int live, V* a)
+{
+    using T = scalar_t<V>;
+    constexpr int N = lane_count_v<V>;
+    const auto& object = pattern(array);
+    if constexpr (isArray<Array>) {
+        const bool isPacked = rowsTouch<S>(object) && array.objectStride == std::ptrdiff_t(S::elements * sizeof(T));
+        if (isPacked && live == N)
+            return loadPacked<S::elements>(static_cast<const T*>(array[first].base), a);
+    }
+    const auto bases = basesOf<N>(array, first, live);
+    if (rowsTouch<S>(object))
+        return loadRuns<S::elements>(bases, a);
+    for (int r = 0; r < S::rows; ++r)
+        loadRuns<S::columns>(bases.shifted(r * rowStrideOf(object)), a + r * S::columns);
+}
+
+// Every element of the objects first .. first + N - 1 lies beside that of the next object.
+template <class S, class V, class Object> TARNM_INLINE void loadInterleaved(const Object& object, V* a)
+{
+    for (int r = 0; r < S::rows; ++r)
+        for (int c = 0; c < S::columns; ++c)
+            a[r * S::columns + c] = load<V>(elementAddress(object, r, c));
+}
+
+template <class S, class V, class Array>
+TARNM_INLINE void loadByElement(const Array& array, std::ptrdiff_t first, int live, V* a)
+{
+    using Object = typename Array::ObjectView;
+    for (int r = 0; r < S::rows; ++r)
+        for (int c = 0; c < S::columns; ++c)
+            a[r * S::columns + c] = gathered<V>([&](int l) __attribute__((always_inline)) {
+                const Object object = array[first + (l < live ? l : live - 1)];
+                return elementAddress(object, r, c);
+            });
+}
+
+template <class S, class V, class Array>
+TARNM_INLINE void loadElementsOf(const Array& array, std::ptrdiff_t first, int live, V* a)
+{
+    using Object = typename Array::ObjectView;
+    constexpr int N = lane_count_v<V>;
+    if constexpr (N == 1 || Array::isSingle) {
+        const Object object = array[first];
+        for (int r = 0; r < S::rows; ++r)
+            for (int c = 0; c < S::columns; ++c)
+                a[r * S::columns + c] = V(element(object, r, c));
+    } else if constexpr (isTransposed<Object>) {
+        V stored[S::elements];
+        loadElementsOf<Shape<S::columns, S::rows>>(asStored(array), first, live, stored);
+        for (int r = 0; r < S::rows; ++r)
+            for (int c = 0; c < S::columns; ++c)
+                a[r * S::columns + c] = stored[c * S::rows + r];
+    } else if constexpr (requires { requires Object::isDense; })
+        loadDense<S>(array, first, live, a);
+    else {
+        if constexpr (isArray<Array>)
+            if (array.objectStride == sizeof(scalar_t<V>) && live == N)
+                return loadInterleaved<S>(array[first], a);
+        loadByElement<S>(array, first, live, a);
+    }
+}
+
+// ---- Storing ----
+
+template <class S, class V, class Array>
+TARNM_INLINE void storeByElement(const Array& array, std::ptrdiff_t first, int live, const V* a)
+{
+    for (int l = 0; l < live; ++l) {
+        const auto object = array[first + l];
+        for (int r = 0; r < S::rows; ++r)
+            for (int c = 0; c < S::columns; ++c)
+                setElement(object, r, c, lane(a[r * S::columns + c], l));
+    }
+}
+
+template <class S, class V, class Array>
+TARNM_INLINE void storeDense(const Array& array, std::ptrdiff_t first, const V* a)
+{
+    using T = scalar_t<V>;
+    constexpr int N = lane_count_v<V>;
+    const auto& object = pattern(array);
+    if constexpr (isArray<Array>) {
+        constexpr std::ptrdiff_t rowBytes = S::columns * sizeof(T);
+        if (rowsTouch<S>(object) && array.objectStride == S::rows * rowBytes)
+            return storePacked<S::elements>(array[first].base, a);
+        const bool isDisjoint = array.objectStride >= (S::rows - 1) * rowStrideOf(object) + rowBytes;
+        if (!isDisjoint)
+            return storeByElement<S>(array, first, N, a);
+    }
+    const auto bases = basesOf<N>(array, first, N);
+    if (rowsTouch<S>(object))
+        return storeRuns<S::elements>(bases, a);
+    for (int r = 0; r < S::rows; ++r)
+        storeRuns<S::columns>(bases.shifted(r * rowStrideOf(object)), a + r * S::columns);
+}
+
+// Whether elements are so far apart that N objects side by side keep clear of the next element.
+template <class S, int N, class Object> TARNM_INLINE bool isClearInterleaved(const Object& object)
+{
+    if constexpr (requires { object.elementStride; }) {
+        constexpr std::ptrdiff_t block = N * sizeof(typename Object::Element);
+        const std::ptrdiff_t column = object.elementStride.bytes, row = rowStrideOf(object);
+        return (S::columns == 1 || column >= block) && (S::rows == 1 || row >= block) &&
+               (S::columns == 1 || S::rows == 1 || row >= (S::columns - 1) * column + block ||
+                column >= (S::rows - 1) * row + block);
+    } else
+        return true;
+}
+
+template <class S, class V, class Object> TARNM_INLINE void storeInterleaved(const Object& object, const V* a)
+{
+    for (int r = 0; r < S::rows; ++r)
+        for (int c = 0; c < S::columns; ++c)
+            store(elementAddress(object, r, c), a[r * S::columns + c]);
+}
+
+template <class S, class V, class Array>
+TARNM_INLINE void storeElementsOf(const Array& array, std::ptrdiff_t first, int live, const V* a)
+{
+    using Object = typename Array::ObjectView;
+    constexpr int N = lane_count_v<V>;
+    if constexpr (N > 1)
+        if (live == N) {
+            if constexpr (requires { requires Object::isDense; })
+                return storeDense<S>(array, first, a);
+            else if constexpr (isArray<Array>)
+                if (array.objectStride == sizeof(scalar_t<V>) && isClearInterleaved<S, N>(array.first))
+                    return storeInterleaved<S>(array[first], a);
+        }
+    storeByElement<S>(array, first, live, a);
+}
+
+} // namespace blocks
+
+// ---- Blocks ----
+
+template <class Array, class V, int R, int C>
+TARNM_INLINE void loadBlock(const Array& array, std::ptrdiff_t first, int live, V (&a)[R][C])
+{
+    blocks::loadElementsOf<blocks::Shape<R, C>>(array, first, live, &a[0][0]);
+}
+
+template <class Array, class V, int L>
+TARNM_INLINE void loadBlock(const Array& array, std::ptrdiff_t first, int live, V (&a)[L])
+{
+    blocks::loadElementsOf<blocks::Shape<1, L>>(array, first, live, &a[0]);
+}
+
+template <class Array, Value V>
+TARNM_INLINE void loadBlock(const Array& array, std::ptrdiff_t first, [[maybe_unused]] int live, V& a)
+{
+    constexpr int N = lane_count_v<V>;
+    if constexpr (requires { requires Array::isSingle; })
+        a = V(array.object.value);
+    else {
+        if constexpr (requires { array.objectStride; })
+            if (array.objectStride == sizeof(scalar_t<V>) && live == N) {
+                a = load<V>(array.address(first));
+                return;
+            }
+        if constexpr (N == 1)
+            a = loadElement(array.address(first));
+        else
+            a = blocks::gathered<V>([&](int l) __attribute__((always_inline)) {
+                return array.address(first + (l < live ? l : live - 1));
+            });
+    }
+}
+
+template <class Array, class V, int R, int C>
+TARNM_INLINE void storeBlock(const Array& array, std::ptrdiff_t first, int live, const V (&a)[R][C])
+{
+    blocks::storeElementsOf<blocks::Shape<R, C>>(array, first, live, &a[0][0]);
+}
+
+template <class Array, class V, int L>
+TARNM_INLINE void storeBlock(const Array& array, std::ptrdiff_t first, int live, const V (&a)[L])
+{
+    blocks::storeElementsOf<blocks::Shape<1, L>>(array, first, live, &a[0]);
+}
+
+template <class T, Value V>
+TARNM_INLINE void storeBlock(const ScalarArray<T>& array, std::ptrdiff_t first, int live, const V& a)
+{
+    if (live == lane_count_v<V>)
+        store(array.base + first, a);
+    else
+        for (int l = 0; l < live; ++l)
+            array.set(first + l, lane(a, l));
+}
+
+// ---- Operands of a kernel ----
+
+enum class Access { read, write, update };
+
+template <class V, int... extents> struct ElementsOf;
+template <class V> struct ElementsOf<V> {
+    using type = V;
+};
+template <class V, int L> struct ElementsOf<V, L> {
+    using type = V[L];
+};
+template <class V, int R, int C> struct ElementsOf<V, R, C> {
+    using type = V[R][C];
+};
+
+template <Access access, class Array, int... extents> struct Operand {
+    Array array;
+};
+
+// source<R, C>(matrices), source<L>(vectors), source(constants), and so for the others.
+template <int... extents, class Array> Operand<Access::read, Array, extents...> source(const Array& array)
+{
+    return {array};
+}
+template <int... extents, class Array> Operand<Access::write, Array, extents...> result(const Array& array)
+{
+    return {array};
+}
+// Read and written; the kernel changes it in place.
+template <int... extents, class Array> Operand<Access::update, Array, extents...> updated(const Array& array)
+{
+    return {array};
+}
+
+namespace blocks {
+
+// An operand's elements for one block. A single object is read once, ahead of all blocks.
+template <class V, class SomeOperand> struct Block;
+
+template <class V, Access access, class Array, int... extents> struct Block<V, Operand<access, Array, extents...>> {
+    using Elements = typename ElementsOf<V, extents...>::type;
+    static constexpr bool isSingle = requires { requires Array::isSingle; };
+
+    Array array;
+    Elements elements;
+
+    TARNM_INLINE explicit Block(const Operand<access, Array, extents...>& operand) : array(operand.array)
+    {
+        if constexpr (isSingle)
+            loadBlock(array, 0, lane_count_v<V>, elements);
+    }
+
+    TARNM_INLINE void read(std::ptrdiff_t first, int live)
+    {
+        if constexpr (access != Access::write && !isSingle)
+            loadBlock(array, first, live, elements);
+    }
+
+    TARNM_INLINE std::conditional_t<access == Access::read, const Elements&, Elements&> argument() { return elements; }
+
+    TARNM_INLINE void write(std::ptrdiff_t first, int live) const
+    {
+        if constexpr (access != Access::read)
+            storeBlock(array, first, live, elements);
+    }
+};
+
+// Whether all objects of the block succeeded; else nothing is written.
+template <class Kernel, class... Blocks>
+TARNM_INLINE bool computed(const Kernel& kernel, std::ptrdiff_t first, int live, Blocks&... blocks)
+{
+    (blocks.read(first, live), ...);
+    if constexpr (std::is_void_v<decltype(kernel(blocks.argument()...))>)
+        kernel(blocks.argument()...);
+    else if (any(kernel(blocks.argument()...)))
+        return false;
+    (blocks.write(first, live), ...);
+    return true;
+}
+
+// The first object from `first` on that fails, or `end`. Out of line: it stands beside the loop over blocks.
+template <class T, class Kernel, class... Operands>
+[[gnu::noinline]] std::int32_t computedSingly(
+    const Kernel& kernel, std::int32_t first, std::int32_t end, const Operands&... operands)
+{
+    return [&](Block<T, Operands>... blocks) {
+        std::int32_t n = first;
+        while (n < end && computed(kernel, n, 1, blocks...))
+            ++n;
+        return n;
+    }(Block<T, Operands>(operands)...);
+}
+
+template <class SomeOperand> struct OperandTraits;
+template <Access access, class Array, int... extents> struct OperandTraits<Operand<access, Array, extents...>> {
+    using Element = std::remove_cvref_t<decltype(element(std::declval<Array>()[0], 0, 0))>;
+};
+template <Access access, class T> struct OperandTraits<Operand<access, ScalarArray<T>>> {
+    using Element = T;
+};
+
+} // namespace blocks
+
+// ---- The objects of a call ----
+
+// Runs `kernel` over the objects of `place`, lane_count_v<V> at a time, and returns how many objects were completed.
+template <class V, class Kernel, class... Operands>
+inline std::int32_t forEachBlockOf(Place place, const Kernel& kernel, const Operands&... operands)
+{
+    using T = scalar_t<V>;
+    const std::int32_t end = place.first + place.count;
+    const auto run = [&](auto... blocks) __attribute__((always_inline)) {
+        for (std::int32_t n = place.first; n < end;) {
+            const int live = end - n < lane_count_v<V> ? end - n : lane_count_v<V>;
+            if (live == 1 || !blocks::computed(kernel, n, live, blocks...)) [[unlikely]] {
+                const std::int32_t reached = blocks::computedSingly<T>(kernel, n, n + live, operands...);
+                if (reached < n + live)
+                    return reached - place.first;
+            }
+            n += live;
+        }
+        return place.count;
+    };
+    return run(blocks::Block<V, Operands>(operands)...);
+}
+
+template <class Kernel, class FirstOperand, class... Operands>
+inline std::int32_t forEachBlock(Place place, const Kernel& kernel, const FirstOperand& first, const Operands&... others)
+{
+    using T = typename blocks::OperandTraits<FirstOperand>::Element;
+    return forEachBlockOf<native_lanes<T>>(place, kernel, first, others...);
+}
+
+} // namespace tarnm
