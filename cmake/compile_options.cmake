@@ -37,7 +37,7 @@ function(tarnm_compile_options target)
     target_compile_features(${target} PRIVATE cxx_std_20 c_std_99)
     target_compile_options(${target} PRIVATE
         ${TARNM_ARITHMETIC_OPTIONS} ${TARNM_WARNING_OPTIONS} ${arg_ARCH}
-        $<$<CONFIG:Release,RelWithDebInfo>:${TARNM_OPTIMIZATION_OPTIONS}>)
+        "$<$<CONFIG:Release,RelWithDebInfo>:${TARNM_OPTIMIZATION_OPTIONS}>")
     if(TARNM_WARNINGS_AS_ERRORS)
         target_compile_options(${target} PRIVATE -Werror)
     endif()

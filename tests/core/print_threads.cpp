@@ -10,9 +10,9 @@
 int main(int argc, char** argv)
 {
     const int quota = tarncore::cpuQuota("");
-    int expected = argc > 1 ? std::atoi(argv[1]) : 0;
+    long expected = argc > 1 ? std::strtol(argv[1], nullptr, 10) : 0;
     if (quota > 0 && quota < expected) expected = quota;
     const int threads = tarnGetNumThreads();
-    std::printf("%d threads, expected %d\n", threads, expected);
+    std::printf("%d threads, expected %ld\n", threads, expected);
     return threads == expected ? EXIT_SUCCESS : EXIT_FAILURE;
 }
