@@ -416,18 +416,14 @@ template <class Check> void forAllShapes(Check check)
     check(VectorCase<3>{});
     check(VectorCase<4>{});
     check(VectorCase<5>{});
-    check(VectorCase<6>{});
     check(VectorCase<7>{});
-    check(MatrixCase<1, 1>{});
     check(MatrixCase<2, 2>{});
     check(MatrixCase<3, 3>{});
     check(MatrixCase<4, 4>{});
     check(MatrixCase<5, 5>{});
     check(MatrixCase<6, 6>{});
-    check(MatrixCase<3, 1>{});
     check(MatrixCase<2, 3>{});
     check(MatrixCase<4, 3>{});
-    check(MatrixCase<3, 4>{});
 }
 
 TYPED_TEST_P(Blocks, StridedArrays)
