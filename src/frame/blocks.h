@@ -70,9 +70,11 @@ template <int N, class Array> TARNM_INLINE auto basesOf(const Array& array, std:
     ListedBases<typename Array::ObjectView::Pointee, N> result;
     result.shift = 0;
     if (live == N) [[likely]] {
+        TARNM_UNROLL
         for (int l = 0; l < N; ++l)
             result.base[l] = array[first + l].base;
     } else {
+        TARNM_UNROLL
         for (int l = 0; l < N; ++l)
             result.base[l] = array[first + (l < live ? l : live - 1)].base;
     }
@@ -101,31 +103,31 @@ template <class V, class AddressOfLane> TARNM_INLINE V gathered(AddressOfLane&& 
 template <class V> inline constexpr int pieceLength = machine::pieceBytes / int(sizeof(scalar_t<V>));
 template <class V> using Piece = lanes<scalar_t<V>, pieceLength<V>>;
 
-template <class V, class PieceOf> TARNM_INLINE V fromPieces(PieceOf&& pieceOf)
+template <class V> inline constexpr int pieceCount = lane_count_v<V> / pieceLength<V>;
+
+template <class V, class AddressOfPiece, int... q>
+TARNM_INLINE V loadJoinedBy(AddressOfPiece&& address, std::integer_sequence<int, q...>)
 {
-    constexpr int pieces = lane_count_v<V> / pieceLength<V>;
-    using machine::joined;
-    if constexpr (pieces == 1)
-        return V(pieceOf(0).raw);
-    else if constexpr (pieces == 2)
-        return V(joined(pieceOf(0).raw, pieceOf(1).raw));
-    else
-        return V(joined(joined(pieceOf(0).raw, pieceOf(1).raw), joined(pieceOf(2).raw, pieceOf(3).raw)));
+    return V(machine::joinedPieces(load<Piece<V>>(address(q)).raw...));
 }
 
-template <class V> TARNM_INLINE auto pieceOf(V v, int piece)
+template <class V, class AddressOfPiece> TARNM_INLINE V loadJoined(AddressOfPiece&& address)
 {
-    constexpr int pieces = lane_count_v<V> / pieceLength<V>;
-    using machine::lowerHalf, machine::upperHalf;
-    if constexpr (pieces == 1)
-        return Piece<V>(v.raw);
-    else if constexpr (pieces == 2)
-        return Piece<V>(piece == 0 ? lowerHalf(v.raw) : upperHalf(v.raw));
-    else {
-        const auto half = piece < 2 ? lowerHalf(v.raw) : upperHalf(v.raw);
-        return Piece<V>(piece % 2 == 0 ? lowerHalf(half) : upperHalf(half));
-    }
+    return loadJoinedBy<V>(address, std::make_integer_sequence<int, pieceCount<V>>{});
 }
+
+// Calls body(q) with the number of every piece as a constant.
+template <class Body, int... q> TARNM_INLINE void forEachPieceBy(Body&& body, std::integer_sequence<int, q...>)
+{
+    (body(std::integral_constant<int, q>{}), ...);
+}
+
+template <class V, class Body> TARNM_INLINE void forEachPiece(Body&& body)
+{
+    forEachPieceBy(body, std::make_integer_sequence<int, pieceCount<V>>{});
+}
+
+template <int q, class V> TARNM_INLINE Piece<V> pieceOf(V v) { return Piece<V>(machine::pieceAt<q>(v.raw)); }
 
 template <int... pick, class V> TARNM_INLINE V shuffled(V a, V b)
 {
@@ -155,8 +157,9 @@ template <class V> TARNM_INLINE void transposePieces(V (&v)[4])
 template <class V, class Bases> TARNM_INLINE void loadPieces(const Bases& bases, int k, V (&v)[pieceLength<V>])
 {
     constexpr int W = pieceLength<V>;
+    TARNM_UNROLL
     for (int j = 0; j < W; ++j)
-        v[j] = fromPieces<V>([&](int q) __attribute__((always_inline)) { return load<Piece<V>>(bases[q * W + j] + k); });
+        v[j] = loadJoined<V>([&](int q) __attribute__((always_inline)) { return bases[q * W + j] + k; });
     transposePieces(v);
 }
 
@@ -164,9 +167,11 @@ template <class V, class Bases> TARNM_INLINE void storePieces(const Bases& bases
 {
     constexpr int W = pieceLength<V>;
     transposePieces(v);
-    for (int q = 0; q < lane_count_v<V> / W; ++q)
+    forEachPiece<V>([&](auto q) __attribute__((always_inline)) {
+        TARNM_UNROLL
         for (int j = 0; j < W; ++j)
-            store(bases[q * W + j] + k, pieceOf(v[j], q));
+            store(bases[q * W + j] + k, pieceOf<q>(v[j]));
+    });
 }
 
 // Two singles of every object. Half a piece is moved as one double, whose bits nothing looks at.
@@ -188,6 +193,7 @@ template <class V, class Bases> TARNM_INLINE void storePairs(const Bases& bases,
     using Doubles = lanes<double, lane_count_v<V> / 2>;
     const auto storeFrom = [&](int from, V pairs) __attribute__((always_inline)) {
         const Doubles values((typename Doubles::Raw)pairs.raw);
+        TARNM_UNROLL
         for (int i = 0; i < lane_count_v<V> / 2; ++i)
             storeElement(reinterpret_cast<double*>(bases[i / 2 * 4 + i % 2 + from]), values[i]);
     };
@@ -202,6 +208,7 @@ template <class V, class Bases> TARNM_INLINE V loadElements(const Bases& bases, 
 
 template <class V, class Bases> TARNM_INLINE void storeElements(const Bases& bases, int k, V v)
 {
+    TARNM_UNROLL
     for (int l = 0; l < lane_count_v<V>; ++l)
         storeElement(bases[l] + k, v[l]);
 }
@@ -212,13 +219,16 @@ template <int length, class V, class Bases> TARNM_INLINE void loadRuns(const Bas
     constexpr int W = pieceLength<V>;
     if constexpr (length >= W) {
         V v[W];
+        TARNM_UNROLL
         for (int k = 0; k + W <= length; k += W) {
             loadPieces(bases, k, v);
+            TARNM_UNROLL
             for (int j = 0; j < W; ++j)
                 a[k + j] = v[j];
         }
         if constexpr (length % W != 0) {
             loadPieces(bases, length - W, v);
+            TARNM_UNROLL
             for (int j = W - length % W; j < W; ++j)
                 a[length - W + j] = v[j];
         }
@@ -235,8 +245,10 @@ template <int length, class V, class Bases> TARNM_INLINE void storeRuns(const Ba
     constexpr int W = pieceLength<V>;
     if constexpr (length >= W) {
         V v[W];
+        TARNM_UNROLL
         for (int k = 0; k < length; k += W) {
             const int from = k + W <= length ? k : length - W;
+            TARNM_UNROLL
             for (int j = 0; j < W; ++j)
                 v[j] = a[from + j];
             storePieces(bases, from, v);
@@ -260,10 +272,9 @@ template <int length, class V> TARNM_INLINE void loadPacked(const scalar_t<V>* b
         a[0] = load<V>(base);
     else if constexpr (packsIntoPieces<V, length>) {
         V v[length];
+        TARNM_UNROLL
         for (int j = 0; j < length; ++j)
-            v[j] = fromPieces<V>([&](int q) __attribute__((always_inline)) {
-                return load<Piece<V>>(base + (q * length + j) * W);
-            });
+            v[j] = loadJoined<V>([&](int q) __attribute__((always_inline)) { return base + (q * length + j) * W; });
         if constexpr (length == 2) {
             a[0] = shuffled<0, 2, 4, 6>(v[0], v[1]);
             a[1] = shuffled<1, 3, 5, 7>(v[0], v[1]);
@@ -297,9 +308,11 @@ template <int length, class V> TARNM_INLINE void storePacked(scalar_t<V>* base, 
             v[1] = shuffled<0, 2, 5, 7>(yz, xy);           // y1 z1 x2 y2
             v[2] = shuffled<1, 3, 5, 7>(zx, yz);           // z2 x3 y3 z3
         }
-        for (int q = 0; q < lane_count_v<V> / W; ++q)
+        forEachPiece<V>([&](auto q) __attribute__((always_inline)) {
+            TARNM_UNROLL
             for (int j = 0; j < length; ++j)
-                store(base + (q * length + j) * W, pieceOf(v[j], q));
+                store(base + (q * length + j) * W, pieceOf<q>(v[j]));
+        });
     } else
         storeRuns<length>(PackedBases<scalar_t<V>, length * sizeof(scalar_t<V>)>{base}, a);
 }
@@ -382,6 +395,7 @@ template <class S, class V, class Array> TARNM_INLINE void loadDense(const Array
     const auto bases = basesOf<N>(array, first, live);
     if (rowsTouch<S>(object))
         return loadRuns<S::elements>(bases, a);
+    TARNM_UNROLL
     for (int r = 0; r < S::rows; ++r)
         loadRuns<S::columns>(bases.shifted(r * rowStrideOf(object)), a + r * S::columns);
 }
@@ -389,7 +403,9 @@ template <class S, class V, class Array> TARNM_INLINE void loadDense(const Array
 // Every element of the objects first .. first + N - 1 lies beside that of the next object.
 template <class S, class V, class Object> TARNM_INLINE void loadInterleaved(const Object& object, V* a)
 {
+    TARNM_UNROLL
     for (int r = 0; r < S::rows; ++r)
+        TARNM_UNROLL
         for (int c = 0; c < S::columns; ++c)
             a[r * S::columns + c] = load<V>(elementAddress(object, r, c));
 }
@@ -398,7 +414,9 @@ template <class S, class V, class Array>
 TARNM_INLINE void loadByElement(const Array& array, std::ptrdiff_t first, int live, V* a)
 {
     using Object = typename Array::ObjectView;
+    TARNM_UNROLL
     for (int r = 0; r < S::rows; ++r)
+        TARNM_UNROLL
         for (int c = 0; c < S::columns; ++c)
             a[r * S::columns + c] = gathered<V>([&](int l) __attribute__((always_inline)) {
                 const Object object = array[first + (l < live ? l : live - 1)];
@@ -413,13 +431,17 @@ TARNM_INLINE void loadElementsOf(const Array& array, std::ptrdiff_t first, int l
     constexpr int N = lane_count_v<V>;
     if constexpr (N == 1 || Array::isSingle) {
         const Object object = array[first];
+        TARNM_UNROLL
         for (int r = 0; r < S::rows; ++r)
+            TARNM_UNROLL
             for (int c = 0; c < S::columns; ++c)
                 a[r * S::columns + c] = V(element(object, r, c));
     } else if constexpr (isTransposed<Object>) {
         V stored[S::elements];
         loadElementsOf<Shape<S::columns, S::rows>>(asStored(array), first, live, stored);
+        TARNM_UNROLL
         for (int r = 0; r < S::rows; ++r)
+            TARNM_UNROLL
             for (int c = 0; c < S::columns; ++c)
                 a[r * S::columns + c] = stored[c * S::rows + r];
     } else if constexpr (requires { requires Object::isDense; })
@@ -439,7 +461,9 @@ TARNM_INLINE void storeByElement(const Array& array, std::ptrdiff_t first, int l
 {
     for (int l = 0; l < live; ++l) {
         const auto object = array[first + l];
+        TARNM_UNROLL
         for (int r = 0; r < S::rows; ++r)
+            TARNM_UNROLL
             for (int c = 0; c < S::columns; ++c)
                 setElement(object, r, c, lane(a[r * S::columns + c], l));
     }
@@ -462,6 +486,7 @@ TARNM_INLINE void storeDense(const Array& array, std::ptrdiff_t first, const V* 
     const auto bases = basesOf<N>(array, first, N);
     if (rowsTouch<S>(object))
         return storeRuns<S::elements>(bases, a);
+    TARNM_UNROLL
     for (int r = 0; r < S::rows; ++r)
         storeRuns<S::columns>(bases.shifted(r * rowStrideOf(object)), a + r * S::columns);
 }
@@ -481,7 +506,9 @@ template <class S, int N, class Object> TARNM_INLINE bool isClearInterleaved(con
 
 template <class S, class V, class Object> TARNM_INLINE void storeInterleaved(const Object& object, const V* a)
 {
+    TARNM_UNROLL
     for (int r = 0; r < S::rows; ++r)
+        TARNM_UNROLL
         for (int c = 0; c < S::columns; ++c)
             store(elementAddress(object, r, c), a[r * S::columns + c]);
 }

@@ -2,6 +2,7 @@
 //
 //   RawVector, MaskInteger       vector types of g++ and clang
 //   lowerHalf, upperHalf, joined parts of a vector
+//   joinedPieces, pieceAt        pieces of 16 bytes of a vector
 //   shuffledPieces               one shuffle pattern applied to every 16 byte piece
 //   blend                        per-lane choice by a mask
 //   signBits                     the sign of every lane as one bit of an integer
@@ -18,6 +19,14 @@
 
 // Vectors wider than the machine's registers travel through memory as soon as a call is not inlined.
 #define TARNM_INLINE [[gnu::always_inline]] inline
+
+// Before a loop of constant length over arrays of lanes: with it unrolled the elements live in registers. g++ leaves
+// such loops, and with them the arrays in memory, at -O2.
+#if defined(__clang__)
+#define TARNM_UNROLL _Pragma("unroll")
+#else
+#define TARNM_UNROLL _Pragma("GCC unroll 64")
+#endif
 
 namespace tarnm::machine {
 
@@ -57,10 +66,22 @@ template <class Raw> TARNM_INLINE auto lowerHalf(Raw v)
     return halfFrom(v, std::make_index_sequence<half>{}, std::integral_constant<int, 0>{});
 }
 
+// g++ 12 moves parts of vectors by general permutations between registers, where one instruction with a memory operand
+// does. The builtins name that instruction.
+#if defined(__AVX__) && !defined(__clang__)
+#define TARNM_NAMES_PART_MOVES
+#endif
+
 template <class Raw> TARNM_INLINE auto upperHalf(Raw v)
 {
     constexpr int half = lengthOf<Raw> / 2;
-    return halfFrom(v, std::make_index_sequence<half>{}, std::integral_constant<int, half>{});
+    [[maybe_unused]] typedef RawVector<ElementOf<Raw>, half> Half;
+#if defined(TARNM_NAMES_PART_MOVES)
+    if constexpr (sizeof(Raw) == 32)
+        return (Half)__builtin_ia32_vextractf128_ps256((RawVector<float, 8>)v, 1);
+    else
+#endif
+        return halfFrom(v, std::make_index_sequence<half>{}, std::integral_constant<int, half>{});
 }
 
 template <class Raw, std::size_t... I> TARNM_INLINE auto joinedBy(Raw lower, Raw upper, std::index_sequence<I...>)
@@ -70,7 +91,46 @@ template <class Raw, std::size_t... I> TARNM_INLINE auto joinedBy(Raw lower, Raw
 
 template <class Raw> TARNM_INLINE auto joined(Raw lower, Raw upper)
 {
-    return joinedBy(lower, upper, std::make_index_sequence<2 * lengthOf<Raw>>{});
+    constexpr int length = 2 * lengthOf<Raw>;
+    [[maybe_unused]] typedef RawVector<ElementOf<Raw>, length> Joined;
+#if defined(TARNM_NAMES_PART_MOVES)
+    if constexpr (sizeof(Raw) == 16) {
+        const auto widened = __builtin_ia32_ps256_ps((RawVector<float, 4>)lower);
+        return (Joined)__builtin_ia32_vinsertf128_ps256(widened, (RawVector<float, 4>)upper, 1);
+    } else
+#endif
+        return joinedBy(lower, upper, std::make_index_sequence<length>{});
+}
+
+// One vector of 1, 2 or 4 pieces.
+template <class Piece> TARNM_INLINE Piece joinedPieces(Piece only) { return only; }
+template <class Piece> TARNM_INLINE auto joinedPieces(Piece a, Piece b) { return joined(a, b); }
+template <class Piece> TARNM_INLINE auto joinedPieces(Piece a, Piece b, Piece c, Piece d)
+{
+#if defined(TARNM_NAMES_PART_MOVES) && defined(__AVX512F__)
+    using Floats = RawVector<float, 4>;
+    auto v = __builtin_ia32_ps512_256ps((RawVector<float, 8>)joined(a, b));
+    v = __builtin_ia32_insertf32x4_mask(v, (Floats)c, 2, v, std::uint16_t(-1));
+    v = __builtin_ia32_insertf32x4_mask(v, (Floats)d, 3, v, std::uint16_t(-1));
+    return (RawVector<ElementOf<Piece>, 4 * lengthOf<Piece>>)v;
+#else
+    return joined(joined(a, b), joined(c, d));
+#endif
+}
+
+template <int q, class Raw> TARNM_INLINE auto pieceAt(Raw v)
+{
+    if constexpr (sizeof(Raw) == pieceBytes)
+        return v;
+    else if constexpr (sizeof(Raw) == 2 * pieceBytes)
+        return q == 0 ? lowerHalf(v) : upperHalf(v);
+#if defined(TARNM_NAMES_PART_MOVES) && defined(__AVX512F__)
+    else if constexpr (q >= 2)
+        return (RawVector<ElementOf<Raw>, lengthOf<Raw> / 4>)__builtin_ia32_extractf32x4_mask(
+            (RawVector<float, 16>)v, q, RawVector<float, 4>{}, std::uint8_t(-1));
+#endif
+    else
+        return pieceAt<q % 2>(q < 2 ? lowerHalf(v) : upperHalf(v));
 }
 
 // Where lane `i` of the result of `shuffledPieces` comes from: `pick` counts from 0 through the piece of the
