@@ -45,6 +45,28 @@ const Argument arguments34[] = {{"ppSrc", Kind::table, 0}, {"srcRoiShift", Kind:
 const Argument arguments35[] = {{"pSrc", Kind::pointer, 0}, {"srcObjectStride", Kind::objectStride, 0}, {"srcRowStride", Kind::rowStride, 0}, {"srcElementStride", Kind::elementStride, 0}, {"val", Kind::value, 1}, {"pDst", Kind::pointer, 2}, {"dstObjectStride", Kind::objectStride, 2}, {"dstRowStride", Kind::rowStride, 2}, {"dstElementStride", Kind::elementStride, 2}, {"width", Kind::size, -1}, {"height", Kind::size, -1}, {"count", Kind::count, -1}};
 const Argument arguments36[] = {{"ppSrc", Kind::table, 0}, {"srcRoiShift", Kind::roiShift, 0}, {"srcRowStride", Kind::rowStride, 0}, {"srcElementStride", Kind::elementStride, 0}, {"val", Kind::value, 1}, {"ppDst", Kind::table, 2}, {"dstRoiShift", Kind::roiShift, 2}, {"dstRowStride", Kind::rowStride, 2}, {"dstElementStride", Kind::elementStride, 2}, {"width", Kind::size, -1}, {"height", Kind::size, -1}, {"count", Kind::count, -1}};
 const Argument arguments37[] = {{"ppSrc", Kind::table, 0}, {"srcRoiShift", Kind::roiShift, 0}, {"srcObjectStride", Kind::objectStride, 0}, {"val", Kind::value, 1}, {"ppDst", Kind::table, 2}, {"dstRoiShift", Kind::roiShift, 2}, {"dstObjectStride", Kind::objectStride, 2}, {"width", Kind::size, -1}, {"height", Kind::size, -1}, {"count", Kind::count, -1}};
+const Argument arguments38[] = {{"pSrc1", Kind::pointer, 0}, {"pSrc2", Kind::pointer, 1}, {"pDst", Kind::pointer, 2}};
+const Argument arguments39[] = {{"pSrc", Kind::pointer, 0}, {"val", Kind::value, -1}, {"pDst", Kind::pointer, 1}};
+const Argument arguments40[] = {{"pSrc", Kind::pointer, 0}, {"pDst", Kind::pointer, 1}};
+const Argument arguments41[] = {{"pSrc1", Kind::pointer, 0}, {"pSrc2", Kind::pointer, 1}, {"pSrc3", Kind::pointer, 2}, {"pDst", Kind::pointer, 3}};
+const Argument arguments42[] = {{"pDst", Kind::pointer, 0}};
+const Argument arguments43[] = {{"pSrc", Kind::pointer, 0}, {"pResult", Kind::indices, 1}};
+const Argument arguments44[] = {{"tx", Kind::value, -1}, {"ty", Kind::value, -1}, {"tz", Kind::value, -1}, {"pDst", Kind::pointer, 0}};
+const Argument arguments45[] = {{"sx", Kind::value, -1}, {"sy", Kind::value, -1}, {"sz", Kind::value, -1}, {"pDst", Kind::pointer, 0}};
+const Argument arguments46[] = {{"angle", Kind::value, -1}, {"pDst", Kind::pointer, 0}};
+const Argument arguments47[] = {{"pAxis", Kind::pointer, 0}, {"angle", Kind::value, -1}, {"pDst", Kind::pointer, 1}};
+const Argument arguments48[] = {{"yaw", Kind::value, -1}, {"pitch", Kind::value, -1}, {"roll", Kind::value, -1}, {"pDst", Kind::pointer, 0}};
+const Argument arguments49[] = {{"pEye", Kind::pointer, 0}, {"pAt", Kind::pointer, 1}, {"pUp", Kind::pointer, 2}, {"pDst", Kind::pointer, 3}};
+const Argument arguments50[] = {{"viewWidth", Kind::value, -1}, {"viewHeight", Kind::value, -1}, {"zNear", Kind::value, -1}, {"zFar", Kind::value, -1}, {"pDst", Kind::pointer, 0}};
+const Argument arguments51[] = {{"left", Kind::value, -1}, {"right", Kind::value, -1}, {"bottom", Kind::value, -1}, {"top", Kind::value, -1}, {"zNear", Kind::value, -1}, {"zFar", Kind::value, -1}, {"pDst", Kind::pointer, 0}};
+const Argument arguments52[] = {{"fovY", Kind::value, -1}, {"aspect", Kind::value, -1}, {"zNear", Kind::value, -1}, {"zFar", Kind::value, -1}, {"pDst", Kind::pointer, 0}};
+const Argument arguments53[] = {{"pSrc1", Kind::pointer, 0}, {"pSrc2", Kind::pointer, 1}, {"src2ObjectStride", Kind::objectStride, 1}, {"pDst", Kind::pointer, 2}, {"dstObjectStride", Kind::objectStride, 2}, {"count", Kind::count, -1}};
+const Argument arguments54[] = {{"pProjection", Kind::pointer, 0}, {"pView", Kind::pointer, 1}, {"pWorld", Kind::pointer, 2}, {"pSrc", Kind::pointer, 3}, {"viewportWidth", Kind::value, -1}, {"viewportHeight", Kind::value, -1}, {"zMin", Kind::value, -1}, {"zMax", Kind::value, -1}, {"pDst", Kind::pointer, 4}};
+const Argument arguments55[] = {{"pProjection", Kind::pointer, 0}, {"pView", Kind::pointer, 1}, {"pWorld", Kind::pointer, 2}, {"pSrc", Kind::pointer, 3}, {"srcObjectStride", Kind::objectStride, 3}, {"viewportWidth", Kind::value, -1}, {"viewportHeight", Kind::value, -1}, {"zMin", Kind::value, -1}, {"zMax", Kind::value, -1}, {"pDst", Kind::pointer, 4}, {"dstObjectStride", Kind::objectStride, 4}, {"count", Kind::count, -1}};
+const Argument arguments56[] = {{"pSrc1", Kind::pointer, 0}, {"src1RowStride", Kind::rowStride, 0}, {"src1ElementStride", Kind::elementStride, 0}, {"pSrc2", Kind::pointer, 1}, {"src2ObjectStride", Kind::objectStride, 1}, {"src2ElementStride", Kind::elementStride, 1}, {"pDst", Kind::pointer, 2}, {"dstObjectStride", Kind::objectStride, 2}, {"dstElementStride", Kind::elementStride, 2}, {"count", Kind::count, -1}};
+const Argument arguments57[] = {{"pSrc1", Kind::pointer, 0}, {"pSrc2", Kind::pointer, 1}, {"val", Kind::value, -1}, {"pDst", Kind::pointer, 2}};
+const Argument arguments58[] = {{"pSrc1", Kind::pointer, 0}, {"pSrc2", Kind::pointer, 1}, {"pSrc3", Kind::pointer, 2}, {"val1", Kind::value, -1}, {"val2", Kind::value, -1}, {"pDst", Kind::pointer, 3}};
+const Argument arguments59[] = {{"pSrc1", Kind::pointer, 0}, {"pSrc2", Kind::pointer, 1}, {"pSrc3", Kind::pointer, 2}, {"pSrc4", Kind::pointer, 3}, {"val", Kind::value, -1}, {"pDst", Kind::pointer, 4}};
 
 const Operand operands0[] = {{"src1", 'v', false, Direction::in, 'S', "1", "len"}, {"src2", 'v', false, Direction::in, 'S', "1", "len"}, {"dst", 'v', false, Direction::out, 'S', "1", "len"}};
 const Operand operands1[] = {{"src1", 'v', false, Direction::in, 'P', "1", "len"}, {"src2", 'v', false, Direction::in, 'P', "1", "len"}, {"dst", 'v', false, Direction::out, 'P', "1", "len"}};
@@ -122,6 +144,43 @@ const Operand operands72[] = {{"src", 'm', true, Direction::in, 'P', "height", "
 const Operand operands73[] = {{"src", 't', true, Direction::in, 'S', "width", "height"}, {"val", 'c', false, Direction::in, 'S', "1", "1"}, {"dst", 'm', true, Direction::out, 'S', "height", "width"}};
 const Operand operands74[] = {{"src", 't', true, Direction::in, 'L', "width", "height"}, {"val", 'c', false, Direction::in, 'S', "1", "1"}, {"dst", 'm', true, Direction::out, 'L', "height", "width"}};
 const Operand operands75[] = {{"src", 't', true, Direction::in, 'P', "width", "height"}, {"val", 'c', false, Direction::in, 'P', "1", "1"}, {"dst", 'm', true, Direction::out, 'P', "height", "width"}};
+const Operand operands76[] = {{"src1", 'v', false, Direction::in, 'F', "1", "2"}, {"src2", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "2"}};
+const Operand operands77[] = {{"src1", 'v', false, Direction::in, 'F', "1", "3"}, {"src2", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "3"}};
+const Operand operands78[] = {{"src1", 'v', false, Direction::in, 'F', "1", "4"}, {"src2", 'v', false, Direction::in, 'F', "1", "4"}, {"dst", 'v', false, Direction::out, 'F', "1", "4"}};
+const Operand operands79[] = {{"src", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "2"}};
+const Operand operands80[] = {{"src", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "3"}};
+const Operand operands81[] = {{"src", 'v', false, Direction::in, 'F', "1", "4"}, {"dst", 'v', false, Direction::out, 'F', "1", "4"}};
+const Operand operands82[] = {{"src1", 'v', false, Direction::in, 'F', "1", "2"}, {"src2", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "1"}};
+const Operand operands83[] = {{"src1", 'v', false, Direction::in, 'F', "1", "3"}, {"src2", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "1"}};
+const Operand operands84[] = {{"src1", 'v', false, Direction::in, 'F', "1", "4"}, {"src2", 'v', false, Direction::in, 'F', "1", "4"}, {"dst", 'v', false, Direction::out, 'F', "1", "1"}};
+const Operand operands85[] = {{"src", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "1"}};
+const Operand operands86[] = {{"src", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "1"}};
+const Operand operands87[] = {{"src", 'v', false, Direction::in, 'F', "1", "4"}, {"dst", 'v', false, Direction::out, 'F', "1", "1"}};
+const Operand operands88[] = {{"src1", 'v', false, Direction::in, 'F', "1", "4"}, {"src2", 'v', false, Direction::in, 'F', "1", "4"}, {"src3", 'v', false, Direction::in, 'F', "1", "4"}, {"dst", 'v', false, Direction::out, 'F', "1", "4"}};
+const Operand operands89[] = {{"dst", 'v', false, Direction::out, 'F', "1", "16"}};
+const Operand operands90[] = {{"src", 'v', false, Direction::in, 'F', "1", "16"}, {"pResult", 'i', false, Direction::out, 'S', "1", "1"}};
+const Operand operands91[] = {{"src", 'v', false, Direction::in, 'F', "1", "16"}, {"dst", 'v', false, Direction::out, 'F', "1", "16"}};
+const Operand operands92[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', false, Direction::in, 'F', "1", "16"}, {"dst", 'v', false, Direction::out, 'F', "1", "16"}};
+const Operand operands93[] = {{"axis", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "16"}};
+const Operand operands94[] = {{"eye", 'v', false, Direction::in, 'F', "1", "3"}, {"at", 'v', false, Direction::in, 'F', "1", "3"}, {"up", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "16"}};
+const Operand operands95[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "4"}};
+const Operand operands96[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', true, Direction::in, 'F', "1", "2"}, {"dst", 'v', true, Direction::out, 'F', "1", "4"}};
+const Operand operands97[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "4"}};
+const Operand operands98[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', true, Direction::in, 'F', "1", "3"}, {"dst", 'v', true, Direction::out, 'F', "1", "4"}};
+const Operand operands99[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', false, Direction::in, 'F', "1", "4"}, {"dst", 'v', false, Direction::out, 'F', "1", "4"}};
+const Operand operands100[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', true, Direction::in, 'F', "1", "4"}, {"dst", 'v', true, Direction::out, 'F', "1", "4"}};
+const Operand operands101[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "2"}};
+const Operand operands102[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', true, Direction::in, 'F', "1", "2"}, {"dst", 'v', true, Direction::out, 'F', "1", "2"}};
+const Operand operands103[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "3"}};
+const Operand operands104[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', true, Direction::in, 'F', "1", "3"}, {"dst", 'v', true, Direction::out, 'F', "1", "3"}};
+const Operand operands105[] = {{"projection", 'v', false, Direction::in, 'F', "1", "16"}, {"view", 'v', false, Direction::in, 'F', "1", "16"}, {"world", 'v', false, Direction::in, 'F', "1", "16"}, {"src", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "3"}};
+const Operand operands106[] = {{"projection", 'v', false, Direction::in, 'F', "1", "16"}, {"view", 'v', false, Direction::in, 'F', "1", "16"}, {"world", 'v', false, Direction::in, 'F', "1", "16"}, {"src", 'v', true, Direction::in, 'F', "1", "3"}, {"dst", 'v', true, Direction::out, 'F', "1", "3"}};
+const Operand operands107[] = {{"src1", 'm', false, Direction::in, 'S', "4", "4"}, {"src2", 'v', true, Direction::in, 'S', "1", "3"}, {"dst", 'v', true, Direction::out, 'S', "1", "3"}};
+const Operand operands108[] = {{"src1", 'v', false, Direction::in, 'F', "1", "2"}, {"src2", 'v', false, Direction::in, 'F', "1", "2"}, {"src3", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "2"}};
+const Operand operands109[] = {{"src1", 'v', false, Direction::in, 'F', "1", "3"}, {"src2", 'v', false, Direction::in, 'F', "1", "3"}, {"src3", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "3"}};
+const Operand operands110[] = {{"src1", 'v', false, Direction::in, 'F', "1", "2"}, {"src2", 'v', false, Direction::in, 'F', "1", "2"}, {"src3", 'v', false, Direction::in, 'F', "1", "2"}, {"src4", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "2"}};
+const Operand operands111[] = {{"src1", 'v', false, Direction::in, 'F', "1", "3"}, {"src2", 'v', false, Direction::in, 'F', "1", "3"}, {"src3", 'v', false, Direction::in, 'F', "1", "3"}, {"src4", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "3"}};
+const Operand operands112[] = {{"src1", 'v', false, Direction::in, 'F', "1", "4"}, {"src2", 'v', false, Direction::in, 'F', "1", "4"}, {"src3", 'v', false, Direction::in, 'F', "1", "4"}, {"src4", 'v', false, Direction::in, 'F', "1", "4"}, {"dst", 'v', false, Direction::out, 'F', "1", "4"}};
 
 const Member table[] = {
     {"tarnmAdd_vv_32f", "Add", "vv", Type::f32, "S", arguments0, 7, operands0, 3, invoker(tarnmAdd_vv_32f), functionOf(tarnmAdd_vv_32f)},
@@ -412,6 +471,91 @@ const Member table[] = {
     {"tarnmMul_tac_64f", "Mul", "tac", Type::f64, "S", arguments35, 12, operands73, 3, invoker(tarnmMul_tac_64f), functionOf(tarnmMul_tac_64f)},
     {"tarnmMul_tac_64f_L", "Mul", "tac", Type::f64, "L", arguments36, 12, operands74, 3, invoker(tarnmMul_tac_64f_L), functionOf(tarnmMul_tac_64f_L)},
     {"tarnmMul_tac_64f_P", "Mul", "tac", Type::f64, "P", arguments37, 10, operands75, 3, invoker(tarnmMul_tac_64f_P), functionOf(tarnmMul_tac_64f_P)},
+    {"tarnmAdd_v2_32f", "Add", "v2", Type::f32, "S", arguments38, 3, operands76, 3, invoker(tarnmAdd_v2_32f), functionOf(tarnmAdd_v2_32f)},
+    {"tarnmAdd_v3_32f", "Add", "v3", Type::f32, "S", arguments38, 3, operands77, 3, invoker(tarnmAdd_v3_32f), functionOf(tarnmAdd_v3_32f)},
+    {"tarnmAdd_v4_32f", "Add", "v4", Type::f32, "S", arguments38, 3, operands78, 3, invoker(tarnmAdd_v4_32f), functionOf(tarnmAdd_v4_32f)},
+    {"tarnmSub_v2_32f", "Sub", "v2", Type::f32, "S", arguments38, 3, operands76, 3, invoker(tarnmSub_v2_32f), functionOf(tarnmSub_v2_32f)},
+    {"tarnmSub_v3_32f", "Sub", "v3", Type::f32, "S", arguments38, 3, operands77, 3, invoker(tarnmSub_v3_32f), functionOf(tarnmSub_v3_32f)},
+    {"tarnmSub_v4_32f", "Sub", "v4", Type::f32, "S", arguments38, 3, operands78, 3, invoker(tarnmSub_v4_32f), functionOf(tarnmSub_v4_32f)},
+    {"tarnmMax_v2_32f", "Max", "v2", Type::f32, "S", arguments38, 3, operands76, 3, invoker(tarnmMax_v2_32f), functionOf(tarnmMax_v2_32f)},
+    {"tarnmMax_v3_32f", "Max", "v3", Type::f32, "S", arguments38, 3, operands77, 3, invoker(tarnmMax_v3_32f), functionOf(tarnmMax_v3_32f)},
+    {"tarnmMax_v4_32f", "Max", "v4", Type::f32, "S", arguments38, 3, operands78, 3, invoker(tarnmMax_v4_32f), functionOf(tarnmMax_v4_32f)},
+    {"tarnmMin_v2_32f", "Min", "v2", Type::f32, "S", arguments38, 3, operands76, 3, invoker(tarnmMin_v2_32f), functionOf(tarnmMin_v2_32f)},
+    {"tarnmMin_v3_32f", "Min", "v3", Type::f32, "S", arguments38, 3, operands77, 3, invoker(tarnmMin_v3_32f), functionOf(tarnmMin_v3_32f)},
+    {"tarnmMin_v4_32f", "Min", "v4", Type::f32, "S", arguments38, 3, operands78, 3, invoker(tarnmMin_v4_32f), functionOf(tarnmMin_v4_32f)},
+    {"tarnmMulC_v2_32f", "MulC", "v2", Type::f32, "S", arguments39, 3, operands79, 2, invoker(tarnmMulC_v2_32f), functionOf(tarnmMulC_v2_32f)},
+    {"tarnmMulC_v3_32f", "MulC", "v3", Type::f32, "S", arguments39, 3, operands80, 2, invoker(tarnmMulC_v3_32f), functionOf(tarnmMulC_v3_32f)},
+    {"tarnmMulC_v4_32f", "MulC", "v4", Type::f32, "S", arguments39, 3, operands81, 2, invoker(tarnmMulC_v4_32f), functionOf(tarnmMulC_v4_32f)},
+    {"tarnmDotProduct_v2_32f", "DotProduct", "v2", Type::f32, "S", arguments38, 3, operands82, 3, invoker(tarnmDotProduct_v2_32f), functionOf(tarnmDotProduct_v2_32f)},
+    {"tarnmDotProduct_v3_32f", "DotProduct", "v3", Type::f32, "S", arguments38, 3, operands83, 3, invoker(tarnmDotProduct_v3_32f), functionOf(tarnmDotProduct_v3_32f)},
+    {"tarnmDotProduct_v4_32f", "DotProduct", "v4", Type::f32, "S", arguments38, 3, operands84, 3, invoker(tarnmDotProduct_v4_32f), functionOf(tarnmDotProduct_v4_32f)},
+    {"tarnmLen_v2_32f", "Len", "v2", Type::f32, "S", arguments40, 2, operands85, 2, invoker(tarnmLen_v2_32f), functionOf(tarnmLen_v2_32f)},
+    {"tarnmLen_v3_32f", "Len", "v3", Type::f32, "S", arguments40, 2, operands86, 2, invoker(tarnmLen_v3_32f), functionOf(tarnmLen_v3_32f)},
+    {"tarnmLen_v4_32f", "Len", "v4", Type::f32, "S", arguments40, 2, operands87, 2, invoker(tarnmLen_v4_32f), functionOf(tarnmLen_v4_32f)},
+    {"tarnmLenSqr_v2_32f", "LenSqr", "v2", Type::f32, "S", arguments40, 2, operands85, 2, invoker(tarnmLenSqr_v2_32f), functionOf(tarnmLenSqr_v2_32f)},
+    {"tarnmLenSqr_v3_32f", "LenSqr", "v3", Type::f32, "S", arguments40, 2, operands86, 2, invoker(tarnmLenSqr_v3_32f), functionOf(tarnmLenSqr_v3_32f)},
+    {"tarnmLenSqr_v4_32f", "LenSqr", "v4", Type::f32, "S", arguments40, 2, operands87, 2, invoker(tarnmLenSqr_v4_32f), functionOf(tarnmLenSqr_v4_32f)},
+    {"tarnmNormalize_v2_32f", "Normalize", "v2", Type::f32, "S", arguments40, 2, operands79, 2, invoker(tarnmNormalize_v2_32f), functionOf(tarnmNormalize_v2_32f)},
+    {"tarnmNormalize_v3_32f", "Normalize", "v3", Type::f32, "S", arguments40, 2, operands80, 2, invoker(tarnmNormalize_v3_32f), functionOf(tarnmNormalize_v3_32f)},
+    {"tarnmNormalize_v4_32f", "Normalize", "v4", Type::f32, "S", arguments40, 2, operands81, 2, invoker(tarnmNormalize_v4_32f), functionOf(tarnmNormalize_v4_32f)},
+    {"tarnmCrossProduct_v2_32f", "CrossProduct", "v2", Type::f32, "S", arguments38, 3, operands82, 3, invoker(tarnmCrossProduct_v2_32f), functionOf(tarnmCrossProduct_v2_32f)},
+    {"tarnmCrossProduct_v3_32f", "CrossProduct", "v3", Type::f32, "S", arguments38, 3, operands77, 3, invoker(tarnmCrossProduct_v3_32f), functionOf(tarnmCrossProduct_v3_32f)},
+    {"tarnmCrossProduct_v4_32f", "CrossProduct", "v4", Type::f32, "S", arguments41, 4, operands88, 4, invoker(tarnmCrossProduct_v4_32f), functionOf(tarnmCrossProduct_v4_32f)},
+    {"tarnmIdentity_m4_32f", "Identity", "m4", Type::f32, "S", arguments42, 1, operands89, 1, invoker(tarnmIdentity_m4_32f), functionOf(tarnmIdentity_m4_32f)},
+    {"tarnmIsIdentity_m4_32f", "IsIdentity", "m4", Type::f32, "S", arguments43, 2, operands90, 2, invoker(tarnmIsIdentity_m4_32f), functionOf(tarnmIsIdentity_m4_32f)},
+    {"tarnmTranspose_m4_32f", "Transpose", "m4", Type::f32, "S", arguments40, 2, operands91, 2, invoker(tarnmTranspose_m4_32f), functionOf(tarnmTranspose_m4_32f)},
+    {"tarnmMul_mm4x4_32f", "Mul", "mm4x4", Type::f32, "S", arguments38, 3, operands92, 3, invoker(tarnmMul_mm4x4_32f), functionOf(tarnmMul_mm4x4_32f)},
+    {"tarnmMulTranspose_m4_32f", "MulTranspose", "m4", Type::f32, "S", arguments38, 3, operands92, 3, invoker(tarnmMulTranspose_m4_32f), functionOf(tarnmMulTranspose_m4_32f)},
+    {"tarnmTranslation_m4_32f", "Translation", "m4", Type::f32, "S", arguments44, 4, operands89, 1, invoker(tarnmTranslation_m4_32f), functionOf(tarnmTranslation_m4_32f)},
+    {"tarnmScaling_m4_32f", "Scaling", "m4", Type::f32, "S", arguments45, 4, operands89, 1, invoker(tarnmScaling_m4_32f), functionOf(tarnmScaling_m4_32f)},
+    {"tarnmRotationX_m4_32f", "RotationX", "m4", Type::f32, "S", arguments46, 2, operands89, 1, invoker(tarnmRotationX_m4_32f), functionOf(tarnmRotationX_m4_32f)},
+    {"tarnmRotationY_m4_32f", "RotationY", "m4", Type::f32, "S", arguments46, 2, operands89, 1, invoker(tarnmRotationY_m4_32f), functionOf(tarnmRotationY_m4_32f)},
+    {"tarnmRotationZ_m4_32f", "RotationZ", "m4", Type::f32, "S", arguments46, 2, operands89, 1, invoker(tarnmRotationZ_m4_32f), functionOf(tarnmRotationZ_m4_32f)},
+    {"tarnmRotationAxis_v3m4_32f", "RotationAxis", "v3m4", Type::f32, "S", arguments47, 3, operands93, 2, invoker(tarnmRotationAxis_v3m4_32f), functionOf(tarnmRotationAxis_v3m4_32f)},
+    {"tarnmRotationYawPitchRoll_m4_32f", "RotationYawPitchRoll", "m4", Type::f32, "S", arguments48, 4, operands89, 1, invoker(tarnmRotationYawPitchRoll_m4_32f), functionOf(tarnmRotationYawPitchRoll_m4_32f)},
+    {"tarnmLookAtLH_m4_32f", "LookAtLH", "m4", Type::f32, "S", arguments49, 4, operands94, 4, invoker(tarnmLookAtLH_m4_32f), functionOf(tarnmLookAtLH_m4_32f)},
+    {"tarnmLookAtRH_m4_32f", "LookAtRH", "m4", Type::f32, "S", arguments49, 4, operands94, 4, invoker(tarnmLookAtRH_m4_32f), functionOf(tarnmLookAtRH_m4_32f)},
+    {"tarnmOrthoLH_m4_32f", "OrthoLH", "m4", Type::f32, "S", arguments50, 5, operands89, 1, invoker(tarnmOrthoLH_m4_32f), functionOf(tarnmOrthoLH_m4_32f)},
+    {"tarnmOrthoRH_m4_32f", "OrthoRH", "m4", Type::f32, "S", arguments50, 5, operands89, 1, invoker(tarnmOrthoRH_m4_32f), functionOf(tarnmOrthoRH_m4_32f)},
+    {"tarnmOrthoOffCenterLH_m4_32f", "OrthoOffCenterLH", "m4", Type::f32, "S", arguments51, 7, operands89, 1, invoker(tarnmOrthoOffCenterLH_m4_32f), functionOf(tarnmOrthoOffCenterLH_m4_32f)},
+    {"tarnmOrthoOffCenterRH_m4_32f", "OrthoOffCenterRH", "m4", Type::f32, "S", arguments51, 7, operands89, 1, invoker(tarnmOrthoOffCenterRH_m4_32f), functionOf(tarnmOrthoOffCenterRH_m4_32f)},
+    {"tarnmPerspectiveLH_m4_32f", "PerspectiveLH", "m4", Type::f32, "S", arguments50, 5, operands89, 1, invoker(tarnmPerspectiveLH_m4_32f), functionOf(tarnmPerspectiveLH_m4_32f)},
+    {"tarnmPerspectiveRH_m4_32f", "PerspectiveRH", "m4", Type::f32, "S", arguments50, 5, operands89, 1, invoker(tarnmPerspectiveRH_m4_32f), functionOf(tarnmPerspectiveRH_m4_32f)},
+    {"tarnmPerspectiveFovLH_m4_32f", "PerspectiveFovLH", "m4", Type::f32, "S", arguments52, 5, operands89, 1, invoker(tarnmPerspectiveFovLH_m4_32f), functionOf(tarnmPerspectiveFovLH_m4_32f)},
+    {"tarnmPerspectiveFovRH_m4_32f", "PerspectiveFovRH", "m4", Type::f32, "S", arguments52, 5, operands89, 1, invoker(tarnmPerspectiveFovRH_m4_32f), functionOf(tarnmPerspectiveFovRH_m4_32f)},
+    {"tarnmPerspectiveOffCenterLH_m4_32f", "PerspectiveOffCenterLH", "m4", Type::f32, "S", arguments51, 7, operands89, 1, invoker(tarnmPerspectiveOffCenterLH_m4_32f), functionOf(tarnmPerspectiveOffCenterLH_m4_32f)},
+    {"tarnmPerspectiveOffCenterRH_m4_32f", "PerspectiveOffCenterRH", "m4", Type::f32, "S", arguments51, 7, operands89, 1, invoker(tarnmPerspectiveOffCenterRH_m4_32f), functionOf(tarnmPerspectiveOffCenterRH_m4_32f)},
+    {"tarnmAffineTransform_m4v2_32f", "AffineTransform", "m4v2", Type::f32, "S", arguments38, 3, operands95, 3, invoker(tarnmAffineTransform_m4v2_32f), functionOf(tarnmAffineTransform_m4v2_32f)},
+    {"tarnmAffineTransform_m4v2a_32f", "AffineTransform", "m4v2a", Type::f32, "S", arguments53, 6, operands96, 3, invoker(tarnmAffineTransform_m4v2a_32f), functionOf(tarnmAffineTransform_m4v2a_32f)},
+    {"tarnmAffineTransform_m4v3_32f", "AffineTransform", "m4v3", Type::f32, "S", arguments38, 3, operands97, 3, invoker(tarnmAffineTransform_m4v3_32f), functionOf(tarnmAffineTransform_m4v3_32f)},
+    {"tarnmAffineTransform_m4v3a_32f", "AffineTransform", "m4v3a", Type::f32, "S", arguments53, 6, operands98, 3, invoker(tarnmAffineTransform_m4v3a_32f), functionOf(tarnmAffineTransform_m4v3a_32f)},
+    {"tarnmAffineTransform_m4v4_32f", "AffineTransform", "m4v4", Type::f32, "S", arguments38, 3, operands99, 3, invoker(tarnmAffineTransform_m4v4_32f), functionOf(tarnmAffineTransform_m4v4_32f)},
+    {"tarnmAffineTransform_m4v4a_32f", "AffineTransform", "m4v4a", Type::f32, "S", arguments53, 6, operands100, 3, invoker(tarnmAffineTransform_m4v4a_32f), functionOf(tarnmAffineTransform_m4v4a_32f)},
+    {"tarnmAffineTransformCoord_m4v2_32f", "AffineTransformCoord", "m4v2", Type::f32, "S", arguments38, 3, operands101, 3, invoker(tarnmAffineTransformCoord_m4v2_32f), functionOf(tarnmAffineTransformCoord_m4v2_32f)},
+    {"tarnmAffineTransformCoord_m4v2a_32f", "AffineTransformCoord", "m4v2a", Type::f32, "S", arguments53, 6, operands102, 3, invoker(tarnmAffineTransformCoord_m4v2a_32f), functionOf(tarnmAffineTransformCoord_m4v2a_32f)},
+    {"tarnmAffineTransformCoord_m4v3_32f", "AffineTransformCoord", "m4v3", Type::f32, "S", arguments38, 3, operands103, 3, invoker(tarnmAffineTransformCoord_m4v3_32f), functionOf(tarnmAffineTransformCoord_m4v3_32f)},
+    {"tarnmAffineTransformCoord_m4v3a_32f", "AffineTransformCoord", "m4v3a", Type::f32, "S", arguments53, 6, operands104, 3, invoker(tarnmAffineTransformCoord_m4v3a_32f), functionOf(tarnmAffineTransformCoord_m4v3a_32f)},
+    {"tarnmAffineTransformNormal_m4v2_32f", "AffineTransformNormal", "m4v2", Type::f32, "S", arguments38, 3, operands101, 3, invoker(tarnmAffineTransformNormal_m4v2_32f), functionOf(tarnmAffineTransformNormal_m4v2_32f)},
+    {"tarnmAffineTransformNormal_m4v2a_32f", "AffineTransformNormal", "m4v2a", Type::f32, "S", arguments53, 6, operands102, 3, invoker(tarnmAffineTransformNormal_m4v2a_32f), functionOf(tarnmAffineTransformNormal_m4v2a_32f)},
+    {"tarnmAffineTransformNormal_m4v3_32f", "AffineTransformNormal", "m4v3", Type::f32, "S", arguments38, 3, operands103, 3, invoker(tarnmAffineTransformNormal_m4v3_32f), functionOf(tarnmAffineTransformNormal_m4v3_32f)},
+    {"tarnmAffineTransformNormal_m4v3a_32f", "AffineTransformNormal", "m4v3a", Type::f32, "S", arguments53, 6, operands104, 3, invoker(tarnmAffineTransformNormal_m4v3a_32f), functionOf(tarnmAffineTransformNormal_m4v3a_32f)},
+    {"tarnmProject_m4v3_32f", "Project", "m4v3", Type::f32, "S", arguments54, 9, operands105, 5, invoker(tarnmProject_m4v3_32f), functionOf(tarnmProject_m4v3_32f)},
+    {"tarnmProject_m4v3a_32f", "Project", "m4v3a", Type::f32, "S", arguments55, 12, operands106, 5, invoker(tarnmProject_m4v3a_32f), functionOf(tarnmProject_m4v3a_32f)},
+    {"tarnmUnproject_m4v3_32f", "Unproject", "m4v3", Type::f32, "S", arguments54, 9, operands105, 5, invoker(tarnmUnproject_m4v3_32f), functionOf(tarnmUnproject_m4v3_32f)},
+    {"tarnmUnproject_m4v3a_32f", "Unproject", "m4v3a", Type::f32, "S", arguments55, 12, operands106, 5, invoker(tarnmUnproject_m4v3a_32f), functionOf(tarnmUnproject_m4v3a_32f)},
+    {"tarnmAffineTransform3DH_mva_32f", "AffineTransform3DH", "mva", Type::f32, "S", arguments56, 10, operands107, 3, invoker(tarnmAffineTransform3DH_mva_32f), functionOf(tarnmAffineTransform3DH_mva_32f)},
+    {"tarnmInterpolationLinear_v2_32f", "InterpolationLinear", "v2", Type::f32, "S", arguments57, 4, operands76, 3, invoker(tarnmInterpolationLinear_v2_32f), functionOf(tarnmInterpolationLinear_v2_32f)},
+    {"tarnmInterpolationLinear_v3_32f", "InterpolationLinear", "v3", Type::f32, "S", arguments57, 4, operands77, 3, invoker(tarnmInterpolationLinear_v3_32f), functionOf(tarnmInterpolationLinear_v3_32f)},
+    {"tarnmInterpolationLinear_v4_32f", "InterpolationLinear", "v4", Type::f32, "S", arguments57, 4, operands78, 3, invoker(tarnmInterpolationLinear_v4_32f), functionOf(tarnmInterpolationLinear_v4_32f)},
+    {"tarnmBaryCentric_v2_32f", "BaryCentric", "v2", Type::f32, "S", arguments58, 6, operands108, 4, invoker(tarnmBaryCentric_v2_32f), functionOf(tarnmBaryCentric_v2_32f)},
+    {"tarnmBaryCentric_v3_32f", "BaryCentric", "v3", Type::f32, "S", arguments58, 6, operands109, 4, invoker(tarnmBaryCentric_v3_32f), functionOf(tarnmBaryCentric_v3_32f)},
+    {"tarnmBaryCentric_v4_32f", "BaryCentric", "v4", Type::f32, "S", arguments58, 6, operands88, 4, invoker(tarnmBaryCentric_v4_32f), functionOf(tarnmBaryCentric_v4_32f)},
+    {"tarnmHermite_v2_32f", "Hermite", "v2", Type::f32, "S", arguments59, 6, operands110, 5, invoker(tarnmHermite_v2_32f), functionOf(tarnmHermite_v2_32f)},
+    {"tarnmHermite_v3_32f", "Hermite", "v3", Type::f32, "S", arguments59, 6, operands111, 5, invoker(tarnmHermite_v3_32f), functionOf(tarnmHermite_v3_32f)},
+    {"tarnmHermite_v4_32f", "Hermite", "v4", Type::f32, "S", arguments59, 6, operands112, 5, invoker(tarnmHermite_v4_32f), functionOf(tarnmHermite_v4_32f)},
+    {"tarnmInterpolationCatmullRom_v2_32f", "InterpolationCatmullRom", "v2", Type::f32, "S", arguments59, 6, operands110, 5, invoker(tarnmInterpolationCatmullRom_v2_32f), functionOf(tarnmInterpolationCatmullRom_v2_32f)},
+    {"tarnmInterpolationCatmullRom_v3_32f", "InterpolationCatmullRom", "v3", Type::f32, "S", arguments59, 6, operands111, 5, invoker(tarnmInterpolationCatmullRom_v3_32f), functionOf(tarnmInterpolationCatmullRom_v3_32f)},
+    {"tarnmInterpolationCatmullRom_v4_32f", "InterpolationCatmullRom", "v4", Type::f32, "S", arguments59, 6, operands112, 5, invoker(tarnmInterpolationCatmullRom_v4_32f), functionOf(tarnmInterpolationCatmullRom_v4_32f)},
 };
 
 } // namespace
