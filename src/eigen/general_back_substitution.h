@@ -32,7 +32,9 @@ template <class T> struct VectorWork {
 template <class T> class SchurForm {
 public:
     // Fills `columnNorms`: sums of magnitudes above the diagonal.
-    SchurForm(ColumnMatrix<T> schur, T* columnNorms) : t(schur), norms(columnNorms)
+    SchurForm(ColumnMatrix<T> schur, T* columnNorms)
+        : t(schur)
+        , norms(columnNorms)
     {
         for (int j = 1; j <= t.order; ++j) {
             T sum = T(0);
@@ -49,10 +51,7 @@ public:
     T normOfTwo(int j) const { return max(norms[j], norms[j + 1]); }
 
     // Whether rows j and j+1 form a 2x2 block.
-    bool pairsAt(int j) const
-    {
-        return j >= 1 && j < t.order && abs(t(j + 1, j)) > GeneralTolerance<T>::safeMinimum;
-    }
+    bool pairsAt(int j) const { return j >= 1 && j < t.order && abs(t(j + 1, j)) > GeneralTolerance<T>::safeMinimum; }
 
     // Imaginary part of the eigenvalues of the block at j and j+1.
     T imaginaryAt(int j) const { return sqrt(abs(t(j + 1, j))) * sqrt(abs(t(j, j + 1))); }
@@ -94,8 +93,7 @@ template <class T> struct ComplexComponents {
 // A scale that differs from 1 at all is to be applied; the tolerance is the type's least normal distance.
 template <class T, class Components> void applyScale(Components x, int first, int last, T scale)
 {
-    if (!(abs(scale - T(1)) > GeneralTolerance<T>::safeMinimum))
-        return;
+    if (!(abs(scale - T(1)) > GeneralTolerance<T>::safeMinimum)) return;
     for (int k = first; k <= last; ++k)
         x.multiply(k, scale);
 }
@@ -117,8 +115,7 @@ bool substituteUpwards(const SchurForm<T>& t, Components x, typename Components:
                                     {Number(t(j, first)), Number(t(j, j)) - lambda}};
             const Number b[2] = {x[first], x[j]};
             const auto solution = solve2<T, Number>(c, b, t.normOfTwo(first), limits);
-            if (!solution.hasPivot)
-                return false;
+            if (!solution.hasPivot) return false;
             applyScale(x, 1, last, solution.scale);
             x.set(first, solution.x[0]);
             x.set(j, solution.x[1]);
@@ -164,10 +161,8 @@ template <class T> bool rightReal(const SchurForm<T>& t, int k, VectorWork<T> wo
     work.re[k] = T(1);
     for (int r = 1; r < k; ++r)
         work.re[r] = -t(r, k);
-    if (!substituteUpwards(t, RealComponents<T>{work.re}, wr, k - 1, k, t.limitsOf(wr, T(0))))
-        return false;
-    if (k > 1)
-        combineColumns(z, k, work.re, 1, k - 1);
+    if (!substituteUpwards(t, RealComponents<T>{work.re}, wr, k - 1, k, t.limitsOf(wr, T(0)))) return false;
+    if (k > 1) combineColumns(z, k, work.re, 1, k - 1);
     return true;
 }
 
@@ -200,12 +195,10 @@ template <class T> PassEnd rightVectors(const SchurForm<T>& t, VectorWork<T> wor
 {
     for (int k = t.order(); k >= 1; --k) {
         if (!t.pairsAt(k - 1)) {
-            if (!rightReal(t, k, work, z))
-                return PassEnd::noRealPivot;
+            if (!rightReal(t, k, work, z)) return PassEnd::noRealPivot;
         } else {
             --k;
-            if (!rightPair(t, k, work, z))
-                return PassEnd::noComplexPivot;
+            if (!rightPair(t, k, work, z)) return PassEnd::noComplexPivot;
         }
     }
     return PassEnd::complete;
@@ -243,8 +236,7 @@ bool substituteDownwards(const SchurForm<T>& t, Components x, typename Component
                                     {Number(t(j, last)), Number(t(last, last)) - lambda}};
             const Number b[2] = {x[j], x[last]};
             const auto solution = solve2<T, Number>(c, b, t.normOfTwo(j), limits);
-            if (!solution.hasPivot)
-                return false;
+            if (!solution.hasPivot) return false;
             applyScale(x, start, n, solution.scale);
             x.set(j, solution.x[0]);
             x.set(last, solution.x[1]);
@@ -269,10 +261,8 @@ template <class T> bool leftReal(const SchurForm<T>& t, int k, VectorWork<T> wor
     work.re[k] = T(1);
     for (int c = k + 1; c <= n; ++c)
         work.re[c] = -t(k, c);
-    if (!substituteDownwards(t, RealComponents<T>{work.re}, wr, k, k + 1, t.limitsOf(wr, T(0))))
-        return false;
-    if (k < n)
-        combineColumns(z, k, work.re, k + 1, n);
+    if (!substituteDownwards(t, RealComponents<T>{work.re}, wr, k, k + 1, t.limitsOf(wr, T(0)))) return false;
+    if (k < n) combineColumns(z, k, work.re, k + 1, n);
     return true;
 }
 
@@ -305,11 +295,9 @@ template <class T> PassEnd leftVectors(const SchurForm<T>& t, VectorWork<T> work
 {
     for (int k = 1; k <= t.order(); ++k) {
         if (!t.pairsAt(k)) {
-            if (!leftReal(t, k, work, z))
-                return PassEnd::noRealPivot;
+            if (!leftReal(t, k, work, z)) return PassEnd::noRealPivot;
         } else {
-            if (!leftPair(t, k, work, z))
-                return PassEnd::noComplexPivot;
+            if (!leftPair(t, k, work, z)) return PassEnd::noComplexPivot;
             ++k;
         }
     }

@@ -23,9 +23,9 @@ inline constexpr int stepsPerEigenvalue = 30;
 
 // ---- Split: the last negligible subdiagonal element of the active block
 
-template <class V> TARNM_INLINE V largestColumnSum(ColumnMatrix<V> h, Index<V> l, Index<V> i, mask_t<V> searching)
+template <class V> TARNM_INLINE V largestColumnSum(ColumnMatrix<V> h, Index<V> l, Index<V> i, int last)
 {
-    const int first = lowest(searching, l), last = highest(searching, i);
+    const int first = lowest(l);
     V largest = V(0);
     for (int c = first; c <= last; ++c) {
         V sum = V(0);
@@ -38,35 +38,34 @@ template <class V> TARNM_INLINE V largestColumnSum(ColumnMatrix<V> h, Index<V> l
 
 // What is negligible below the diagonal at (k, k-1).
 template <Aim aim, class V>
-TARNM_INLINE V negligible(ColumnMatrix<V> h, int k, Index<V> l, Index<V> i, mask_t<V> searching)
+TARNM_INLINE V negligible(ColumnMatrix<V> h, int k, Index<V> l, Index<V> i, int last, mask_t<V> searching)
 {
     using T = scalar_t<V>;
     using Tolerance = GeneralTolerance<T>;
-    if constexpr (aim == Aim::values)
-        return V(Tolerance::epsilon);
+    if constexpr (aim == Aim::values) return V(Tolerance::epsilon);
     V size = abs(h(k - 1, k - 1)) + abs(h(k, k));
     const mask_t<V> isSmall = searching && size <= V(Tolerance::safeMinimum);
-    if (any(isSmall))
-        size = select(isSmall, largestColumnSum<V>(h, l, i, isSmall), size);
+    if (any(isSmall)) size = select(isSmall, largestColumnSum<V>(h, l, i, last), size);
     return max(V(Tolerance::epsilon) * size, V(smallestSubdiagonal<T>(h.order)));
 }
 
 // The first row of the block that ends in row i. The element above its first subdiagonal becomes 0.
 template <Aim aim, class V>
-TARNM_INLINE Index<V> findSplit(ColumnMatrix<V> h, Index<V> l, Index<V> i, mask_t<V> searching)
+TARNM_INLINE Index<V> findSplit(ColumnMatrix<V> h, Index<V> l, Index<V> i, int last, mask_t<V> searching)
 {
     Index<V> split = l;
     mask_t<V> pending = searching;
-    for (int k = highest(searching, i); k > lowest(pending, l); --k) {
+    for (int k = last; k > lowest(l); --k) {
         const mask_t<V> inBlock = pending && Index<V>(k) <= i && Index<V>(k) > l;
-        const mask_t<V> found = inBlock && negligible<aim, V>(h, k, l, i, inBlock) >= abs(h(k, k - 1));
+        const mask_t<V> found = inBlock && negligible<aim, V>(h, k, l, i, last, inBlock) >= abs(h(k, k - 1));
         split = choose(found, Index<V>(k), split);
         pending = pending && !found;
-        if (none(pending))
-            break;
+        if (none(pending)) break;
     }
-    forEachPosition(searching && split > Index<V>(1), split, 2, h.order, [&](int k, mask_t<V> here)
-        __attribute__((always_inline)) { h(k, k - 1) = onlyIn(here, V(0), h(k, k - 1)); });
+    forEachPosition(
+        searching && split > Index<V>(1), split, 2, last, [&](int k, mask_t<V> here) __attribute__((always_inline)) {
+            h(k, k - 1) = onlyIn(here, V(0), h(k, k - 1));
+        });
     return split;
 }
 
@@ -77,16 +76,17 @@ template <class V> struct Corner {
     V h33, h34, h43, h44, h32;
 };
 
-template <class V> TARNM_INLINE Corner<V> cornerOf(ColumnMatrix<V> h, Index<V> i, mask_t<V> sweeping)
+template <class V> TARNM_INLINE Corner<V> cornerOf(ColumnMatrix<V> h, Index<V> i, int last, mask_t<V> sweeping)
 {
     Corner<V> corner{};
-    forEachPosition(sweeping, i, 3, h.order, [&](int k, mask_t<V> here) __attribute__((always_inline)) {
-        corner.h33 = onlyIn(here, h(k - 1, k - 1), corner.h33);
-        corner.h34 = onlyIn(here, h(k - 1, k), corner.h34);
-        corner.h43 = onlyIn(here, h(k, k - 1), corner.h43);
-        corner.h44 = onlyIn(here, h(k, k), corner.h44);
-        corner.h32 = onlyIn(here, h(k - 1, k - 2), corner.h32);
-    });
+    forEachPosition(
+        sweeping, i, 3, last, [&](int k, mask_t<V> here) __attribute__((always_inline)) {
+            corner.h33 = onlyIn(here, h(k - 1, k - 1), corner.h33);
+            corner.h34 = onlyIn(here, h(k - 1, k), corner.h34);
+            corner.h43 = onlyIn(here, h(k, k - 1), corner.h43);
+            corner.h44 = onlyIn(here, h(k, k), corner.h44);
+            corner.h32 = onlyIn(here, h(k - 1, k - 2), corner.h32);
+        });
     return corner;
 }
 
@@ -107,8 +107,7 @@ template <Aim aim, class V> TARNM_INLINE Shift<V> ordinaryShift(V h33, V h44, V 
     const V half = (h33 - h44) * V(T(0.5));
     const V square = half * half + h4334;
     const mask_t<V> isReal = square > V(leastSquare);
-    if (none(isReal))
-        return {h33, h44, h4334};
+    if (none(isReal)) return {h33, h44, h4334};
     const V root = sqrt(square);
     const V mean = (h33 + h44) * V(T(0.5));
     V shift;
@@ -153,8 +152,7 @@ template <int N> struct SinglePrecision<lanes<double, N>> {
 
     TARNM_INLINE Type operator()(lanes<double, N> v) const
     {
-        if constexpr (width == N)
-            return Type(__builtin_convertvector(v.raw, typename Type::Raw));
+        if constexpr (width == N) return Type(__builtin_convertvector(v.raw, typename Type::Raw));
         Type result(0.0f);
         for (int l = 0; l < N; ++l)
             result.set(l, float(v[l]));
@@ -163,8 +161,7 @@ template <int N> struct SinglePrecision<lanes<double, N>> {
     TARNM_INLINE lanes<double, N> back(Type v) const
     {
         using Doubles = lanes<double, N>;
-        if constexpr (width == N)
-            return Doubles(__builtin_convertvector(v.raw, typename Doubles::Raw));
+        if constexpr (width == N) return Doubles(__builtin_convertvector(v.raw, typename Doubles::Raw));
         Doubles result(0.0);
         for (int l = 0; l < N; ++l)
             result.set(l, double(v[l]));
@@ -176,14 +173,14 @@ template <Aim aim, class V> TARNM_INLINE Shift<V> shiftOf(const Corner<V>& corne
 {
     using Rounded = std::conditional_t<aim == Aim::values, SamePrecision<V>, SinglePrecision<V>>;
     const Rounded rounded;
-    const auto back = [&](const auto& s) __attribute__((always_inline)) {
+    const auto back = [&](const auto& s) __attribute__((always_inline))
+    {
         return Shift<V>{rounded.back(s.h33), rounded.back(s.h44), rounded.back(s.h4334)};
     };
     using S = typename Rounded::Type;
-    const Shift<V> ordinary = back(
-        ordinaryShift<aim, S>(rounded(corner.h33), rounded(corner.h44), rounded(corner.h43 * corner.h34)));
-    if (none(isExceptional))
-        return ordinary;
+    const Shift<V> ordinary =
+        back(ordinaryShift<aim, S>(rounded(corner.h33), rounded(corner.h44), rounded(corner.h43 * corner.h34)));
+    if (none(isExceptional)) return ordinary;
     return select(isExceptional, back(exceptionalShift<S>(corner, rounded)), ordinary);
 }
 
@@ -196,13 +193,14 @@ template <class V> struct Start {
 
 template <class V> TARNM_INLINE V sumOfMagnitudes(V x, V y)
 {
-    return inDouble([](auto a, auto b) __attribute__((always_inline)) { return abs(a) + abs(b); }, x, y);
+    return inDouble(
+        [](auto a, auto b) __attribute__((always_inline)) { return abs(a) + abs(b); }, x, y);
 }
 
 template <class V> TARNM_INLINE V sumOfMagnitudes(V x, V y, V z)
 {
-    return inDouble([](auto a, auto b, auto c) __attribute__((always_inline)) { return abs(a) + abs(b) + abs(c); }, x, y,
-                    z);
+    return inDouble(
+        [](auto a, auto b, auto c) __attribute__((always_inline)) { return abs(a) + abs(b) + abs(c); }, x, y, z);
 }
 
 template <class V> TARNM_INLINE Start<V> firstColumn(ColumnMatrix<V> h, int m, const Shift<V>& shift)
@@ -225,18 +223,17 @@ template <class V> TARNM_INLINE mask_t<V> startsBelow(ColumnMatrix<V> h, int m, 
 }
 
 template <class V>
-TARNM_INLINE Start<V> findStart(ColumnMatrix<V> h, Index<V> l, Index<V> i, const Shift<V>& shift, mask_t<V> sweeping)
+TARNM_INLINE Start<V> findStart(ColumnMatrix<V> h, Index<V> l, Index<V> i, int last, const Shift<V>& shift,
+                                mask_t<V> sweeping)
 {
     Start<V> start{};
     mask_t<V> pending = sweeping;
-    for (int m = highest(sweeping, i) - 2; any(pending); --m) {
+    for (int m = last - 2; any(pending); --m) {
         const mask_t<V> inBlock = pending && Index<V>(m) <= i - Index<V>(2);
-        if (none(inBlock))
-            continue;
+        if (none(inBlock)) continue;
         const Start<V> q = firstColumn(h, m, shift);
         mask_t<V> found = inBlock && l == Index<V>(m);
-        if (any(inBlock && !found))
-            found = found || (inBlock && startsBelow(h, m, q));
+        if (any(inBlock && !found)) found = found || (inBlock && startsBelow(h, m, q));
         start.m = choose(found, q.m, start.m);
         start.q1 = select(found, q.q1, start.q1);
         start.q2 = select(found, q.q2, start.q2);
@@ -292,10 +289,10 @@ template <class V> TARNM_INLINE V normOf(V x, V y) { return sqrt(x * x + y * y);
 // Makes the reflector of step k, and puts its effect on column k-1 in place.
 template <class V>
 TARNM_INLINE StepReflector<V> startStep(ColumnMatrix<V> h, int k, Index<V> l, Index<V> i, const Start<V>& start,
-                                        mask_t<V> sweeping)
+                                        mask_t<V> active)
 {
     StepReflector<V> q;
-    q.active = sweeping && Index<V>(k) >= start.m && Index<V>(k) < i;
+    q.active = active;
     q.three = q.active && Index<V>(k) < i - Index<V>(1);
     const mask_t<V> isFirst = q.active && start.m == Index<V>(k);
     const mask_t<V> isLater = q.active && !isFirst;
@@ -317,12 +314,10 @@ TARNM_INLINE StepReflector<V> startStep(ColumnMatrix<V> h, int k, Index<V> l, In
     if (any(isLater)) {
         h(k, k - 1) = select(isLater, reflector.beta, h(k, k - 1));
         h(k + 1, k - 1) = select(isLater, V(0), h(k + 1, k - 1));
-        if (hasThird)
-            h(k + 2, k - 1) = select(isLater && q.three, V(0), h(k + 2, k - 1));
+        if (hasThird) h(k + 2, k - 1) = select(isLater && q.three, V(0), h(k + 2, k - 1));
     }
     const mask_t<V> isInside = isFirst && l < Index<V>(k);
-    if (any(isInside))
-        h(k, k - 1) = select(isInside, -h(k, k - 1), h(k, k - 1));
+    if (any(isInside)) h(k, k - 1) = select(isInside, -h(k, k - 1), h(k, k - 1));
     return q;
 }
 
@@ -342,16 +337,17 @@ TARNM_INLINE void applyStep(ColumnMatrix<V> h, ColumnMatrix<V> z, int k, int fir
 }
 
 template <Aim aim, class V>
-TARNM_INLINE void sweep(ColumnMatrix<V> h, ColumnMatrix<V> z, Index<V> l, Index<V> i, const Start<V>& start,
+TARNM_INLINE void sweep(ColumnMatrix<V> h, ColumnMatrix<V> z, Index<V> l, Index<V> i, int last, const Start<V>& start,
                         mask_t<V> sweeping)
 {
-    const int firstRow = lowest(sweeping, l), lastRow = highest(sweeping, i);
-    for (int k = lowest(sweeping, start.m); k < lastRow; ++k) {
-        const StepReflector<V> q = startStep(h, k, l, i, start, sweeping);
+    for (int k = lowest(start.m); k < last; ++k) {
+        const mask_t<V> active = sweeping && Index<V>(k) >= start.m && Index<V>(k) < i;
+        if (none(active)) continue;
+        const StepReflector<V> q = startStep(h, k, l, i, start, active);
         if (any(q.three))
-            applyStep<aim, true>(h, z, k, firstRow, lastRow, i, q);
-        else if (any(q.active))
-            applyStep<aim, false>(h, z, k, firstRow, lastRow, i, q);
+            applyStep<aim, true>(h, z, k, lowest(l), last, i, q);
+        else
+            applyStep<aim, false>(h, z, k, lowest(l), last, i, q);
     }
 }
 
@@ -414,34 +410,36 @@ mask_t<V> iterate(ColumnMatrix<V> h, ColumnMatrix<V> z, const Spectrum& spectrum
     using I = Index<V>;
     const int n = h.order;
     I i(n), l(1), steps(0), budget(stepsPerEigenvalue * n);
+    int last = n; // the largest i
     mask_t<V> running(true), failed(false);
     Rotation<V> kept{V(0), V(0)};
 
     while (any(running)) {
         const mask_t<V> searching = running && steps < budget;
-        if (any(searching))
-            l = choose(searching, findSplit<aim, V>(h, l, i, searching), l);
+        if (any(searching)) l = choose(searching, findSplit<aim, V>(h, l, i, last, searching), l);
         const mask_t<V> left = running && (l >= i - I(1) || steps >= budget);
         if (any(left)) {
             failed = failed || (left && l < i - I(1));
-            forEachPosition(left && l == i, i, 1, n, [&](int k, mask_t<V> here) __attribute__((always_inline)) {
-                spectrum.set(k, here, h(k, k), V(0));
-            });
-            forEachPosition(left && l == i - I(1), i, 2, n, [&](int k, mask_t<V> here) __attribute__((always_inline)) {
-                finishPair<aim, V>(h, z, k, here, kept, spectrum);
-            });
+            forEachPosition(
+                left && l == i, i, 1, last, [&](int k, mask_t<V> here) __attribute__((always_inline)) {
+                    spectrum.set(k, here, h(k, k), V(0));
+                });
+            forEachPosition(
+                left && l == i - I(1), i, 2, last, [&](int k, mask_t<V> here) __attribute__((always_inline)) {
+                    finishPair<aim, V>(h, z, k, here, kept, spectrum);
+                });
             budget = choose(left, budget - steps, budget);
             i = choose(left, l - I(1), i);
             l = choose(left, I(1), l);
             steps = choose(left, I(0), steps);
             running = running && !failed && i >= I(1);
+            last = highest(running, i);
         }
         const mask_t<V> sweeping = running && !left;
-        if (none(sweeping))
-            continue;
+        if (none(sweeping)) continue;
         const mask_t<V> isExceptional = steps == I(10) || steps == I(20);
-        const Shift<V> shift = shiftOf<aim, V>(cornerOf<V>(h, i, sweeping), isExceptional);
-        sweep<aim, V>(h, z, l, i, findStart<V>(h, l, i, shift, sweeping), sweeping);
+        const Shift<V> shift = shiftOf<aim, V>(cornerOf<V>(h, i, last, sweeping), isExceptional);
+        sweep<aim, V>(h, z, l, i, last, findStart<V>(h, l, i, last, shift, sweeping), sweeping);
         steps = choose(sweeping, steps + I(1), steps);
     }
     return failed;

@@ -12,12 +12,10 @@
 namespace tarnm::general {
 
 // Calls body(j, lanes whose reflector number j is not the identity), with v(1) = 1 in its place.
-template <class V, class Body>
-TARNM_INLINE void withReflector(ColumnMatrix<V> h, const V* tau, int j, Body&& body)
+template <class V, class Body> TARNM_INLINE void withReflector(ColumnMatrix<V> h, const V* tau, int j, Body&& body)
 {
     const mask_t<V> reflects = abs(tau[j]) > V(GeneralTolerance<scalar_t<V>>::safeMinimum);
-    if (none(reflects))
-        return;
+    if (none(reflects)) return;
     const V subdiagonal = h(j + 1, j);
     h(j + 1, j) = V(1);
     body(h.column(j), reflects);
@@ -25,8 +23,7 @@ TARNM_INLINE void withReflector(ColumnMatrix<V> h, const V* tau, int j, Body&& b
 }
 
 // c -= tau v (v^T c) for the columns from `first` on, in rows first .. n.
-template <class V>
-TARNM_INLINE void reflectColumns(ColumnMatrix<V> m, int first, const V* v, V tau, mask_t<V> reflects)
+template <class V> TARNM_INLINE void reflectColumns(ColumnMatrix<V> m, int first, const V* v, V tau, mask_t<V> reflects)
 {
     for (int c = first; c <= m.order; ++c) {
         V* column = m.column(c);
@@ -67,10 +64,11 @@ template <class V> void reduceToHessenberg(ColumnMatrix<V> h, V* tau, V* work)
         column[j + 1] = reflector.beta;
         for (int i = j + 2; i <= n; ++i)
             column[i] *= reflector.scale;
-        withReflector(h, tau, j, [&](const V* v, mask_t<V> reflects) __attribute__((always_inline)) {
-            reflectRows(h, j + 1, v, tau[j], reflects, work);
-            reflectColumns(h, j + 1, v, tau[j], reflects);
-        });
+        withReflector(
+            h, tau, j, [&](const V* v, mask_t<V> reflects) __attribute__((always_inline)) {
+                reflectRows(h, j + 1, v, tau[j], reflects, work);
+                reflectColumns(h, j + 1, v, tau[j], reflects);
+            });
     }
 }
 
@@ -81,9 +79,10 @@ template <class V> void formOrthogonalMatrix(ColumnMatrix<V> h, const V* tau, Co
         for (int r = 1; r <= n; ++r)
             q(r, c) = V(scalar_t<V>(r == c));
     for (int j = n - 2; j >= 1; --j)
-        withReflector(h, tau, j, [&](const V* v, mask_t<V> reflects) __attribute__((always_inline)) {
-            reflectColumns(q, j + 1, v, tau[j], reflects);
-        });
+        withReflector(
+            h, tau, j, [&](const V* v, mask_t<V> reflects) __attribute__((always_inline)) {
+                reflectColumns(q, j + 1, v, tau[j], reflects);
+            });
 }
 
 template <class V> void clearBelowSubdiagonal(ColumnMatrix<V> h)

@@ -34,7 +34,8 @@ template <class T, class Object> void storeVectors(ColumnMatrix<T> z, const Obje
 }
 
 // Unused lanes repeat the last object.
-template <class T, class Array> void loadTile(const Array& source, std::ptrdiff_t first, int live, int n, LaneTile<T>& tile)
+template <class T, class Array>
+void loadTile(const Array& source, std::ptrdiff_t first, int live, int n, LaneTile<T>& tile)
 {
     for (int l = 0; l < LaneTile<T>::width; ++l) {
         const auto object = source[first + (l < live ? l : live - 1)];
@@ -61,8 +62,7 @@ template <class T> void unloadSchurForm(const LaneTile<T>& tile, int l, const Wo
 // Objects of the next block of lanes; 1: the next object by itself.
 template <class T> int blockLength(int order, std::ptrdiff_t left)
 {
-    if (order == 1 || order > largestOrderInLanes || left < leastObjectsInLanes)
-        return 1;
+    if (order == 1 || order > largestOrderInLanes || left < leastObjectsInLanes) return 1;
     return left < LaneTile<T>::width ? int(left) : LaneTile<T>::width;
 }
 
@@ -80,7 +80,8 @@ inline ObjectEnd endOf(PassEnd end)
 }
 
 // Calls inLanes(first, live), which may decline, and else one(object) for the objects of a call.
-template <class T, class InLanes, class One> tarnmStatus forObjects(Place place, int order, InLanes&& inLanes, One&& one)
+template <class T, class InLanes, class One>
+tarnmStatus forObjects(Place place, int order, InLanes&& inLanes, One&& one)
 {
     const std::ptrdiff_t last = std::ptrdiff_t(place.first) + place.count;
     for (std::ptrdiff_t n = place.first; n < last;) {
@@ -89,8 +90,7 @@ template <class T, class InLanes, class One> tarnmStatus forObjects(Place place,
         if (live == 1 || !inLanes(n, live, end))
             for (int l = 0; l < live && !end.endsCall; ++l)
                 end = one(n + l);
-        if (end.endsCall)
-            return end.status;
+        if (end.endsCall) return end.status;
         n += live;
     }
     return StatusOk;
@@ -98,15 +98,14 @@ template <class T, class InLanes, class One> tarnmStatus forObjects(Place place,
 
 // `store` copies the vectors of an object from the workspace to the caller.
 template <class T, class Array, class Store>
-tarnmStatus vectorsOfObjects(const Array& source, ScalarArray<T> re, ScalarArray<T> im, std::int32_t order, void* buffer,
-                             Place place, Sets sets, Store&& store)
+tarnmStatus vectorsOfObjects(const Array& source, ScalarArray<T> re, ScalarArray<T> im, std::int32_t order,
+                             void* buffer, Place place, Sets sets, Store&& store)
 {
     const Workspace<T> work(buffer, order);
     const auto values = [&](std::ptrdiff_t n) { return Values<T>{re, im, n * order}; };
     const auto finish = [&](std::ptrdiff_t n) {
         const ObjectEnd end = endOf(findVectors(work, sets, values(n)));
-        if (!end.endsCall)
-            store(n, work);
+        if (!end.endsCall) store(n, work);
         return end;
     };
     const auto one = [&](std::ptrdiff_t n) {
@@ -114,8 +113,7 @@ tarnmStatus vectorsOfObjects(const Array& source, ScalarArray<T> re, ScalarArray
         if (order == 1) {
             values(n).set(1, true, work.matrix()(1, 1), T(0));
             work.vectors()(1, 1) = T(1);
-            if (sets == Sets::both)
-                work.secondVectors()(1, 1) = T(1);
+            if (sets == Sets::both) work.secondVectors()(1, 1) = T(1);
             store(n, work);
             return ObjectEnd{};
         }
@@ -125,8 +123,7 @@ tarnmStatus vectorsOfObjects(const Array& source, ScalarArray<T> re, ScalarArray
     const auto inLanes = [&](std::ptrdiff_t first, int live, ObjectEnd& end) {
         LaneTile<T> tile;
         loadTile(source, first, live, order, tile);
-        if (!findSchurFormInLanes(tile, order))
-            return false;
+        if (!findSchurFormInLanes(tile, order)) return false;
         for (int l = 0; l < live && !end.endsCall; ++l) {
             storeValues(tile, l, order, values(first + l));
             unloadSchurForm(tile, l, work);
@@ -153,8 +150,7 @@ tarnmStatus generalValues(const Array& source, ScalarArray<T> re, ScalarArray<T>
     const auto inLanes = [&](std::ptrdiff_t first, int live, ObjectEnd&) {
         LaneTile<T> tile;
         loadTile(source, first, live, order, tile);
-        if (!findValuesInLanes(tile, order))
-            return false;
+        if (!findValuesInLanes(tile, order)) return false;
         for (int l = 0; l < live; ++l)
             storeValues(tile, l, order, values(first + l));
         return true;

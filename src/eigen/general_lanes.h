@@ -2,7 +2,7 @@
 //
 //   ColumnMatrix        n x n values, columns next to each other, indices from 1
 //   Index<V>            a position or a counter of each lane; an int where V is a scalar
-//   lowest, highest     bounds of the positions of the lanes that take part
+//   lowest, highest     bounds of the positions of all lanes, and of those that take part
 //   forEachPosition     visits the positions at which some lane stands
 //   onlyIn              a new value for the lanes that take part
 //
@@ -39,17 +39,11 @@ TARNM_INLINE lanes<T, N> choose(mask<T, N> condition, std::type_identity_t<lanes
     return select(condition, a, b);
 }
 
-TARNM_INLINE int lowest(bool, int index) { return index; }
+// The lanes are not worth a closer look: masks keep them right.
+TARNM_INLINE int lowest(int index) { return index; }
+template <class T, int N> TARNM_INLINE int lowest(lanes<T, N>) { return 1; }
+
 TARNM_INLINE int highest(bool, int index) { return index; }
-
-template <class T, int N> TARNM_INLINE int lowest(mask<T, N> taking, lanes<T, N> index)
-{
-    T bound = T(1 << 20);
-    for (int l = 0; l < N; ++l)
-        bound = taking[l] && index[l] < bound ? index[l] : bound;
-    return int(bound);
-}
-
 template <class T, int N> TARNM_INLINE int highest(mask<T, N> taking, lanes<T, N> index)
 {
     T bound = T(0);
@@ -61,8 +55,7 @@ template <class T, int N> TARNM_INLINE int highest(mask<T, N> taking, lanes<T, N
 // Calls body(k, lanes at k) for the positions k of `index` in first .. last.
 template <class Body> TARNM_INLINE void forEachPosition(bool taking, int index, int, int, Body&& body)
 {
-    if (taking)
-        body(index, true);
+    if (taking) body(index, true);
 }
 
 template <class T, int N, class Body>
@@ -70,17 +63,12 @@ TARNM_INLINE void forEachPosition(mask<T, N> taking, lanes<T, N> index, int firs
 {
     for (int k = first; k <= last; ++k) {
         const mask<T, N> here = taking && index == lanes<T, N>(T(k));
-        if (any(here))
-            body(k, here);
+        if (any(here)) body(k, here);
     }
 }
 
 template <class T>
-    requires std::is_floating_point_v<T>
-TARNM_INLINE T onlyIn(bool, T value, T)
-{
-    return value;
-}
+requires std::is_floating_point_v<T> TARNM_INLINE T onlyIn(bool, T value, T) { return value; }
 template <class T, int N> TARNM_INLINE lanes<T, N> onlyIn(mask<T, N> taking, lanes<T, N> value, lanes<T, N> old)
 {
     return select(taking, value, old);

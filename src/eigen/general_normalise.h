@@ -28,8 +28,7 @@ template <class T> void normaliseColumn(ColumnMatrix<T> z, int k)
 {
     T* column = z.column(k);
     const T squares = sumOfSquares(column, z.order);
-    if (!(squares > GeneralTolerance<T>::safeMinimum))
-        return;
+    if (!(squares > GeneralTolerance<T>::safeMinimum)) return;
     const T factor = inverseRoot(squares);
     for (int r = 1; r <= z.order; ++r)
         column[r] *= factor;
@@ -44,12 +43,10 @@ template <class T> void normalisePair(ColumnMatrix<T> z, int k)
 
     int largest = 1;
     for (int r = 2; r <= z.order; ++r)
-        if (re[r] * re[r] + im[r] * im[r] > re[largest] * re[largest] + im[largest] * im[largest])
-            largest = r;
+        if (re[r] * re[r] + im[r] * im[r] > re[largest] * re[largest] + im[largest] * im[largest]) largest = r;
     const T modulus = inDouble([](auto x, auto y) { return sqrt(x * x + y * y); }, re[largest], im[largest]);
     T cs = re[largest] / modulus, sn = im[largest] / modulus;
-    if (abs(re[largest]) > abs(im[largest]) && cs < T(0))
-        cs = -cs, sn = -sn;
+    if (abs(re[largest]) > abs(im[largest]) && cs < T(0)) cs = -cs, sn = -sn;
     for (int r = 1; r <= z.order; ++r) {
         const T turned = cs * re[r] + sn * im[r];
         im[r] = cs * im[r] - sn * re[r];

@@ -16,9 +16,9 @@ template <class T> struct GeneralTolerance;
 template <> struct GeneralTolerance<float> {
     static constexpr float epsilon = 0x1p-23f;
     static constexpr float safeMinimum = 0x1p-125f;
-    static constexpr float vanishingNorm = 0x1p-124f;   // stands in for a norm below safeMinimum
-    static constexpr float realBlock = 0x1p-21f;        // from here on a 2x2 block has real eigenvalues
-    static constexpr float solverOverflow = 0x1p124f;   // limit of the small solvers
+    static constexpr float vanishingNorm = 0x1p-124f; // stands in for a norm below safeMinimum
+    static constexpr float realBlock = 0x1p-21f;      // from here on a 2x2 block has real eigenvalues
+    static constexpr float solverOverflow = 0x1p124f; // limit of the small solvers
 };
 
 template <> struct GeneralTolerance<double> {
@@ -64,14 +64,16 @@ template <int N> TARNM_INLINE auto joinedSingles(lanes<double, N> lower, lanes<d
 
 } // namespace precision
 
-template <class Expression> TARNM_INLINE float inDouble(Expression expression, auto... operands)
-    requires(std::is_same_v<decltype(operands), float> && ...)
+template <class Expression>
+TARNM_INLINE float inDouble(Expression expression,
+                            auto... operands) requires(std::is_same_v<decltype(operands), float>&&...)
 {
     return float(expression(double(operands)...));
 }
 
-template <class Expression> TARNM_INLINE double inDouble(Expression expression, auto... operands)
-    requires(std::is_same_v<decltype(operands), double> && ...)
+template <class Expression>
+TARNM_INLINE double inDouble(Expression expression,
+                             auto... operands) requires(std::is_same_v<decltype(operands), double>&&...)
 {
     return expression(operands...);
 }

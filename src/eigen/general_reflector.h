@@ -36,8 +36,7 @@ template <class V> TARNM_INLINE Reflector<V> makeReflector(V alpha, V norm)
 {
     using Tolerance = GeneralTolerance<scalar_t<V>>;
     const mask_t<V> isIdentity = norm < V(Tolerance::safeMinimum);
-    if (all(isIdentity))
-        return {V(0), alpha, V(1)};
+    if (all(isIdentity)) return {V(0), alpha, V(1)};
     const V length = hypotenuse<V>(abs(alpha), norm);
     const V beta = select(alpha < V(0), length, -length);
     const V tau = (beta - alpha) / beta;

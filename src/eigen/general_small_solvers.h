@@ -15,7 +15,10 @@ template <class T> struct Complex {
     T re, im;
 
     Complex() = default;
-    Complex(T real, T imaginary = T(0)) : re(real), im(imaginary) {}
+    Complex(T real, T imaginary = T(0))
+        : re(real)
+        , im(imaginary)
+    {}
 
     friend Complex operator+(Complex a, Complex b) { return {a.re + b.re, a.im + b.im}; }
     friend Complex operator-(Complex a, Complex b) { return {a.re - b.re, a.im - b.im}; }
@@ -62,8 +65,7 @@ template <class T> TARNM_INLINE bool overflows(T b, T divisor)
 template <class T, class Number>
 void limitNorm(SmallSolution<T, Number>& solution, T columnNorm, const SolverLimits<T>& limits)
 {
-    if (!(solution.norm > T(1) && columnNorm > limits.largestComponent / solution.norm))
-        return;
+    if (!(solution.norm > T(1) && columnNorm > limits.largestComponent / solution.norm)) return;
     const T norm = solution.norm;
     for (Number& x : solution.x)
         x = x / norm;
@@ -75,8 +77,7 @@ void limitNorm(SmallSolution<T, Number>& solution, T columnNorm, const SolverLim
 template <class T, class Number>
 SmallSolution<T, Number> solve1(Number c, Number b, T columnNorm, const SolverLimits<T>& limits)
 {
-    if (magnitude(c) < limits.smallestPivot)
-        c = Number(limits.smallestPivot);
+    if (magnitude(c) < limits.smallestPivot) c = Number(limits.smallestPivot);
     SmallSolution<T, Number> solution{};
     solution.hasPivot = true;
     solution.scale = overflows(magnitude(b), magnitude(c)) ? T(1) / magnitude(b) : T(1);
@@ -113,14 +114,12 @@ SmallSolution<T, Number> solve2(const Number (&c)[2][2], const Number (&b)[2], T
     SmallSolution<T, Number> solution{};
     const Pivoted<Number> p = pivoted(c);
     const T largest = magnitude(p.u11);
-    if (limits.smallestPivot > largest)
-        return solution;
+    if (limits.smallestPivot > largest) return solution;
     solution.hasPivot = true;
 
     const Number multiplier = p.below / p.u11;
     Number u22 = p.diagonal - p.u12 * multiplier;
-    if (magnitude(u22) < limits.smallestPivot)
-        u22 = Number(limits.smallestPivot);
+    if (magnitude(u22) < limits.smallestPivot) u22 = Number(limits.smallestPivot);
     const Number b1 = b[p.exchangesRows ? 1 : 0];
     const Number b2 = b[p.exchangesRows ? 0 : 1] - multiplier * b1;
     const T bound = max(magnitude((b1 / p.u11) * u22), magnitude(b2));

@@ -50,11 +50,9 @@ template <Aim aim, class T> bool iterateInLanes(LaneTile<T>& tile, int order)
         lanes.re[k] = lanes.im[k] = V(T(0));
 
     reduceToHessenberg(h, tau, work);
-    if constexpr (aim == Aim::schurForm)
-        formOrthogonalMatrix(h, tau, z);
+    if constexpr (aim == Aim::schurForm) formOrthogonalMatrix(h, tau, z);
     clearBelowSubdiagonal(h);
-    if (any(iterate<aim, V>(h, z, LaneValues<V>{lanes.re, lanes.im})))
-        return false;
+    if (any(iterate<aim, V>(h, z, LaneValues<V>{lanes.re, lanes.im}))) return false;
 
     storeLanes(lanes.re, tile.re, order);
     storeLanes(lanes.im, tile.im, order);
@@ -112,13 +110,10 @@ template <class T> PassEnd findVectors(const Workspace<T>& work, Sets sets, cons
             second.values[e] = first.values[e];
 
     PassEnd end = sets == Sets::left ? leftVectors(t, parts, first) : rightVectors(t, parts, first);
-    if (end == PassEnd::complete && isBoth)
-        end = leftVectors(t, parts, second);
-    if (end != PassEnd::complete)
-        return end;
+    if (end == PassEnd::complete && isBoth) end = leftVectors(t, parts, second);
+    if (end != PassEnd::complete) return end;
     normaliseVectors(first, ImaginaryParts<T>{values});
-    if (isBoth)
-        normaliseVectors(second, ImaginaryParts<T>{values});
+    if (isBoth) normaliseVectors(second, ImaginaryParts<T>{values});
     return end;
 }
 

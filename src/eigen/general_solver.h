@@ -40,7 +40,10 @@ template <class T> constexpr std::int32_t vectorsBufferSize(std::int32_t order)
 // The block may begin at any address; what it has to spare takes up the way to the next element.
 template <class T> class Workspace {
 public:
-    Workspace(void* block, std::int32_t order) : n(order), values(aligned(block)) {}
+    Workspace(void* block, std::int32_t order)
+        : n(order)
+        , values(aligned(block))
+    {}
 
     int order() const { return n; }
     ColumnMatrix<T> matrix() const { return {values, n}; }

@@ -104,8 +104,7 @@ template <class V> TARNM_INLINE BlockValues<V> standardiseForValues(const Block<
     const mask_t<V> isOther = !(isTriangular || isLower || isEqual);
     BlockValues<V> result{select(isLower, block.d, block.a), select(isLower, block.a, block.d),
                           select(isEqual, rootOfProduct(block.b, block.c), V(0))};
-    if (none(isOther))
-        return result;
+    if (none(isOther)) return result;
 
     const Discriminant<V> q = discriminantOf(block);
     const mask_t<V> isReal = isOther && q.z >= V(GeneralTolerance<T>::realBlock);
@@ -115,8 +114,7 @@ template <class V> TARNM_INLINE BlockValues<V> standardiseForValues(const Block<
         result.d = select(isReal, block.d - q.smaller * (q.larger / zz), result.d);
     }
     const mask_t<V> isRotated = isOther && !isReal;
-    if (none(isRotated))
-        return result;
+    if (none(isRotated)) return result;
 
     const Block<V> equal = rotated(block, equalisingRotation(block, q.p));
     const mask_t<V> isFull = isFullBlock(equal);
@@ -194,7 +192,9 @@ template <class V> TARNM_INLINE StandardBlock<V> standardiseForVectors(const Blo
             Rotation<V> split = rotation;
             const Block<V> apart = splitBySign(equal, split);
             const Block<V> turned{equal.a, -equal.c, V(0), equal.d};
-            kept = select(isRotated, select(isHalf, Rotation<V>{-rotation.sn, rotation.cs}, select(isSplit, split, rotation)), kept);
+            kept =
+                select(isRotated,
+                       select(isHalf, Rotation<V>{-rotation.sn, rotation.cs}, select(isSplit, split, rotation)), kept);
             result = select(isRotated, select(isHalf, turned, select(isSplit, apart, equal)), result);
         }
     }
