@@ -9,55 +9,40 @@
 namespace tarnm::reference {
 namespace {
 
-template <class T>
-struct Constants;
-template <>
-struct Constants<float> {
+template <class T> struct Constants;
+template <> struct Constants<float> {
     static constexpr float E = 1.1920929e-7f, tiny = 2.3509887e-38f, twoTiny = 4.7019774e-38f, fourE = 4.7683716e-7f;
     static constexpr float B = 2.1267648e37f, numerator = 0x1.fffffcp-1f;
 };
-template <>
-struct Constants<double> {
+template <> struct Constants<double> {
     static constexpr double E = 2.220446049250313e-16, tiny = 4.450147717014403e-308, twoTiny = 8.900295434028806e-308,
                             fourE = 8.881784197001252e-16, B = 1.1235582092889474e307, numerator = 0.9999999999999998;
 };
 
-template <class T>
-T larger(T a, T b)
-{
-    return a > b ? a : b;
-}
-template <class T>
-T smaller(T a, T b)
-{
-    return a < b ? a : b;
-}
+template <class T> T larger(T a, T b) { return a > b ? a : b; }
+template <class T> T smaller(T a, T b) { return a < b ? a : b; }
 
-template <class T>
-struct Square {
+template <class T> struct Square {
     int n;
     std::vector<T> values;
 
     explicit Square(int order)
         : n(order)
         , values(std::size_t(order) * std::size_t(order))
-    {
-    }
+    {}
     T& operator()(int i, int j) { return values[std::size_t((j - 1) * n + i - 1)]; }
 };
 
 enum class Family { values, vectors };
 
 // What a call leaves of one object.
-template <class T>
-struct Answer {
+template <class T> struct Answer {
     explicit Answer(int n)
         : re(std::size_t(n) + 1)
         , im(std::size_t(n) + 1)
         , right(n)
         , left(n)
-    {
-    }
+    {}
 
     tarnmStatus status = StatusOk;
     int written = 1; // the eigenvalues from here on
@@ -67,8 +52,7 @@ struct Answer {
     Square<T> right, left;
 };
 
-template <class T>
-class Object {
+template <class T> class Object {
     using C = Constants<T>;
     using Vector = std::vector<T>; // from 1
 
@@ -80,8 +64,7 @@ public:
         , Z(order)
         , tau(std::size_t(order) + 1)
         , answer(order)
-    {
-    }
+    {}
 
     Answer<T> solve(const Square<T>& source, bool wantsRight, bool wantsLeft)
     {
@@ -95,7 +78,8 @@ public:
         reduce();
         if (family == Family::vectors) formZ();
         for (int j = 1; j <= n - 2; ++j)
-            for (int i = j + 2; i <= n; ++i) H(i, j) = 0;
+            for (int i = j + 2; i <= n; ++i)
+                H(i, j) = 0;
         if (!iterate()) {
             answer.status = StatusNotConverged;
             answer.endsCall = true;
@@ -136,8 +120,10 @@ private:
     {
         for (int c = j + 1; c <= n; ++c) {
             T work = 0;
-            for (int t = 1; t <= n - j; ++t) work += m(j + t, c) * H(j + t, j);
-            for (int t = 1; t <= n - j; ++t) m(j + t, c) -= (tau[std::size_t(j)] * work) * H(j + t, j);
+            for (int t = 1; t <= n - j; ++t)
+                work += m(j + t, c) * H(j + t, j);
+            for (int t = 1; t <= n - j; ++t)
+                m(j + t, c) -= (tau[std::size_t(j)] * work) * H(j + t, j);
         }
     }
 
@@ -145,17 +131,21 @@ private:
     {
         for (int j = 1; j <= n - 1; ++j) {
             T squares = 0;
-            for (int i = j + 2; i <= n; ++i) squares += H(i, j) * H(i, j);
+            for (int i = j + 2; i <= n; ++i)
+                squares += H(i, j) * H(i, j);
             const Reflected q = procedureR(H(j + 1, j), squares);
             if (!q.isIdentity)
-                for (int i = j + 2; i <= n; ++i) H(i, j) *= q.factor;
+                for (int i = j + 2; i <= n; ++i)
+                    H(i, j) *= q.factor;
             tau[std::size_t(j)] = q.tau;
             H(j + 1, j) = 1;
             if (std::fabs(q.tau) > C::tiny) {
                 for (int r = 1; r <= n; ++r) {
                     T work = 0;
-                    for (int t = 1; t <= n - j; ++t) work += H(r, j + t) * H(j + t, j);
-                    for (int t = 1; t <= n - j; ++t) H(r, j + t) -= (q.tau * H(j + t, j)) * work;
+                    for (int t = 1; t <= n - j; ++t)
+                        work += H(r, j + t) * H(j + t, j);
+                    for (int t = 1; t <= n - j; ++t)
+                        H(r, j + t) -= (q.tau * H(j + t, j)) * work;
                 }
                 applyFromLeft(H, j);
             }
@@ -166,7 +156,8 @@ private:
     void formZ()
     {
         for (int r = 1; r <= n; ++r)
-            for (int c = 1; c <= n; ++c) Z(r, c) = r == c;
+            for (int c = 1; c <= n; ++c)
+                Z(r, c) = r == c;
         for (int j = n - 1; j >= 1; --j) {
             if (!(std::fabs(tau[std::size_t(j)]) > C::tiny)) continue;
             const T kept = H(j + 1, j);
@@ -184,7 +175,8 @@ private:
             tst = 0;
             for (int c = l; c <= i; ++c) {
                 T sum = 0;
-                for (int r = l; r <= std::min(c + 1, i); ++r) sum += std::fabs(H(r, c));
+                for (int r = l; r <= std::min(c + 1, i); ++r)
+                    sum += std::fabs(H(r, c));
                 tst = larger(sum, tst);
             }
         }
@@ -243,10 +235,7 @@ private:
     }
 
     static T magnitudes(T x, T y) { return T(std::fabs(double(x)) + std::fabs(double(y))); }
-    static T magnitudes(T x, T y, T z)
-    {
-        return T(std::fabs(double(x)) + std::fabs(double(y)) + std::fabs(double(z)));
-    }
+    static T magnitudes(T x, T y, T z) { return T(std::fabs(double(x)) + std::fabs(double(y)) + std::fabs(double(z))); }
 
     bool iterate()
     {
@@ -255,7 +244,8 @@ private:
             int l = 1, its = 0;
             for (; its < itn; ++its) {
                 int k = i;
-                while (k > l && !isNegligible(k, l, i)) --k;
+                while (k > l && !isNegligible(k, l, i))
+                    --k;
                 l = k;
                 if (l > 1) H(l, l - 1) = 0;
                 if (l >= i - 1) break;
@@ -322,11 +312,13 @@ private:
                 if (three) *z -= sum * t3;
             };
             const bool whole = family == Family::vectors;
-            for (int c = k; c <= (whole ? n : i); ++c) apply(H(k, c), H(k + 1, c), three ? &H(k + 2, c) : nullptr);
+            for (int c = k; c <= (whole ? n : i); ++c)
+                apply(H(k, c), H(k + 1, c), three ? &H(k + 2, c) : nullptr);
             for (int r = whole ? 1 : l; r <= std::min(k + 3, i); ++r)
                 apply(H(r, k), H(r, k + 1), three ? &H(r, k + 2) : nullptr);
             if (whole)
-                for (int r = 1; r <= n; ++r) apply(Z(r, k), Z(r, k + 1), three ? &Z(r, k + 2) : nullptr);
+                for (int r = 1; r <= n; ++r)
+                    apply(Z(r, k), Z(r, k + 1), three ? &Z(r, k + 2) : nullptr);
         }
     }
 
@@ -344,9 +336,12 @@ private:
             y = cs * y - sn * x;
             x = turned;
         };
-        for (int c2 = i + 1; c2 <= n; ++c2) turn(H(i - 1, c2), H(i, c2));
-        for (int r = 1; r <= i - 2; ++r) turn(H(r, i - 1), H(r, i));
-        for (int r = 1; r <= n; ++r) turn(Z(r, i - 1), Z(r, i));
+        for (int c2 = i + 1; c2 <= n; ++c2)
+            turn(H(i - 1, c2), H(i, c2));
+        for (int r = 1; r <= i - 2; ++r)
+            turn(H(r, i - 1), H(r, i));
+        for (int r = 1; r <= n; ++r)
+            turn(Z(r, i - 1), Z(r, i));
     }
 
     static bool differ(T b, T c) { return (b < 0) != (c < 0); }
@@ -480,10 +475,7 @@ private:
         T re, im;
     };
     static Number minus(Number a, Number b) { return {a.re - b.re, a.im - b.im}; }
-    static Number times(Number a, Number b)
-    {
-        return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
-    }
+    static Number times(Number a, Number b) { return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re}; }
     static Number times(Number a, T b) { return {a.re * b, a.im * b}; }
     static Number over(Number a, Number b)
     {
@@ -602,7 +594,8 @@ private:
     {
         for (int r = 1; r <= n; ++r) {
             T sum = part[std::size_t(column)] * m(r, column);
-            for (int k = first; k <= last; ++k) sum += m(r, k) * part[std::size_t(k)];
+            for (int k = first; k <= last; ++k)
+                sum += m(r, k) * part[std::size_t(k)];
             m(r, column) = sum;
         }
     }
@@ -610,9 +603,11 @@ private:
     void level(Square<T>& m, int j)
     {
         T emax = 0;
-        for (int r = 1; r <= n; ++r) emax = larger(std::fabs(m(r, j)) + std::fabs(m(r, j + 1)), emax);
+        for (int r = 1; r <= n; ++r)
+            emax = larger(std::fabs(m(r, j)) + std::fabs(m(r, j + 1)), emax);
         for (int c = j; c <= j + 1; ++c)
-            for (int r = 1; r <= n; ++r) m(r, c) *= 1 / emax;
+            for (int r = 1; r <= n; ++r)
+                m(r, c) *= 1 / emax;
     }
 
     // 0: done, 1: no real pivot, 2: no complex pivot
@@ -626,7 +621,8 @@ private:
             setLimits(wr, wi);
             if (!isPair) {
                 put(ki, {1, 0});
-                for (int k = 1; k < ki; ++k) put(k, {-H(k, ki), 0});
+                for (int k = 1; k < ki; ++k)
+                    put(k, {-H(k, ki), 0});
             } else {
                 T re = 1, im = 1;
                 if (std::fabs(H(ki - 1, ki)) > std::fabs(H(ki, ki - 1)))
@@ -635,7 +631,8 @@ private:
                     re = -wi / H(ki, ki - 1);
                 put(ki - 1, {re, 0});
                 put(ki, {0, im});
-                for (int k = 1; k <= ki - 2; ++k) put(k, {-re * H(k, ki - 1), -im * H(k, ki)});
+                for (int k = 1; k <= ki - 2; ++k)
+                    put(k, {-re * H(k, ki - 1), -im * H(k, ki)});
             }
             if (!solveUp(first - 1, ki, {wr, wi}, isPair)) return isPair ? 2 : 1;
             if (!isPair) {
@@ -668,7 +665,8 @@ private:
             put(first, s.x1);
             if (first < j) put(j, s.x2);
             for (int c = first; c <= j; ++c)
-                for (int k = 1; k < first; ++k) put(k, minus(x(k), times(x(c), H(k, c))));
+                for (int k = 1; k < first; ++k)
+                    put(k, minus(x(k), times(x(c), H(k, c))));
             j = first - 1;
         }
         return true;
@@ -684,7 +682,8 @@ private:
             setLimits(wr, wi);
             if (!isPair) {
                 put(ki, {1, 0});
-                for (int k = ki + 1; k <= n; ++k) put(k, {-H(ki, k), 0});
+                for (int k = ki + 1; k <= n; ++k)
+                    put(k, {-H(ki, k), 0});
             } else {
                 T re = 1, im = 1;
                 if (std::fabs(H(ki + 1, ki)) > std::fabs(H(ki, ki + 1)))
@@ -693,7 +692,8 @@ private:
                     re = -wi / H(ki, ki + 1);
                 put(ki, {re, 0});
                 put(ki + 1, {0, im});
-                for (int k = ki + 2; k <= n; ++k) put(k, {-re * H(ki, k), -im * H(ki + 1, k)});
+                for (int k = ki + 2; k <= n; ++k)
+                    put(k, {-re * H(ki, k), -im * H(ki + 1, k)});
             }
             if (!solveDown(last + 1, ki, {wr, wi}, isPair)) return isPair ? 2 : 1;
             if (!isPair) {
@@ -720,7 +720,8 @@ private:
             }
             const int last = pairAt(j) ? j + 1 : j;
             for (int c = j; c <= last; ++c)
-                for (int k = known; k < j; ++k) put(c, minus(x(c), times(x(k), H(k, c))));
+                for (int k = known; k < j; ++k)
+                    put(c, minus(x(c), times(x(k), H(k, c))));
             Solution s;
             if (last == j) {
                 s = solveOne(y, minus({H(j, j), 0}, shift), x(j), norms[std::size_t(j)]);
@@ -744,11 +745,13 @@ private:
     {
         const auto squares = [&](int c) {
             T sum = 0;
-            for (int r = 1; r <= n; ++r) sum += m(r, c) * m(r, c);
+            for (int r = 1; r <= n; ++r)
+                sum += m(r, c) * m(r, c);
             return sum;
         };
         const auto multiply = [&](int c, T factor) {
-            for (int r = 1; r <= n; ++r) m(r, c) *= factor;
+            for (int r = 1; r <= n; ++r)
+                m(r, c) *= factor;
         };
         for (int i = 1; i <= n; ++i) {
             if (std::fabs(answer.im[std::size_t(i)]) < C::tiny || i == n) {
@@ -783,7 +786,8 @@ private:
     {
         norms.assign(std::size_t(n) + 1, 0);
         for (int j = 1; j <= n; ++j)
-            for (int i = 1; i < j; ++i) norms[std::size_t(j)] += std::fabs(H(i, j));
+            for (int i = 1; i < j; ++i)
+                norms[std::size_t(j)] += std::fabs(H(i, j));
         xr.assign(std::size_t(n) + 1, 0);
         xi.assign(std::size_t(n) + 1, 0);
         answer.right = answer.left = Z;
@@ -806,12 +810,12 @@ private:
 };
 
 // H(i, j) is element (j, i) of the source.
-template <class T>
-Square<T> transposeOf(const Problem<T>& problem, int object, int n)
+template <class T> Square<T> transposeOf(const Problem<T>& problem, int object, int n)
 {
     Square<T> m(n);
     for (int r = 1; r <= n; ++r)
-        for (int c = 1; c <= n; ++c) m(c, r) = problem.stored("src", object, r - 1, c - 1);
+        for (int c = 1; c <= n; ++c)
+            m(c, r) = problem.stored("src", object, r - 1, c - 1);
     return m;
 }
 
@@ -847,39 +851,34 @@ void solveAll(const Problem<T>& problem, Outcome<T>& outcome, Family family, std
         }
     if (failures.empty()) return;
     outcome.status = failures.front();
-    for (const tarnmStatus other : failures) outcome.alsoAccept(other);
+    for (const tarnmStatus other : failures)
+        outcome.alsoAccept(other);
 }
 
-template <class T>
-void values(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void values(const Problem<T>& problem, Outcome<T>& outcome)
 {
     solveAll(problem, outcome, Family::values, "", "");
 }
-template <class T>
-void rightVectors(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void rightVectors(const Problem<T>& problem, Outcome<T>& outcome)
 {
     solveAll(problem, outcome, Family::vectors, "dst", "");
 }
-template <class T>
-void leftVectors(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void leftVectors(const Problem<T>& problem, Outcome<T>& outcome)
 {
     solveAll(problem, outcome, Family::vectors, "", "dst");
 }
-template <class T>
-void bothVectors(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void bothVectors(const Problem<T>& problem, Outcome<T>& outcome)
 {
     solveAll(problem, outcome, Family::vectors, "dstRight", "dstLeft");
 }
 
 // Sizes of scratch wrap around at 32 bits.
-template <class T>
-void valuesSize(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void valuesSize(const Problem<T>& problem, Outcome<T>& outcome)
 {
     const auto n = static_cast<std::uint32_t>(problem.size("widthHeight"));
     outcome.index("pSizeBytes", 0, 0, static_cast<std::int32_t>(n * std::uint32_t(sizeof(T)) * (n + 5)));
 }
-template <class T>
-void vectorsSize(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void vectorsSize(const Problem<T>& problem, Outcome<T>& outcome)
 {
     const auto n = static_cast<std::uint32_t>(problem.size("widthHeight"));
     outcome.index("pSizeBytes", 0, 0, static_cast<std::int32_t>(n * std::uint32_t(sizeof(T)) * (3 * n + 5)));
@@ -893,7 +892,8 @@ void fill(Filler& filler)
     const auto kinds = test::hardMatrices();
     const auto& kind = kinds[std::size_t(filler.object() * (filler.caseNumber() + 1)) % kinds.size()];
     for (int r = 0; r < n; ++r)
-        for (int c = 0; c < n; ++c) filler.set("src", r, c, kind.element(n, r, c));
+        for (int c = 0; c < n; ++c)
+            filler.set("src", r, c, kind.element(n, r, c));
 }
 
 const Options options{.fill = fill};
