@@ -5556,6 +5556,935 @@ TARNM_API tarnmStatus tarnmMul_tac_64f_P(const double* const* ppSrc, int32_t src
     double val, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t width, int32_t height,
     int32_t count);
 
+/* ---- EigenValues ---- */
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstValuesRe      result: widthHeight elements, contiguous
+ *   pDstValuesIm      result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_m_32f(const float* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift   bytes added to every pointer of the table of the source
+ *   pDstValuesRe  result: widthHeight elements, contiguous
+ *   pDstValuesIm  result: widthHeight elements, contiguous
+ *   widthHeight   rows and columns of a square matrix
+ *   pBuffer       scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift, float* pDstValuesRe,
+    float* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstValuesRe      result: widthHeight elements, contiguous
+ *   pDstValuesIm      result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_m_64f(const double* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift   bytes added to every pointer of the table of the source
+ *   pDstValuesRe  result: widthHeight elements, contiguous
+ *   pDstValuesIm  result: widthHeight elements, contiguous
+ *   widthHeight   rows and columns of a square matrix
+ *   pBuffer       scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift, double* pDstValuesRe,
+    double* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_ma_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, int32_t count,
+    void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, int32_t count,
+    void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pDstValuesRe     result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm     result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ *   pBuffer          scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, int32_t count,
+    void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_ma_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, int32_t count,
+    void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pDstValuesRe     result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm     result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ *   pBuffer          scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, int32_t count,
+    void* pBuffer);
+
+/* ---- EigenValuesGetBufSize ---- */
+
+/* Tells the size of the scratch block of EigenValues.
+ *   widthHeight  rows and columns of a square matrix
+ *   pSizeBytes   the size in bytes
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesGetBufSize_32f(int32_t widthHeight, int32_t* pSizeBytes);
+
+/* Tells the size of the scratch block of EigenValues.
+ *   widthHeight  rows and columns of a square matrix
+ *   pSizeBytes   the size in bytes
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesGetBufSize_64f(int32_t widthHeight, int32_t* pSizeBytes);
+
+/* ---- EigenValuesVectors ---- */
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   pSrc                   source: one matrix of widthHeight x widthHeight
+ *   srcRowStride           bytes from one row of the source to the next
+ *   srcElementStride       bytes from one element of the source to the next
+ *   pDstVectorsRight       result right: one matrix of widthHeight x widthHeight
+ *   dstRightRowStride      bytes from one row of the result right to the next
+ *   dstRightElementStride  bytes from one element of the result right to the next
+ *   pDstVectorsLeft        result left: one matrix of widthHeight x widthHeight
+ *   dstLeftRowStride       bytes from one row of the result left to the next
+ *   dstLeftElementStride   bytes from one element of the result left to the next
+ *   pDstValuesRe           result: widthHeight elements, contiguous
+ *   pDstValuesIm           result: widthHeight elements, contiguous
+ *   widthHeight            rows and columns of a square matrix
+ *   pBuffer                scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined
+ *                          on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in the back
+ * substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_m_32f(const float* pSrc, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDstVectorsRight, int32_t dstRightRowStride, int32_t dstRightElementStride,
+    float* pDstVectorsLeft, int32_t dstLeftRowStride, int32_t dstLeftElementStride, float* pDstValuesRe,
+    float* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   ppSrc              source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by
+ *                      row
+ *   srcRoiShift        bytes added to every pointer of the table of the source
+ *   ppDstVectorsRight  result right: table of pointers, one per element of one matrix of widthHeight x widthHeight,
+ *                      row by row
+ *   dstRightRoiShift   bytes added to every pointer of the table of the result right
+ *   ppDstVectorsLeft   result left: table of pointers, one per element of one matrix of widthHeight x widthHeight,
+ *                      row by row
+ *   dstLeftRoiShift    bytes added to every pointer of the table of the result left
+ *   pDstValuesRe       result: widthHeight elements, contiguous
+ *   pDstValuesIm       result: widthHeight elements, contiguous
+ *   widthHeight        rows and columns of a square matrix
+ *   pBuffer            scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                      return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in
+ * the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    float* const* ppDstVectorsRight, int32_t dstRightRoiShift, float* const* ppDstVectorsLeft,
+    int32_t dstLeftRoiShift, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   pSrc                   source: one matrix of widthHeight x widthHeight
+ *   srcRowStride           bytes from one row of the source to the next
+ *   srcElementStride       bytes from one element of the source to the next
+ *   pDstVectorsRight       result right: one matrix of widthHeight x widthHeight
+ *   dstRightRowStride      bytes from one row of the result right to the next
+ *   dstRightElementStride  bytes from one element of the result right to the next
+ *   pDstVectorsLeft        result left: one matrix of widthHeight x widthHeight
+ *   dstLeftRowStride       bytes from one row of the result left to the next
+ *   dstLeftElementStride   bytes from one element of the result left to the next
+ *   pDstValuesRe           result: widthHeight elements, contiguous
+ *   pDstValuesIm           result: widthHeight elements, contiguous
+ *   widthHeight            rows and columns of a square matrix
+ *   pBuffer                scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined
+ *                          on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in the back
+ * substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_m_64f(const double* pSrc, int32_t srcRowStride,
+    int32_t srcElementStride, double* pDstVectorsRight, int32_t dstRightRowStride, int32_t dstRightElementStride,
+    double* pDstVectorsLeft, int32_t dstLeftRowStride, int32_t dstLeftElementStride, double* pDstValuesRe,
+    double* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   ppSrc              source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by
+ *                      row
+ *   srcRoiShift        bytes added to every pointer of the table of the source
+ *   ppDstVectorsRight  result right: table of pointers, one per element of one matrix of widthHeight x widthHeight,
+ *                      row by row
+ *   dstRightRoiShift   bytes added to every pointer of the table of the result right
+ *   ppDstVectorsLeft   result left: table of pointers, one per element of one matrix of widthHeight x widthHeight,
+ *                      row by row
+ *   dstLeftRoiShift    bytes added to every pointer of the table of the result left
+ *   pDstValuesRe       result: widthHeight elements, contiguous
+ *   pDstValuesIm       result: widthHeight elements, contiguous
+ *   widthHeight        rows and columns of a square matrix
+ *   pBuffer            scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                      return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in
+ * the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    double* const* ppDstVectorsRight, int32_t dstRightRoiShift, double* const* ppDstVectorsLeft,
+    int32_t dstLeftRoiShift, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   pSrc                   source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride        bytes from one matrix of the source to the next
+ *   srcRowStride           bytes from one row of the source to the next
+ *   srcElementStride       bytes from one element of the source to the next
+ *   pDstVectorsRight       result right: the first of count matrices of widthHeight x widthHeight
+ *   dstRightObjectStride   bytes from one matrix of the result right to the next
+ *   dstRightRowStride      bytes from one row of the result right to the next
+ *   dstRightElementStride  bytes from one element of the result right to the next
+ *   pDstVectorsLeft        result left: the first of count matrices of widthHeight x widthHeight
+ *   dstLeftObjectStride    bytes from one matrix of the result left to the next
+ *   dstLeftRowStride       bytes from one row of the result left to the next
+ *   dstLeftElementStride   bytes from one element of the result left to the next
+ *   pDstValuesRe           result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm           result: widthHeight elements for each object, contiguous
+ *   widthHeight            rows and columns of a square matrix
+ *   count                  number of objects
+ *   pBuffer                scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined
+ *                          on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex system of order 2
+ * had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_ma_32f(const float* pSrc, int32_t srcObjectStride,
+    int32_t srcRowStride, int32_t srcElementStride, float* pDstVectorsRight, int32_t dstRightObjectStride,
+    int32_t dstRightRowStride, int32_t dstRightElementStride, float* pDstVectorsLeft, int32_t dstLeftObjectStride,
+    int32_t dstLeftRowStride, int32_t dstLeftElementStride, float* pDstValuesRe, float* pDstValuesIm,
+    int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   ppSrc                  source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift            bytes added to every pointer of the table of the source
+ *   srcRowStride           bytes from one row of the source to the next
+ *   srcElementStride       bytes from one element of the source to the next
+ *   ppDstVectorsRight      result right: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRightRoiShift       bytes added to every pointer of the table of the result right
+ *   dstRightRowStride      bytes from one row of the result right to the next
+ *   dstRightElementStride  bytes from one element of the result right to the next
+ *   ppDstVectorsLeft       result left: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstLeftRoiShift        bytes added to every pointer of the table of the result left
+ *   dstLeftRowStride       bytes from one row of the result left to the next
+ *   dstLeftElementStride   bytes from one element of the result left to the next
+ *   pDstValuesRe           result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm           result: widthHeight elements for each object, contiguous
+ *   widthHeight            rows and columns of a square matrix
+ *   count                  number of objects
+ *   pBuffer                scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined
+ *                          on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, float* const* ppDstVectorsRight, int32_t dstRightRoiShift,
+    int32_t dstRightRowStride, int32_t dstRightElementStride, float* const* ppDstVectorsLeft,
+    int32_t dstLeftRoiShift, int32_t dstLeftRowStride, int32_t dstLeftElementStride, float* pDstValuesRe,
+    float* pDstValuesIm, int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   ppSrc                 source: table of pointers, one per element of count matrices of widthHeight x widthHeight,
+ *                         row by row
+ *   srcRoiShift           bytes added to every pointer of the table of the source
+ *   srcObjectStride       bytes from one matrix of the source to the next
+ *   ppDstVectorsRight     result right: table of pointers, one per element of count matrices of widthHeight x
+ *                         widthHeight, row by row
+ *   dstRightRoiShift      bytes added to every pointer of the table of the result right
+ *   dstRightObjectStride  bytes from one matrix of the result right to the next
+ *   ppDstVectorsLeft      result left: table of pointers, one per element of count matrices of widthHeight x
+ *                         widthHeight, row by row
+ *   dstLeftRoiShift       bytes added to every pointer of the table of the result left
+ *   dstLeftObjectStride   bytes from one matrix of the result left to the next
+ *   pDstValuesRe          result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm          result: widthHeight elements for each object, contiguous
+ *   widthHeight           rows and columns of a square matrix
+ *   count                 number of objects
+ *   pBuffer               scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                         return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, float* const* ppDstVectorsRight, int32_t dstRightRoiShift, int32_t dstRightObjectStride,
+    float* const* ppDstVectorsLeft, int32_t dstLeftRoiShift, int32_t dstLeftObjectStride, float* pDstValuesRe,
+    float* pDstValuesIm, int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   pSrc                   source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride        bytes from one matrix of the source to the next
+ *   srcRowStride           bytes from one row of the source to the next
+ *   srcElementStride       bytes from one element of the source to the next
+ *   pDstVectorsRight       result right: the first of count matrices of widthHeight x widthHeight
+ *   dstRightObjectStride   bytes from one matrix of the result right to the next
+ *   dstRightRowStride      bytes from one row of the result right to the next
+ *   dstRightElementStride  bytes from one element of the result right to the next
+ *   pDstVectorsLeft        result left: the first of count matrices of widthHeight x widthHeight
+ *   dstLeftObjectStride    bytes from one matrix of the result left to the next
+ *   dstLeftRowStride       bytes from one row of the result left to the next
+ *   dstLeftElementStride   bytes from one element of the result left to the next
+ *   pDstValuesRe           result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm           result: widthHeight elements for each object, contiguous
+ *   widthHeight            rows and columns of a square matrix
+ *   count                  number of objects
+ *   pBuffer                scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined
+ *                          on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex system of order 2
+ * had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_ma_64f(const double* pSrc, int32_t srcObjectStride,
+    int32_t srcRowStride, int32_t srcElementStride, double* pDstVectorsRight, int32_t dstRightObjectStride,
+    int32_t dstRightRowStride, int32_t dstRightElementStride, double* pDstVectorsLeft, int32_t dstLeftObjectStride,
+    int32_t dstLeftRowStride, int32_t dstLeftElementStride, double* pDstValuesRe, double* pDstValuesIm,
+    int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   ppSrc                  source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift            bytes added to every pointer of the table of the source
+ *   srcRowStride           bytes from one row of the source to the next
+ *   srcElementStride       bytes from one element of the source to the next
+ *   ppDstVectorsRight      result right: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRightRoiShift       bytes added to every pointer of the table of the result right
+ *   dstRightRowStride      bytes from one row of the result right to the next
+ *   dstRightElementStride  bytes from one element of the result right to the next
+ *   ppDstVectorsLeft       result left: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstLeftRoiShift        bytes added to every pointer of the table of the result left
+ *   dstLeftRowStride       bytes from one row of the result left to the next
+ *   dstLeftElementStride   bytes from one element of the result left to the next
+ *   pDstValuesRe           result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm           result: widthHeight elements for each object, contiguous
+ *   widthHeight            rows and columns of a square matrix
+ *   count                  number of objects
+ *   pBuffer                scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined
+ *                          on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, double* const* ppDstVectorsRight, int32_t dstRightRoiShift,
+    int32_t dstRightRowStride, int32_t dstRightElementStride, double* const* ppDstVectorsLeft,
+    int32_t dstLeftRoiShift, int32_t dstLeftRowStride, int32_t dstLeftElementStride, double* pDstValuesRe,
+    double* pDstValuesIm, int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   ppSrc                 source: table of pointers, one per element of count matrices of widthHeight x widthHeight,
+ *                         row by row
+ *   srcRoiShift           bytes added to every pointer of the table of the source
+ *   srcObjectStride       bytes from one matrix of the source to the next
+ *   ppDstVectorsRight     result right: table of pointers, one per element of count matrices of widthHeight x
+ *                         widthHeight, row by row
+ *   dstRightRoiShift      bytes added to every pointer of the table of the result right
+ *   dstRightObjectStride  bytes from one matrix of the result right to the next
+ *   ppDstVectorsLeft      result left: table of pointers, one per element of count matrices of widthHeight x
+ *                         widthHeight, row by row
+ *   dstLeftRoiShift       bytes added to every pointer of the table of the result left
+ *   dstLeftObjectStride   bytes from one matrix of the result left to the next
+ *   pDstValuesRe          result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm          result: widthHeight elements for each object, contiguous
+ *   widthHeight           rows and columns of a square matrix
+ *   count                 number of objects
+ *   pBuffer               scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                         return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, double* const* ppDstVectorsRight, int32_t dstRightRoiShift,
+    int32_t dstRightObjectStride, double* const* ppDstVectorsLeft, int32_t dstLeftRoiShift,
+    int32_t dstLeftObjectStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, int32_t count,
+    void* pBuffer);
+
+/* ---- EigenValuesVectorsLeft ---- */
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements, contiguous
+ *   pDstValuesIm      result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in the back
+ * substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_m_32f(const float* pSrc, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDstVectors, int32_t dstRowStride, int32_t dstElementStride,
+    float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift   bytes added to every pointer of the table of the source
+ *   ppDstVectors  result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   pDstValuesRe  result: widthHeight elements, contiguous
+ *   pDstValuesIm  result: widthHeight elements, contiguous
+ *   widthHeight   rows and columns of a square matrix
+ *   pBuffer       scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in
+ * the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    float* const* ppDstVectors, int32_t dstRoiShift, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight,
+    void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements, contiguous
+ *   pDstValuesIm      result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in the back
+ * substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_m_64f(const double* pSrc, int32_t srcRowStride,
+    int32_t srcElementStride, double* pDstVectors, int32_t dstRowStride, int32_t dstElementStride,
+    double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift   bytes added to every pointer of the table of the source
+ *   ppDstVectors  result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   pDstValuesRe  result: widthHeight elements, contiguous
+ *   pDstValuesIm  result: widthHeight elements, contiguous
+ *   widthHeight   rows and columns of a square matrix
+ *   pBuffer       scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in
+ * the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    double* const* ppDstVectors, int32_t dstRoiShift, double* pDstValuesRe, double* pDstValuesIm,
+    int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex system of order 2
+ * had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_ma_32f(const float* pSrc, int32_t srcObjectStride,
+    int32_t srcRowStride, int32_t srcElementStride, float* pDstVectors, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDstVectors      result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, float* const* ppDstVectors, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   ppDstVectors     result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   pDstValuesRe     result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm     result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ *   pBuffer          scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                    return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, float* const* ppDstVectors, int32_t dstRoiShift, int32_t dstObjectStride,
+    float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex system of order 2
+ * had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_ma_64f(const double* pSrc, int32_t srcObjectStride,
+    int32_t srcRowStride, int32_t srcElementStride, double* pDstVectors, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDstVectors      result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, double* const* ppDstVectors, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   ppDstVectors     result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   pDstValuesRe     result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm     result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ *   pBuffer          scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                    return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, double* const* ppDstVectors, int32_t dstRoiShift, int32_t dstObjectStride,
+    double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* ---- EigenValuesVectorsRight ---- */
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements, contiguous
+ *   pDstValuesIm      result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in the back
+ * substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_m_32f(const float* pSrc, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDstVectors, int32_t dstRowStride, int32_t dstElementStride,
+    float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift   bytes added to every pointer of the table of the source
+ *   ppDstVectors  result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   pDstValuesRe  result: widthHeight elements, contiguous
+ *   pDstValuesIm  result: widthHeight elements, contiguous
+ *   widthHeight   rows and columns of a square matrix
+ *   pBuffer       scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in
+ * the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    float* const* ppDstVectors, int32_t dstRoiShift, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight,
+    void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements, contiguous
+ *   pDstValuesIm      result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in the back
+ * substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_m_64f(const double* pSrc, int32_t srcRowStride,
+    int32_t srcElementStride, double* pDstVectors, int32_t dstRowStride, int32_t dstElementStride,
+    double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift   bytes added to every pointer of the table of the source
+ *   ppDstVectors  result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   pDstValuesRe  result: widthHeight elements, contiguous
+ *   pDstValuesIm  result: widthHeight elements, contiguous
+ *   widthHeight   rows and columns of a square matrix
+ *   pBuffer       scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in
+ * the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    double* const* ppDstVectors, int32_t dstRoiShift, double* pDstValuesRe, double* pDstValuesIm,
+    int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex system of order 2
+ * had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_ma_32f(const float* pSrc, int32_t srcObjectStride,
+    int32_t srcRowStride, int32_t srcElementStride, float* pDstVectors, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDstVectors      result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, float* const* ppDstVectors, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   ppDstVectors     result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   pDstValuesRe     result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm     result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ *   pBuffer          scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                    return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, float* const* ppDstVectors, int32_t dstRoiShift, int32_t dstObjectStride,
+    float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex system of order 2
+ * had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_ma_64f(const double* pSrc, int32_t srcObjectStride,
+    int32_t srcRowStride, int32_t srcElementStride, double* pDstVectors, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDstVectors      result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, double* const* ppDstVectors, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   ppDstVectors     result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   pDstValuesRe     result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm     result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ *   pBuffer          scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                    return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, double* const* ppDstVectors, int32_t dstRoiShift, int32_t dstObjectStride,
+    double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* ---- EigenValuesVectorsGetBufSize ---- */
+
+/* Tells the size of the scratch block of EigenValuesVectors, EigenValuesVectorsLeft and EigenValuesVectorsRight.
+ *   widthHeight  rows and columns of a square matrix
+ *   pSizeBytes   the size in bytes
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsGetBufSize_32f(int32_t widthHeight, int32_t* pSizeBytes);
+
+/* Tells the size of the scratch block of EigenValuesVectors, EigenValuesVectorsLeft and EigenValuesVectorsRight.
+ *   widthHeight  rows and columns of a square matrix
+ *   pSizeBytes   the size in bytes
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsGetBufSize_64f(int32_t widthHeight, int32_t* pSizeBytes);
+
 /* ---- Add ---- */
 
 /* Adds two vectors.

@@ -25,7 +25,7 @@ def alternating_checks(code, layout, type_):
     return checks(code, layout, type_)
 
 
-def vectors_row(operation, destinations, pointers, **more):
+def vectors_row(operation, destinations, pointers, kernel, **more):
     return Row(
         operation=operation,
         directory="eigen",
@@ -37,11 +37,13 @@ def vectors_row(operation, destinations, pointers, **more):
         checks=alternating_checks,
         dense=False,
         statuses=(NOT_CONVERGED, NO_PIVOT),
+        kernel=f"{kernel}, {{pDstValuesRe}}, {{pDstValuesIm}}, widthHeight, pBuffer, {{place}})",
+        headers=("eigen/general_kernels.h",),
         **more,
     )
 
 
-def buffer_query_row(operation, size):
+def buffer_query_row(operation, size, function):
     return Row(
         operation=operation,
         directory="eigen",
@@ -50,6 +52,8 @@ def buffer_query_row(operation, size):
         shapes={"pSizeBytes": "1"},
         checks=lambda code, layout, type_: "N Z",
         dense=False,
+        kernel=f"storeBufferSize(general::{function}<{{T}}>(widthHeight), pSizeBytes)",
+        headers=("eigen/general_kernels.h",),
         purpose=f"Tells the size of the scratch block of {size}.",
     )
 
@@ -98,13 +102,16 @@ ROWS = [
         scratch=VECTORS_BUFFER,
         merges_status=True,
         statuses=(NOT_CONVERGED,),
+        kernel="generalValues<{T}>({src}, {pDstValuesRe}, {pDstValuesIm}, widthHeight, pBuffer, {place})",
+        headers=("eigen/general_kernels.h",),
         purpose="Computes the real and complex eigenvalues of a general real matrix.",
     ),
-    buffer_query_row("EigenValuesGetBufSize", "EigenValues"),
+    buffer_query_row("EigenValuesGetBufSize", "EigenValues", "valuesBufferSize"),
     vectors_row(
         "EigenValuesVectors",
         "dstRight:DstVectorsRight dstLeft:DstVectorsLeft",
         ("dstRight", "dstLeft"),
+        kernel="generalBothVectors<{T}>({src}, {dstRight}, {dstLeft}",
         measure=lambda code: "widthHeight * (3 * widthHeight + 1) * count",
         parallel=lambda code, layout, type_: (501, 501),
         scratch=VECTORS_BUFFER,
@@ -112,9 +119,11 @@ ROWS = [
         purpose="Computes the eigenvalues and both sets of eigenvectors of a general real matrix.",
     ),
     vectors_row("EigenValuesVectorsLeft", "dst:DstVectors", ("dst",),
+                kernel="generalVectors<general::Sets::left, {T}>({src}, {dst}",
                 purpose="Computes the eigenvalues and the left eigenvectors of a general real matrix."),
     vectors_row("EigenValuesVectorsRight", "dst:DstVectors", ("dst",),
+                kernel="generalVectors<general::Sets::right, {T}>({src}, {dst}",
                 purpose="Computes the eigenvalues and the right eigenvectors of a general real matrix."),
     buffer_query_row("EigenValuesVectorsGetBufSize",
-                     "EigenValuesVectors, EigenValuesVectorsLeft and EigenValuesVectorsRight"),
+                     "EigenValuesVectors, EigenValuesVectorsLeft and EigenValuesVectorsRight", "vectorsBufferSize"),
 ]  # fmt: skip
