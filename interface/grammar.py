@@ -217,7 +217,7 @@ def fixed_member(row):
         elif ctype.endswith("*"):
             operand = name[1].lower() + name[2:]
             arguments.append(Argument(name, "pointer", operand, direction, ctype))
-            operands.append(Operand(operand, name[1:], "v", False, direction, "S", "1", str(size)))
+            operands.append(Operand(operand, name[1:], "v", False, direction, "F", "1", str(size)))
         else:
             arguments.append(Argument(name, "value", name, "in", ctype))
     code = row.name.split("_")[1]

@@ -9146,6 +9146,828 @@ TARNM_API tarnmStatus tarnmGaxpy_mvav_64f_P(const double* const* ppSrc1, int32_t
     const double* const* ppSrc3, int32_t src3RoiShift, int32_t src3Len, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstObjectStride, int32_t count);
 
+/* ---- Add ---- */
+
+/* Adds two vectors.
+ *   pSrc1  source: 2 consecutive elements, one object
+ *   pSrc2  source: 2 consecutive elements, one object
+ *   pDst   the result: 2 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAdd_v2_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Adds two vectors.
+ *   pSrc1  source: 3 consecutive elements, one object
+ *   pSrc2  source: 3 consecutive elements, one object
+ *   pDst   the result: 3 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAdd_v3_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Adds two vectors.
+ *   pSrc1  source: 4 consecutive elements, one object
+ *   pSrc2  source: 4 consecutive elements, one object
+ *   pDst   the result: 4 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAdd_v4_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* ---- Sub ---- */
+
+/* Subtracts two vectors.
+ *   pSrc1  source: 2 consecutive elements, one object
+ *   pSrc2  source: 2 consecutive elements, one object
+ *   pDst   the result: 2 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmSub_v2_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Subtracts two vectors.
+ *   pSrc1  source: 3 consecutive elements, one object
+ *   pSrc2  source: 3 consecutive elements, one object
+ *   pDst   the result: 3 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmSub_v3_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Subtracts two vectors.
+ *   pSrc1  source: 4 consecutive elements, one object
+ *   pSrc2  source: 4 consecutive elements, one object
+ *   pDst   the result: 4 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmSub_v4_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* ---- Max ---- */
+
+/* Takes the larger element of two vectors, element by element.
+ *   pSrc1  source: 2 consecutive elements, one object
+ *   pSrc2  source: 2 consecutive elements, one object
+ *   pDst   the result: 2 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmMax_v2_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Takes the larger element of two vectors, element by element.
+ *   pSrc1  source: 3 consecutive elements, one object
+ *   pSrc2  source: 3 consecutive elements, one object
+ *   pDst   the result: 3 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmMax_v3_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Takes the larger element of two vectors, element by element.
+ *   pSrc1  source: 4 consecutive elements, one object
+ *   pSrc2  source: 4 consecutive elements, one object
+ *   pDst   the result: 4 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmMax_v4_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* ---- Min ---- */
+
+/* Takes the smaller element of two vectors, element by element.
+ *   pSrc1  source: 2 consecutive elements, one object
+ *   pSrc2  source: 2 consecutive elements, one object
+ *   pDst   the result: 2 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmMin_v2_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Takes the smaller element of two vectors, element by element.
+ *   pSrc1  source: 3 consecutive elements, one object
+ *   pSrc2  source: 3 consecutive elements, one object
+ *   pDst   the result: 3 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmMin_v3_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Takes the smaller element of two vectors, element by element.
+ *   pSrc1  source: 4 consecutive elements, one object
+ *   pSrc2  source: 4 consecutive elements, one object
+ *   pDst   the result: 4 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmMin_v4_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* ---- MulC ---- */
+
+/* Scales a vector.
+ *   pSrc  source: 2 consecutive elements, one object
+ *   val   parameter
+ *   pDst  the result: 2 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmMulC_v2_32f(const float* pSrc, float val, float* pDst);
+
+/* Scales a vector.
+ *   pSrc  source: 3 consecutive elements, one object
+ *   val   parameter
+ *   pDst  the result: 3 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmMulC_v3_32f(const float* pSrc, float val, float* pDst);
+
+/* Scales a vector.
+ *   pSrc  source: 4 consecutive elements, one object
+ *   val   parameter
+ *   pDst  the result: 4 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmMulC_v4_32f(const float* pSrc, float val, float* pDst);
+
+/* ---- DotProduct ---- */
+
+/* Computes the scalar product of two vectors.
+ *   pSrc1  source: 2 consecutive elements, one object
+ *   pSrc2  source: 2 consecutive elements, one object
+ *   pDst   the result: 1 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_v2_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Computes the scalar product of two vectors.
+ *   pSrc1  source: 3 consecutive elements, one object
+ *   pSrc2  source: 3 consecutive elements, one object
+ *   pDst   the result: 1 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_v3_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Computes the scalar product of two vectors.
+ *   pSrc1  source: 4 consecutive elements, one object
+ *   pSrc2  source: 4 consecutive elements, one object
+ *   pDst   the result: 1 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_v4_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* ---- Len ---- */
+
+/* Computes the Euclidean length of a vector.
+ *   pSrc  source: 2 consecutive elements, one object
+ *   pDst  the result: 1 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmLen_v2_32f(const float* pSrc, float* pDst);
+
+/* Computes the Euclidean length of a vector.
+ *   pSrc  source: 3 consecutive elements, one object
+ *   pDst  the result: 1 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmLen_v3_32f(const float* pSrc, float* pDst);
+
+/* Computes the Euclidean length of a vector.
+ *   pSrc  source: 4 consecutive elements, one object
+ *   pDst  the result: 1 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmLen_v4_32f(const float* pSrc, float* pDst);
+
+/* ---- LenSqr ---- */
+
+/* Computes the squared length of a vector.
+ *   pSrc  source: 2 consecutive elements, one object
+ *   pDst  the result: 1 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmLenSqr_v2_32f(const float* pSrc, float* pDst);
+
+/* Computes the squared length of a vector.
+ *   pSrc  source: 3 consecutive elements, one object
+ *   pDst  the result: 1 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmLenSqr_v3_32f(const float* pSrc, float* pDst);
+
+/* Computes the squared length of a vector.
+ *   pSrc  source: 4 consecutive elements, one object
+ *   pDst  the result: 1 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmLenSqr_v4_32f(const float* pSrc, float* pDst);
+
+/* ---- Normalize ---- */
+
+/* Divides a vector by its length.
+ *   pSrc  source: 2 consecutive elements, one object
+ *   pDst  the result: 2 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmNormalize_v2_32f(const float* pSrc, float* pDst);
+
+/* Divides a vector by its length.
+ *   pSrc  source: 3 consecutive elements, one object
+ *   pDst  the result: 3 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmNormalize_v3_32f(const float* pSrc, float* pDst);
+
+/* Divides a vector by its length.
+ *   pSrc  source: 4 consecutive elements, one object
+ *   pDst  the result: 4 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmNormalize_v4_32f(const float* pSrc, float* pDst);
+
+/* ---- CrossProduct ---- */
+
+/* Computes the third component of a cross product in the plane.
+ *   pSrc1  source: 2 consecutive elements, one object
+ *   pSrc2  source: 2 consecutive elements, one object
+ *   pDst   the result: 1 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_v2_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Computes the cross product of two vectors.
+ *   pSrc1  source: 3 consecutive elements, one object
+ *   pSrc2  source: 3 consecutive elements, one object
+ *   pDst   the result: 3 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_v3_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Computes the vector orthogonal to three vectors.
+ *   pSrc1  source: 4 consecutive elements, one object
+ *   pSrc2  source: 4 consecutive elements, one object
+ *   pSrc3  source: 4 consecutive elements, one object
+ *   pDst   the result: 4 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_v4_32f(const float* pSrc1, const float* pSrc2, const float* pSrc3,
+    float* pDst);
+
+/* ---- Identity ---- */
+
+/* Writes the identity matrix.
+ *   pDst  the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmIdentity_m4_32f(float* pDst);
+
+/* ---- IsIdentity ---- */
+
+/* Tells whether a matrix passes for the identity.
+ *   pSrc     source: 16 consecutive elements, one object
+ *   pResult  the result: 1 or 0
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmIsIdentity_m4_32f(const float* pSrc, int32_t* pResult);
+
+/* ---- Transpose ---- */
+
+/* Writes the transpose of a matrix.
+ *   pSrc  source: 16 consecutive elements, one object
+ *   pDst  the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmTranspose_m4_32f(const float* pSrc, float* pDst);
+
+/* ---- Mul ---- */
+
+/* Multiplies two matrices.
+ *   pSrc1  source: 16 consecutive elements, one object
+ *   pSrc2  source: 16 consecutive elements, one object
+ *   pDst   the result: 16 consecutive elements, one object
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mm4x4_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* ---- MulTranspose ---- */
+
+/* Writes the transpose of the product of two matrices.
+ *   pSrc1  source: 16 consecutive elements, one object
+ *   pSrc2  source: 16 consecutive elements, one object
+ *   pDst   the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmMulTranspose_m4_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* ---- Translation ---- */
+
+/* Builds a translation.
+ *   tx    parameter
+ *   ty    parameter
+ *   tz    parameter
+ *   pDst  the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmTranslation_m4_32f(float tx, float ty, float tz, float* pDst);
+
+/* ---- Scaling ---- */
+
+/* Builds a scaling.
+ *   sx    parameter
+ *   sy    parameter
+ *   sz    parameter
+ *   pDst  the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmScaling_m4_32f(float sx, float sy, float sz, float* pDst);
+
+/* ---- RotationX ---- */
+
+/* Builds a rotation about the x axis.
+ *   angle  parameter
+ *   pDst   the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmRotationX_m4_32f(float angle, float* pDst);
+
+/* ---- RotationY ---- */
+
+/* Builds a rotation about the y axis.
+ *   angle  parameter
+ *   pDst   the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmRotationY_m4_32f(float angle, float* pDst);
+
+/* ---- RotationZ ---- */
+
+/* Builds a rotation about the z axis.
+ *   angle  parameter
+ *   pDst   the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmRotationZ_m4_32f(float angle, float* pDst);
+
+/* ---- RotationAxis ---- */
+
+/* Builds a rotation about an axis through the origin.
+ *   pAxis  source: 3 consecutive elements, one object
+ *   angle  parameter
+ *   pDst   the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmRotationAxis_v3m4_32f(const float* pAxis, float angle, float* pDst);
+
+/* ---- RotationYawPitchRoll ---- */
+
+/* Builds a rotation from yaw, pitch and roll.
+ *   yaw    parameter
+ *   pitch  parameter
+ *   roll   parameter
+ *   pDst   the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmRotationYawPitchRoll_m4_32f(float yaw, float pitch, float roll, float* pDst);
+
+/* ---- LookAtLH ---- */
+
+/* Builds a view matrix, left-handed.
+ *   pEye  source: 3 consecutive elements, one object
+ *   pAt   source: 3 consecutive elements, one object
+ *   pUp   source: 3 consecutive elements, one object
+ *   pDst  the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmLookAtLH_m4_32f(const float* pEye, const float* pAt, const float* pUp, float* pDst);
+
+/* ---- LookAtRH ---- */
+
+/* Builds a view matrix, right-handed.
+ *   pEye  source: 3 consecutive elements, one object
+ *   pAt   source: 3 consecutive elements, one object
+ *   pUp   source: 3 consecutive elements, one object
+ *   pDst  the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmLookAtRH_m4_32f(const float* pEye, const float* pAt, const float* pUp, float* pDst);
+
+/* ---- OrthoLH ---- */
+
+/* Builds an orthographic projection, left-handed.
+ *   viewWidth   parameter
+ *   viewHeight  parameter
+ *   zNear       parameter
+ *   zFar        parameter
+ *   pDst        the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmOrthoLH_m4_32f(float viewWidth, float viewHeight, float zNear, float zFar, float* pDst);
+
+/* ---- OrthoRH ---- */
+
+/* Builds an orthographic projection, right-handed.
+ *   viewWidth   parameter
+ *   viewHeight  parameter
+ *   zNear       parameter
+ *   zFar        parameter
+ *   pDst        the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmOrthoRH_m4_32f(float viewWidth, float viewHeight, float zNear, float zFar, float* pDst);
+
+/* ---- OrthoOffCenterLH ---- */
+
+/* Builds an off-centre orthographic projection, left-handed.
+ *   left    parameter
+ *   right   parameter
+ *   bottom  parameter
+ *   top     parameter
+ *   zNear   parameter
+ *   zFar    parameter
+ *   pDst    the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmOrthoOffCenterLH_m4_32f(float left, float right, float bottom, float top, float zNear,
+    float zFar, float* pDst);
+
+/* ---- OrthoOffCenterRH ---- */
+
+/* Builds an off-centre orthographic projection, right-handed.
+ *   left    parameter
+ *   right   parameter
+ *   bottom  parameter
+ *   top     parameter
+ *   zNear   parameter
+ *   zFar    parameter
+ *   pDst    the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmOrthoOffCenterRH_m4_32f(float left, float right, float bottom, float top, float zNear,
+    float zFar, float* pDst);
+
+/* ---- PerspectiveLH ---- */
+
+/* Builds a perspective projection, left-handed.
+ *   viewWidth   parameter
+ *   viewHeight  parameter
+ *   zNear       parameter
+ *   zFar        parameter
+ *   pDst        the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmPerspectiveLH_m4_32f(float viewWidth, float viewHeight, float zNear, float zFar,
+    float* pDst);
+
+/* ---- PerspectiveRH ---- */
+
+/* Builds a perspective projection, right-handed.
+ *   viewWidth   parameter
+ *   viewHeight  parameter
+ *   zNear       parameter
+ *   zFar        parameter
+ *   pDst        the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmPerspectiveRH_m4_32f(float viewWidth, float viewHeight, float zNear, float zFar,
+    float* pDst);
+
+/* ---- PerspectiveFovLH ---- */
+
+/* Builds a perspective projection from a field of view, left-handed.
+ *   fovY    parameter
+ *   aspect  parameter
+ *   zNear   parameter
+ *   zFar    parameter
+ *   pDst    the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmPerspectiveFovLH_m4_32f(float fovY, float aspect, float zNear, float zFar, float* pDst);
+
+/* ---- PerspectiveFovRH ---- */
+
+/* Builds a perspective projection from a field of view, right-handed.
+ *   fovY    parameter
+ *   aspect  parameter
+ *   zNear   parameter
+ *   zFar    parameter
+ *   pDst    the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmPerspectiveFovRH_m4_32f(float fovY, float aspect, float zNear, float zFar, float* pDst);
+
+/* ---- PerspectiveOffCenterLH ---- */
+
+/* Builds an off-centre perspective projection, left-handed.
+ *   left    parameter
+ *   right   parameter
+ *   bottom  parameter
+ *   top     parameter
+ *   zNear   parameter
+ *   zFar    parameter
+ *   pDst    the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmPerspectiveOffCenterLH_m4_32f(float left, float right, float bottom, float top,
+    float zNear, float zFar, float* pDst);
+
+/* ---- PerspectiveOffCenterRH ---- */
+
+/* Builds an off-centre perspective projection, right-handed.
+ *   left    parameter
+ *   right   parameter
+ *   bottom  parameter
+ *   top     parameter
+ *   zNear   parameter
+ *   zFar    parameter
+ *   pDst    the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmPerspectiveOffCenterRH_m4_32f(float left, float right, float bottom, float top,
+    float zNear, float zFar, float* pDst);
+
+/* ---- AffineTransform ---- */
+
+/* Transforms a row vector by a matrix.
+ *   pSrc1  source: 16 consecutive elements, one object
+ *   pSrc2  source: 2 consecutive elements, one object
+ *   pDst   the result: 4 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAffineTransform_m4v2_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Transforms a row vector by a matrix.
+ *   pSrc1             source: 16 consecutive elements, one object
+ *   pSrc2             source: 2 consecutive elements, each of count objects
+ *   src2ObjectStride  bytes from one object to the next
+ *   pDst              the result: 4 consecutive elements, each of count objects
+ *   dstObjectStride   bytes from one object to the next
+ *   count             number of objects; below 1 nothing is done
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAffineTransform_m4v2a_32f(const float* pSrc1, const float* pSrc2,
+    int32_t src2ObjectStride, float* pDst, int32_t dstObjectStride, int32_t count);
+
+/* Transforms a row vector by a matrix.
+ *   pSrc1  source: 16 consecutive elements, one object
+ *   pSrc2  source: 3 consecutive elements, one object
+ *   pDst   the result: 4 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAffineTransform_m4v3_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Transforms a row vector by a matrix.
+ *   pSrc1             source: 16 consecutive elements, one object
+ *   pSrc2             source: 3 consecutive elements, each of count objects
+ *   src2ObjectStride  bytes from one object to the next
+ *   pDst              the result: 4 consecutive elements, each of count objects
+ *   dstObjectStride   bytes from one object to the next
+ *   count             number of objects; below 1 nothing is done
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAffineTransform_m4v3a_32f(const float* pSrc1, const float* pSrc2,
+    int32_t src2ObjectStride, float* pDst, int32_t dstObjectStride, int32_t count);
+
+/* Transforms a row vector by a matrix.
+ *   pSrc1  source: 16 consecutive elements, one object
+ *   pSrc2  source: 4 consecutive elements, one object
+ *   pDst   the result: 4 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAffineTransform_m4v4_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Transforms a row vector by a matrix.
+ *   pSrc1             source: 16 consecutive elements, one object
+ *   pSrc2             source: 4 consecutive elements, each of count objects
+ *   src2ObjectStride  bytes from one object to the next
+ *   pDst              the result: 4 consecutive elements, each of count objects
+ *   dstObjectStride   bytes from one object to the next
+ *   count             number of objects; below 1 nothing is done
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAffineTransform_m4v4a_32f(const float* pSrc1, const float* pSrc2,
+    int32_t src2ObjectStride, float* pDst, int32_t dstObjectStride, int32_t count);
+
+/* ---- AffineTransformCoord ---- */
+
+/* Transforms a point by a matrix and divides by its fourth coordinate.
+ *   pSrc1  source: 16 consecutive elements, one object
+ *   pSrc2  source: 2 consecutive elements, one object
+ *   pDst   the result: 2 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAffineTransformCoord_m4v2_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Transforms a point by a matrix and divides by its fourth coordinate.
+ *   pSrc1             source: 16 consecutive elements, one object
+ *   pSrc2             source: 2 consecutive elements, each of count objects
+ *   src2ObjectStride  bytes from one object to the next
+ *   pDst              the result: 2 consecutive elements, each of count objects
+ *   dstObjectStride   bytes from one object to the next
+ *   count             number of objects; below 1 nothing is done
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAffineTransformCoord_m4v2a_32f(const float* pSrc1, const float* pSrc2,
+    int32_t src2ObjectStride, float* pDst, int32_t dstObjectStride, int32_t count);
+
+/* Transforms a point by a matrix and divides by its fourth coordinate.
+ *   pSrc1  source: 16 consecutive elements, one object
+ *   pSrc2  source: 3 consecutive elements, one object
+ *   pDst   the result: 3 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAffineTransformCoord_m4v3_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Transforms a point by a matrix and divides by its fourth coordinate.
+ *   pSrc1             source: 16 consecutive elements, one object
+ *   pSrc2             source: 3 consecutive elements, each of count objects
+ *   src2ObjectStride  bytes from one object to the next
+ *   pDst              the result: 3 consecutive elements, each of count objects
+ *   dstObjectStride   bytes from one object to the next
+ *   count             number of objects; below 1 nothing is done
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAffineTransformCoord_m4v3a_32f(const float* pSrc1, const float* pSrc2,
+    int32_t src2ObjectStride, float* pDst, int32_t dstObjectStride, int32_t count);
+
+/* ---- AffineTransformNormal ---- */
+
+/* Transforms a direction by a matrix.
+ *   pSrc1  source: 16 consecutive elements, one object
+ *   pSrc2  source: 2 consecutive elements, one object
+ *   pDst   the result: 2 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAffineTransformNormal_m4v2_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Transforms a direction by a matrix.
+ *   pSrc1             source: 16 consecutive elements, one object
+ *   pSrc2             source: 2 consecutive elements, each of count objects
+ *   src2ObjectStride  bytes from one object to the next
+ *   pDst              the result: 2 consecutive elements, each of count objects
+ *   dstObjectStride   bytes from one object to the next
+ *   count             number of objects; below 1 nothing is done
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAffineTransformNormal_m4v2a_32f(const float* pSrc1, const float* pSrc2,
+    int32_t src2ObjectStride, float* pDst, int32_t dstObjectStride, int32_t count);
+
+/* Transforms a direction by a matrix.
+ *   pSrc1  source: 16 consecutive elements, one object
+ *   pSrc2  source: 3 consecutive elements, one object
+ *   pDst   the result: 3 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAffineTransformNormal_m4v3_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* Transforms a direction by a matrix.
+ *   pSrc1             source: 16 consecutive elements, one object
+ *   pSrc2             source: 3 consecutive elements, each of count objects
+ *   src2ObjectStride  bytes from one object to the next
+ *   pDst              the result: 3 consecutive elements, each of count objects
+ *   dstObjectStride   bytes from one object to the next
+ *   count             number of objects; below 1 nothing is done
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmAffineTransformNormal_m4v3a_32f(const float* pSrc1, const float* pSrc2,
+    int32_t src2ObjectStride, float* pDst, int32_t dstObjectStride, int32_t count);
+
+/* ---- Project ---- */
+
+/* Maps a point from object space to the viewport.
+ *   pProjection     source: 16 consecutive elements, one object
+ *   pView           source: 16 consecutive elements, one object
+ *   pWorld          source: 16 consecutive elements, one object
+ *   pSrc            source: 3 consecutive elements, one object
+ *   viewportWidth   parameter
+ *   viewportHeight  parameter
+ *   zMin            parameter
+ *   zMax            parameter
+ *   pDst            the result: 3 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmProject_m4v3_32f(const float* pProjection, const float* pView, const float* pWorld,
+    const float* pSrc, float viewportWidth, float viewportHeight, float zMin, float zMax, float* pDst);
+
+/* Maps a point from object space to the viewport.
+ *   pProjection      source: 16 consecutive elements, one object
+ *   pView            source: 16 consecutive elements, one object
+ *   pWorld           source: 16 consecutive elements, one object
+ *   pSrc             source: 3 consecutive elements, each of count objects
+ *   srcObjectStride  bytes from one object to the next
+ *   viewportWidth    parameter
+ *   viewportHeight   parameter
+ *   zMin             parameter
+ *   zMax             parameter
+ *   pDst             the result: 3 consecutive elements, each of count objects
+ *   dstObjectStride  bytes from one object to the next
+ *   count            number of objects; below 1 nothing is done
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmProject_m4v3a_32f(const float* pProjection, const float* pView, const float* pWorld,
+    const float* pSrc, int32_t srcObjectStride, float viewportWidth, float viewportHeight, float zMin, float zMax,
+    float* pDst, int32_t dstObjectStride, int32_t count);
+
+/* ---- Unproject ---- */
+
+/* Maps a point from the viewport back to object space.
+ *   pProjection     source: 16 consecutive elements, one object
+ *   pView           source: 16 consecutive elements, one object
+ *   pWorld          source: 16 consecutive elements, one object
+ *   pSrc            source: 3 consecutive elements, one object
+ *   viewportWidth   parameter
+ *   viewportHeight  parameter
+ *   zMin            parameter
+ *   zMax            parameter
+ *   pDst            the result: 3 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmUnproject_m4v3_32f(const float* pProjection, const float* pView, const float* pWorld,
+    const float* pSrc, float viewportWidth, float viewportHeight, float zMin, float zMax, float* pDst);
+
+/* Maps a point from the viewport back to object space.
+ *   pProjection      source: 16 consecutive elements, one object
+ *   pView            source: 16 consecutive elements, one object
+ *   pWorld           source: 16 consecutive elements, one object
+ *   pSrc             source: 3 consecutive elements, each of count objects
+ *   srcObjectStride  bytes from one object to the next
+ *   viewportWidth    parameter
+ *   viewportHeight   parameter
+ *   zMin             parameter
+ *   zMax             parameter
+ *   pDst             the result: 3 consecutive elements, each of count objects
+ *   dstObjectStride  bytes from one object to the next
+ *   count            number of objects; below 1 nothing is done
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmUnproject_m4v3a_32f(const float* pProjection, const float* pView, const float* pWorld,
+    const float* pSrc, int32_t srcObjectStride, float viewportWidth, float viewportHeight, float zMin, float zMax,
+    float* pDst, int32_t dstObjectStride, int32_t count);
+
+/* ---- AffineTransform3DH ---- */
+
+/* Transforms a point, taken as a column, by a matrix and divides by its fourth coordinate.
+ *   pSrc1              first source: one matrix of 4 x 4
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: the first of count vectors of 3 elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of 3 elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusDivByZero (the fourth coordinate
+ * of a point is zero within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmAffineTransform3DH_mva_32f(const float* pSrc1, int32_t src1RowStride,
+    int32_t src1ElementStride, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride, float* pDst,
+    int32_t dstObjectStride, int32_t dstElementStride, int32_t count);
+
+/* ---- InterpolationLinear ---- */
+
+/* Interpolates linearly between two vectors.
+ *   pSrc1  source: 2 consecutive elements, one object
+ *   pSrc2  source: 2 consecutive elements, one object
+ *   val    parameter
+ *   pDst   the result: 2 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmInterpolationLinear_v2_32f(const float* pSrc1, const float* pSrc2, float val, float* pDst);
+
+/* Interpolates linearly between two vectors.
+ *   pSrc1  source: 3 consecutive elements, one object
+ *   pSrc2  source: 3 consecutive elements, one object
+ *   val    parameter
+ *   pDst   the result: 3 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmInterpolationLinear_v3_32f(const float* pSrc1, const float* pSrc2, float val, float* pDst);
+
+/* Interpolates linearly between two vectors.
+ *   pSrc1  source: 4 consecutive elements, one object
+ *   pSrc2  source: 4 consecutive elements, one object
+ *   val    parameter
+ *   pDst   the result: 4 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmInterpolationLinear_v4_32f(const float* pSrc1, const float* pSrc2, float val, float* pDst);
+
+/* ---- BaryCentric ---- */
+
+/* Combines three vectors by barycentric weights.
+ *   pSrc1  source: 2 consecutive elements, one object
+ *   pSrc2  source: 2 consecutive elements, one object
+ *   pSrc3  source: 2 consecutive elements, one object
+ *   val1   parameter
+ *   val2   parameter
+ *   pDst   the result: 2 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmBaryCentric_v2_32f(const float* pSrc1, const float* pSrc2, const float* pSrc3, float val1,
+    float val2, float* pDst);
+
+/* Combines three vectors by barycentric weights.
+ *   pSrc1  source: 3 consecutive elements, one object
+ *   pSrc2  source: 3 consecutive elements, one object
+ *   pSrc3  source: 3 consecutive elements, one object
+ *   val1   parameter
+ *   val2   parameter
+ *   pDst   the result: 3 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmBaryCentric_v3_32f(const float* pSrc1, const float* pSrc2, const float* pSrc3, float val1,
+    float val2, float* pDst);
+
+/* Combines three vectors by barycentric weights.
+ *   pSrc1  source: 4 consecutive elements, one object
+ *   pSrc2  source: 4 consecutive elements, one object
+ *   pSrc3  source: 4 consecutive elements, one object
+ *   val1   parameter
+ *   val2   parameter
+ *   pDst   the result: 4 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmBaryCentric_v4_32f(const float* pSrc1, const float* pSrc2, const float* pSrc3, float val1,
+    float val2, float* pDst);
+
+/* ---- Hermite ---- */
+
+/* Evaluates a cubic Hermite segment.
+ *   pSrc1  source: 2 consecutive elements, one object
+ *   pSrc2  source: 2 consecutive elements, one object
+ *   pSrc3  source: 2 consecutive elements, one object
+ *   pSrc4  source: 2 consecutive elements, one object
+ *   val    parameter
+ *   pDst   the result: 2 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmHermite_v2_32f(const float* pSrc1, const float* pSrc2, const float* pSrc3,
+    const float* pSrc4, float val, float* pDst);
+
+/* Evaluates a cubic Hermite segment.
+ *   pSrc1  source: 3 consecutive elements, one object
+ *   pSrc2  source: 3 consecutive elements, one object
+ *   pSrc3  source: 3 consecutive elements, one object
+ *   pSrc4  source: 3 consecutive elements, one object
+ *   val    parameter
+ *   pDst   the result: 3 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmHermite_v3_32f(const float* pSrc1, const float* pSrc2, const float* pSrc3,
+    const float* pSrc4, float val, float* pDst);
+
+/* Evaluates a cubic Hermite segment.
+ *   pSrc1  source: 4 consecutive elements, one object
+ *   pSrc2  source: 4 consecutive elements, one object
+ *   pSrc3  source: 4 consecutive elements, one object
+ *   pSrc4  source: 4 consecutive elements, one object
+ *   val    parameter
+ *   pDst   the result: 4 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmHermite_v4_32f(const float* pSrc1, const float* pSrc2, const float* pSrc3,
+    const float* pSrc4, float val, float* pDst);
+
+/* ---- InterpolationCatmullRom ---- */
+
+/* Evaluates a Catmull-Rom segment.
+ *   pSrc1  source: 2 consecutive elements, one object
+ *   pSrc2  source: 2 consecutive elements, one object
+ *   pSrc3  source: 2 consecutive elements, one object
+ *   pSrc4  source: 2 consecutive elements, one object
+ *   val    parameter
+ *   pDst   the result: 2 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmInterpolationCatmullRom_v2_32f(const float* pSrc1, const float* pSrc2, const float* pSrc3,
+    const float* pSrc4, float val, float* pDst);
+
+/* Evaluates a Catmull-Rom segment.
+ *   pSrc1  source: 3 consecutive elements, one object
+ *   pSrc2  source: 3 consecutive elements, one object
+ *   pSrc3  source: 3 consecutive elements, one object
+ *   pSrc4  source: 3 consecutive elements, one object
+ *   val    parameter
+ *   pDst   the result: 3 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmInterpolationCatmullRom_v3_32f(const float* pSrc1, const float* pSrc2, const float* pSrc3,
+    const float* pSrc4, float val, float* pDst);
+
+/* Evaluates a Catmull-Rom segment.
+ *   pSrc1  source: 4 consecutive elements, one object
+ *   pSrc2  source: 4 consecutive elements, one object
+ *   pSrc3  source: 4 consecutive elements, one object
+ *   pSrc4  source: 4 consecutive elements, one object
+ *   val    parameter
+ *   pDst   the result: 4 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmInterpolationCatmullRom_v4_32f(const float* pSrc1, const float* pSrc2, const float* pSrc3,
+    const float* pSrc4, float val, float* pDst);
+
 #ifdef __cplusplus
 }
 #endif

@@ -675,8 +675,12 @@ template <class T, class Kernel, class... Operands>
 {
     return [&](Block<T, Operands>... blocks) {
         std::int32_t n = first;
-        while (n < end && computed(kernel, n, 1, blocks...))
+        while (n < end && computed(kernel, n, 1, blocks...)) {
+            // Keeps g++ 12 from vectorising the loop: where objects of two elements lie a stride apart it reads the
+            // object behind the last one.
+            asm volatile("");
             ++n;
+        }
         return n;
     }(Block<T, Operands>(operands)...);
 }

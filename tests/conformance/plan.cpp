@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "conformance/sizes.h"
 #include "support/covering.h"
+#include "support/usual_sizes.h"
 
 namespace tarnm::test {
 namespace {

@@ -28,6 +28,7 @@ bool suits(const Operand& operand, Style style)
     const bool onlySources = style == Style::overlapped || style == Style::repeated;
     if (onlySources && operand.direction != Direction::in) return false;
     if (operand.layout == 'P' && operand.letter != 'c') return style >= Style::planes;
+    if (operand.layout == 'F') return style < Style::strided;
     return style < Style::planes || (style == Style::repeated && operand.layout == 'L');
 }
 

@@ -75,6 +75,28 @@ const Argument arguments64[] = {{"ppSrc1", Kind::table, 0}, {"src1RoiShift", Kin
 const Argument arguments65[] = {{"pSrc1", Kind::pointer, 0}, {"src1RowStride", Kind::rowStride, 0}, {"src1ElementStride", Kind::elementStride, 0}, {"src1Width", Kind::size, -1}, {"src1Height", Kind::size, -1}, {"pSrc2", Kind::pointer, 1}, {"src2ObjectStride", Kind::objectStride, 1}, {"src2ElementStride", Kind::elementStride, 1}, {"src2Len", Kind::size, -1}, {"pSrc3", Kind::pointer, 2}, {"src3ElementStride", Kind::elementStride, 2}, {"src3Len", Kind::size, -1}, {"pDst", Kind::pointer, 3}, {"dstObjectStride", Kind::objectStride, 3}, {"dstElementStride", Kind::elementStride, 3}, {"count", Kind::count, -1}};
 const Argument arguments66[] = {{"pSrc1", Kind::pointer, 0}, {"src1RowStride", Kind::rowStride, 0}, {"src1ElementStride", Kind::elementStride, 0}, {"src1Width", Kind::size, -1}, {"src1Height", Kind::size, -1}, {"ppSrc2", Kind::table, 1}, {"src2RoiShift", Kind::roiShift, 1}, {"src2ElementStride", Kind::elementStride, 1}, {"src2Len", Kind::size, -1}, {"pSrc3", Kind::pointer, 2}, {"src3ElementStride", Kind::elementStride, 2}, {"src3Len", Kind::size, -1}, {"ppDst", Kind::table, 3}, {"dstRoiShift", Kind::roiShift, 3}, {"dstElementStride", Kind::elementStride, 3}, {"count", Kind::count, -1}};
 const Argument arguments67[] = {{"ppSrc1", Kind::table, 0}, {"src1RoiShift", Kind::roiShift, 0}, {"src1Width", Kind::size, -1}, {"src1Height", Kind::size, -1}, {"ppSrc2", Kind::table, 1}, {"src2RoiShift", Kind::roiShift, 1}, {"src2ObjectStride", Kind::objectStride, 1}, {"src2Len", Kind::size, -1}, {"ppSrc3", Kind::table, 2}, {"src3RoiShift", Kind::roiShift, 2}, {"src3Len", Kind::size, -1}, {"ppDst", Kind::table, 3}, {"dstRoiShift", Kind::roiShift, 3}, {"dstObjectStride", Kind::objectStride, 3}, {"count", Kind::count, -1}};
+const Argument arguments68[] = {{"pSrc1", Kind::pointer, 0}, {"pSrc2", Kind::pointer, 1}, {"pDst", Kind::pointer, 2}};
+const Argument arguments69[] = {{"pSrc", Kind::pointer, 0}, {"val", Kind::value, -1}, {"pDst", Kind::pointer, 1}};
+const Argument arguments70[] = {{"pSrc", Kind::pointer, 0}, {"pDst", Kind::pointer, 1}};
+const Argument arguments71[] = {{"pSrc1", Kind::pointer, 0}, {"pSrc2", Kind::pointer, 1}, {"pSrc3", Kind::pointer, 2}, {"pDst", Kind::pointer, 3}};
+const Argument arguments72[] = {{"pDst", Kind::pointer, 0}};
+const Argument arguments73[] = {{"pSrc", Kind::pointer, 0}, {"pResult", Kind::indices, 1}};
+const Argument arguments74[] = {{"tx", Kind::value, -1}, {"ty", Kind::value, -1}, {"tz", Kind::value, -1}, {"pDst", Kind::pointer, 0}};
+const Argument arguments75[] = {{"sx", Kind::value, -1}, {"sy", Kind::value, -1}, {"sz", Kind::value, -1}, {"pDst", Kind::pointer, 0}};
+const Argument arguments76[] = {{"angle", Kind::value, -1}, {"pDst", Kind::pointer, 0}};
+const Argument arguments77[] = {{"pAxis", Kind::pointer, 0}, {"angle", Kind::value, -1}, {"pDst", Kind::pointer, 1}};
+const Argument arguments78[] = {{"yaw", Kind::value, -1}, {"pitch", Kind::value, -1}, {"roll", Kind::value, -1}, {"pDst", Kind::pointer, 0}};
+const Argument arguments79[] = {{"pEye", Kind::pointer, 0}, {"pAt", Kind::pointer, 1}, {"pUp", Kind::pointer, 2}, {"pDst", Kind::pointer, 3}};
+const Argument arguments80[] = {{"viewWidth", Kind::value, -1}, {"viewHeight", Kind::value, -1}, {"zNear", Kind::value, -1}, {"zFar", Kind::value, -1}, {"pDst", Kind::pointer, 0}};
+const Argument arguments81[] = {{"left", Kind::value, -1}, {"right", Kind::value, -1}, {"bottom", Kind::value, -1}, {"top", Kind::value, -1}, {"zNear", Kind::value, -1}, {"zFar", Kind::value, -1}, {"pDst", Kind::pointer, 0}};
+const Argument arguments82[] = {{"fovY", Kind::value, -1}, {"aspect", Kind::value, -1}, {"zNear", Kind::value, -1}, {"zFar", Kind::value, -1}, {"pDst", Kind::pointer, 0}};
+const Argument arguments83[] = {{"pSrc1", Kind::pointer, 0}, {"pSrc2", Kind::pointer, 1}, {"src2ObjectStride", Kind::objectStride, 1}, {"pDst", Kind::pointer, 2}, {"dstObjectStride", Kind::objectStride, 2}, {"count", Kind::count, -1}};
+const Argument arguments84[] = {{"pProjection", Kind::pointer, 0}, {"pView", Kind::pointer, 1}, {"pWorld", Kind::pointer, 2}, {"pSrc", Kind::pointer, 3}, {"viewportWidth", Kind::value, -1}, {"viewportHeight", Kind::value, -1}, {"zMin", Kind::value, -1}, {"zMax", Kind::value, -1}, {"pDst", Kind::pointer, 4}};
+const Argument arguments85[] = {{"pProjection", Kind::pointer, 0}, {"pView", Kind::pointer, 1}, {"pWorld", Kind::pointer, 2}, {"pSrc", Kind::pointer, 3}, {"srcObjectStride", Kind::objectStride, 3}, {"viewportWidth", Kind::value, -1}, {"viewportHeight", Kind::value, -1}, {"zMin", Kind::value, -1}, {"zMax", Kind::value, -1}, {"pDst", Kind::pointer, 4}, {"dstObjectStride", Kind::objectStride, 4}, {"count", Kind::count, -1}};
+const Argument arguments86[] = {{"pSrc1", Kind::pointer, 0}, {"src1RowStride", Kind::rowStride, 0}, {"src1ElementStride", Kind::elementStride, 0}, {"pSrc2", Kind::pointer, 1}, {"src2ObjectStride", Kind::objectStride, 1}, {"src2ElementStride", Kind::elementStride, 1}, {"pDst", Kind::pointer, 2}, {"dstObjectStride", Kind::objectStride, 2}, {"dstElementStride", Kind::elementStride, 2}, {"count", Kind::count, -1}};
+const Argument arguments87[] = {{"pSrc1", Kind::pointer, 0}, {"pSrc2", Kind::pointer, 1}, {"val", Kind::value, -1}, {"pDst", Kind::pointer, 2}};
+const Argument arguments88[] = {{"pSrc1", Kind::pointer, 0}, {"pSrc2", Kind::pointer, 1}, {"pSrc3", Kind::pointer, 2}, {"val1", Kind::value, -1}, {"val2", Kind::value, -1}, {"pDst", Kind::pointer, 3}};
+const Argument arguments89[] = {{"pSrc1", Kind::pointer, 0}, {"pSrc2", Kind::pointer, 1}, {"pSrc3", Kind::pointer, 2}, {"pSrc4", Kind::pointer, 3}, {"val", Kind::value, -1}, {"pDst", Kind::pointer, 4}};
 
 const Operand operands0[] = {{"src1", 'v', false, Direction::in, 'S', "1", "len"}, {"src2", 'v', false, Direction::in, 'S', "1", "len"}, {"dst", 'v', false, Direction::out, 'S', "1", "len"}};
 const Operand operands1[] = {{"src1", 'v', false, Direction::in, 'P', "1", "len"}, {"src2", 'v', false, Direction::in, 'P', "1", "len"}, {"dst", 'v', false, Direction::out, 'P', "1", "len"}};
@@ -226,6 +248,43 @@ const Operand operands146[] = {{"src1", 'm', false, Direction::in, 'P', "src1Hei
 const Operand operands147[] = {{"src1", 'm', false, Direction::in, 'S', "src1Height", "src1Width"}, {"src2", 'v', true, Direction::in, 'S', "1", "src2Len"}, {"src3", 'v', false, Direction::in, 'S', "1", "src3Len"}, {"dst", 'v', true, Direction::out, 'S', "1", "src3Len"}};
 const Operand operands148[] = {{"src1", 'm', false, Direction::in, 'S', "src1Height", "src1Width"}, {"src2", 'v', true, Direction::in, 'L', "1", "src2Len"}, {"src3", 'v', false, Direction::in, 'S', "1", "src3Len"}, {"dst", 'v', true, Direction::out, 'L', "1", "src3Len"}};
 const Operand operands149[] = {{"src1", 'm', false, Direction::in, 'P', "src1Height", "src1Width"}, {"src2", 'v', true, Direction::in, 'P', "1", "src2Len"}, {"src3", 'v', false, Direction::in, 'P', "1", "src3Len"}, {"dst", 'v', true, Direction::out, 'P', "1", "src3Len"}};
+const Operand operands150[] = {{"src1", 'v', false, Direction::in, 'F', "1", "2"}, {"src2", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "2"}};
+const Operand operands151[] = {{"src1", 'v', false, Direction::in, 'F', "1", "3"}, {"src2", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "3"}};
+const Operand operands152[] = {{"src1", 'v', false, Direction::in, 'F', "1", "4"}, {"src2", 'v', false, Direction::in, 'F', "1", "4"}, {"dst", 'v', false, Direction::out, 'F', "1", "4"}};
+const Operand operands153[] = {{"src", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "2"}};
+const Operand operands154[] = {{"src", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "3"}};
+const Operand operands155[] = {{"src", 'v', false, Direction::in, 'F', "1", "4"}, {"dst", 'v', false, Direction::out, 'F', "1", "4"}};
+const Operand operands156[] = {{"src1", 'v', false, Direction::in, 'F', "1", "2"}, {"src2", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "1"}};
+const Operand operands157[] = {{"src1", 'v', false, Direction::in, 'F', "1", "3"}, {"src2", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "1"}};
+const Operand operands158[] = {{"src1", 'v', false, Direction::in, 'F', "1", "4"}, {"src2", 'v', false, Direction::in, 'F', "1", "4"}, {"dst", 'v', false, Direction::out, 'F', "1", "1"}};
+const Operand operands159[] = {{"src", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "1"}};
+const Operand operands160[] = {{"src", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "1"}};
+const Operand operands161[] = {{"src", 'v', false, Direction::in, 'F', "1", "4"}, {"dst", 'v', false, Direction::out, 'F', "1", "1"}};
+const Operand operands162[] = {{"src1", 'v', false, Direction::in, 'F', "1", "4"}, {"src2", 'v', false, Direction::in, 'F', "1", "4"}, {"src3", 'v', false, Direction::in, 'F', "1", "4"}, {"dst", 'v', false, Direction::out, 'F', "1", "4"}};
+const Operand operands163[] = {{"dst", 'v', false, Direction::out, 'F', "1", "16"}};
+const Operand operands164[] = {{"src", 'v', false, Direction::in, 'F', "1", "16"}, {"pResult", 'i', false, Direction::out, 'S', "1", "1"}};
+const Operand operands165[] = {{"src", 'v', false, Direction::in, 'F', "1", "16"}, {"dst", 'v', false, Direction::out, 'F', "1", "16"}};
+const Operand operands166[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', false, Direction::in, 'F', "1", "16"}, {"dst", 'v', false, Direction::out, 'F', "1", "16"}};
+const Operand operands167[] = {{"axis", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "16"}};
+const Operand operands168[] = {{"eye", 'v', false, Direction::in, 'F', "1", "3"}, {"at", 'v', false, Direction::in, 'F', "1", "3"}, {"up", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "16"}};
+const Operand operands169[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "4"}};
+const Operand operands170[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', true, Direction::in, 'F', "1", "2"}, {"dst", 'v', true, Direction::out, 'F', "1", "4"}};
+const Operand operands171[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "4"}};
+const Operand operands172[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', true, Direction::in, 'F', "1", "3"}, {"dst", 'v', true, Direction::out, 'F', "1", "4"}};
+const Operand operands173[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', false, Direction::in, 'F', "1", "4"}, {"dst", 'v', false, Direction::out, 'F', "1", "4"}};
+const Operand operands174[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', true, Direction::in, 'F', "1", "4"}, {"dst", 'v', true, Direction::out, 'F', "1", "4"}};
+const Operand operands175[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "2"}};
+const Operand operands176[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', true, Direction::in, 'F', "1", "2"}, {"dst", 'v', true, Direction::out, 'F', "1", "2"}};
+const Operand operands177[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "3"}};
+const Operand operands178[] = {{"src1", 'v', false, Direction::in, 'F', "1", "16"}, {"src2", 'v', true, Direction::in, 'F', "1", "3"}, {"dst", 'v', true, Direction::out, 'F', "1", "3"}};
+const Operand operands179[] = {{"projection", 'v', false, Direction::in, 'F', "1", "16"}, {"view", 'v', false, Direction::in, 'F', "1", "16"}, {"world", 'v', false, Direction::in, 'F', "1", "16"}, {"src", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "3"}};
+const Operand operands180[] = {{"projection", 'v', false, Direction::in, 'F', "1", "16"}, {"view", 'v', false, Direction::in, 'F', "1", "16"}, {"world", 'v', false, Direction::in, 'F', "1", "16"}, {"src", 'v', true, Direction::in, 'F', "1", "3"}, {"dst", 'v', true, Direction::out, 'F', "1", "3"}};
+const Operand operands181[] = {{"src1", 'm', false, Direction::in, 'S', "4", "4"}, {"src2", 'v', true, Direction::in, 'S', "1", "3"}, {"dst", 'v', true, Direction::out, 'S', "1", "3"}};
+const Operand operands182[] = {{"src1", 'v', false, Direction::in, 'F', "1", "2"}, {"src2", 'v', false, Direction::in, 'F', "1", "2"}, {"src3", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "2"}};
+const Operand operands183[] = {{"src1", 'v', false, Direction::in, 'F', "1", "3"}, {"src2", 'v', false, Direction::in, 'F', "1", "3"}, {"src3", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "3"}};
+const Operand operands184[] = {{"src1", 'v', false, Direction::in, 'F', "1", "2"}, {"src2", 'v', false, Direction::in, 'F', "1", "2"}, {"src3", 'v', false, Direction::in, 'F', "1", "2"}, {"src4", 'v', false, Direction::in, 'F', "1", "2"}, {"dst", 'v', false, Direction::out, 'F', "1", "2"}};
+const Operand operands185[] = {{"src1", 'v', false, Direction::in, 'F', "1", "3"}, {"src2", 'v', false, Direction::in, 'F', "1", "3"}, {"src3", 'v', false, Direction::in, 'F', "1", "3"}, {"src4", 'v', false, Direction::in, 'F', "1", "3"}, {"dst", 'v', false, Direction::out, 'F', "1", "3"}};
+const Operand operands186[] = {{"src1", 'v', false, Direction::in, 'F', "1", "4"}, {"src2", 'v', false, Direction::in, 'F', "1", "4"}, {"src3", 'v', false, Direction::in, 'F', "1", "4"}, {"src4", 'v', false, Direction::in, 'F', "1", "4"}, {"dst", 'v', false, Direction::out, 'F', "1", "4"}};
 
 const Member table[] = {
     {"tarnmAdd_vv_32f", "Add", "vv", Type::f32, "S", arguments0, 7, operands0, 3, invoker(tarnmAdd_vv_32f), functionOf(tarnmAdd_vv_32f)},
@@ -664,6 +723,91 @@ const Member table[] = {
     {"tarnmGaxpy_mvav_64f", "Gaxpy", "mvav", Type::f64, "S", arguments65, 16, operands147, 4, invoker(tarnmGaxpy_mvav_64f), functionOf(tarnmGaxpy_mvav_64f)},
     {"tarnmGaxpy_mvav_64f_L", "Gaxpy", "mvav", Type::f64, "L", arguments66, 16, operands148, 4, invoker(tarnmGaxpy_mvav_64f_L), functionOf(tarnmGaxpy_mvav_64f_L)},
     {"tarnmGaxpy_mvav_64f_P", "Gaxpy", "mvav", Type::f64, "P", arguments67, 15, operands149, 4, invoker(tarnmGaxpy_mvav_64f_P), functionOf(tarnmGaxpy_mvav_64f_P)},
+    {"tarnmAdd_v2_32f", "Add", "v2", Type::f32, "S", arguments68, 3, operands150, 3, invoker(tarnmAdd_v2_32f), functionOf(tarnmAdd_v2_32f)},
+    {"tarnmAdd_v3_32f", "Add", "v3", Type::f32, "S", arguments68, 3, operands151, 3, invoker(tarnmAdd_v3_32f), functionOf(tarnmAdd_v3_32f)},
+    {"tarnmAdd_v4_32f", "Add", "v4", Type::f32, "S", arguments68, 3, operands152, 3, invoker(tarnmAdd_v4_32f), functionOf(tarnmAdd_v4_32f)},
+    {"tarnmSub_v2_32f", "Sub", "v2", Type::f32, "S", arguments68, 3, operands150, 3, invoker(tarnmSub_v2_32f), functionOf(tarnmSub_v2_32f)},
+    {"tarnmSub_v3_32f", "Sub", "v3", Type::f32, "S", arguments68, 3, operands151, 3, invoker(tarnmSub_v3_32f), functionOf(tarnmSub_v3_32f)},
+    {"tarnmSub_v4_32f", "Sub", "v4", Type::f32, "S", arguments68, 3, operands152, 3, invoker(tarnmSub_v4_32f), functionOf(tarnmSub_v4_32f)},
+    {"tarnmMax_v2_32f", "Max", "v2", Type::f32, "S", arguments68, 3, operands150, 3, invoker(tarnmMax_v2_32f), functionOf(tarnmMax_v2_32f)},
+    {"tarnmMax_v3_32f", "Max", "v3", Type::f32, "S", arguments68, 3, operands151, 3, invoker(tarnmMax_v3_32f), functionOf(tarnmMax_v3_32f)},
+    {"tarnmMax_v4_32f", "Max", "v4", Type::f32, "S", arguments68, 3, operands152, 3, invoker(tarnmMax_v4_32f), functionOf(tarnmMax_v4_32f)},
+    {"tarnmMin_v2_32f", "Min", "v2", Type::f32, "S", arguments68, 3, operands150, 3, invoker(tarnmMin_v2_32f), functionOf(tarnmMin_v2_32f)},
+    {"tarnmMin_v3_32f", "Min", "v3", Type::f32, "S", arguments68, 3, operands151, 3, invoker(tarnmMin_v3_32f), functionOf(tarnmMin_v3_32f)},
+    {"tarnmMin_v4_32f", "Min", "v4", Type::f32, "S", arguments68, 3, operands152, 3, invoker(tarnmMin_v4_32f), functionOf(tarnmMin_v4_32f)},
+    {"tarnmMulC_v2_32f", "MulC", "v2", Type::f32, "S", arguments69, 3, operands153, 2, invoker(tarnmMulC_v2_32f), functionOf(tarnmMulC_v2_32f)},
+    {"tarnmMulC_v3_32f", "MulC", "v3", Type::f32, "S", arguments69, 3, operands154, 2, invoker(tarnmMulC_v3_32f), functionOf(tarnmMulC_v3_32f)},
+    {"tarnmMulC_v4_32f", "MulC", "v4", Type::f32, "S", arguments69, 3, operands155, 2, invoker(tarnmMulC_v4_32f), functionOf(tarnmMulC_v4_32f)},
+    {"tarnmDotProduct_v2_32f", "DotProduct", "v2", Type::f32, "S", arguments68, 3, operands156, 3, invoker(tarnmDotProduct_v2_32f), functionOf(tarnmDotProduct_v2_32f)},
+    {"tarnmDotProduct_v3_32f", "DotProduct", "v3", Type::f32, "S", arguments68, 3, operands157, 3, invoker(tarnmDotProduct_v3_32f), functionOf(tarnmDotProduct_v3_32f)},
+    {"tarnmDotProduct_v4_32f", "DotProduct", "v4", Type::f32, "S", arguments68, 3, operands158, 3, invoker(tarnmDotProduct_v4_32f), functionOf(tarnmDotProduct_v4_32f)},
+    {"tarnmLen_v2_32f", "Len", "v2", Type::f32, "S", arguments70, 2, operands159, 2, invoker(tarnmLen_v2_32f), functionOf(tarnmLen_v2_32f)},
+    {"tarnmLen_v3_32f", "Len", "v3", Type::f32, "S", arguments70, 2, operands160, 2, invoker(tarnmLen_v3_32f), functionOf(tarnmLen_v3_32f)},
+    {"tarnmLen_v4_32f", "Len", "v4", Type::f32, "S", arguments70, 2, operands161, 2, invoker(tarnmLen_v4_32f), functionOf(tarnmLen_v4_32f)},
+    {"tarnmLenSqr_v2_32f", "LenSqr", "v2", Type::f32, "S", arguments70, 2, operands159, 2, invoker(tarnmLenSqr_v2_32f), functionOf(tarnmLenSqr_v2_32f)},
+    {"tarnmLenSqr_v3_32f", "LenSqr", "v3", Type::f32, "S", arguments70, 2, operands160, 2, invoker(tarnmLenSqr_v3_32f), functionOf(tarnmLenSqr_v3_32f)},
+    {"tarnmLenSqr_v4_32f", "LenSqr", "v4", Type::f32, "S", arguments70, 2, operands161, 2, invoker(tarnmLenSqr_v4_32f), functionOf(tarnmLenSqr_v4_32f)},
+    {"tarnmNormalize_v2_32f", "Normalize", "v2", Type::f32, "S", arguments70, 2, operands153, 2, invoker(tarnmNormalize_v2_32f), functionOf(tarnmNormalize_v2_32f)},
+    {"tarnmNormalize_v3_32f", "Normalize", "v3", Type::f32, "S", arguments70, 2, operands154, 2, invoker(tarnmNormalize_v3_32f), functionOf(tarnmNormalize_v3_32f)},
+    {"tarnmNormalize_v4_32f", "Normalize", "v4", Type::f32, "S", arguments70, 2, operands155, 2, invoker(tarnmNormalize_v4_32f), functionOf(tarnmNormalize_v4_32f)},
+    {"tarnmCrossProduct_v2_32f", "CrossProduct", "v2", Type::f32, "S", arguments68, 3, operands156, 3, invoker(tarnmCrossProduct_v2_32f), functionOf(tarnmCrossProduct_v2_32f)},
+    {"tarnmCrossProduct_v3_32f", "CrossProduct", "v3", Type::f32, "S", arguments68, 3, operands151, 3, invoker(tarnmCrossProduct_v3_32f), functionOf(tarnmCrossProduct_v3_32f)},
+    {"tarnmCrossProduct_v4_32f", "CrossProduct", "v4", Type::f32, "S", arguments71, 4, operands162, 4, invoker(tarnmCrossProduct_v4_32f), functionOf(tarnmCrossProduct_v4_32f)},
+    {"tarnmIdentity_m4_32f", "Identity", "m4", Type::f32, "S", arguments72, 1, operands163, 1, invoker(tarnmIdentity_m4_32f), functionOf(tarnmIdentity_m4_32f)},
+    {"tarnmIsIdentity_m4_32f", "IsIdentity", "m4", Type::f32, "S", arguments73, 2, operands164, 2, invoker(tarnmIsIdentity_m4_32f), functionOf(tarnmIsIdentity_m4_32f)},
+    {"tarnmTranspose_m4_32f", "Transpose", "m4", Type::f32, "S", arguments70, 2, operands165, 2, invoker(tarnmTranspose_m4_32f), functionOf(tarnmTranspose_m4_32f)},
+    {"tarnmMul_mm4x4_32f", "Mul", "mm4x4", Type::f32, "S", arguments68, 3, operands166, 3, invoker(tarnmMul_mm4x4_32f), functionOf(tarnmMul_mm4x4_32f)},
+    {"tarnmMulTranspose_m4_32f", "MulTranspose", "m4", Type::f32, "S", arguments68, 3, operands166, 3, invoker(tarnmMulTranspose_m4_32f), functionOf(tarnmMulTranspose_m4_32f)},
+    {"tarnmTranslation_m4_32f", "Translation", "m4", Type::f32, "S", arguments74, 4, operands163, 1, invoker(tarnmTranslation_m4_32f), functionOf(tarnmTranslation_m4_32f)},
+    {"tarnmScaling_m4_32f", "Scaling", "m4", Type::f32, "S", arguments75, 4, operands163, 1, invoker(tarnmScaling_m4_32f), functionOf(tarnmScaling_m4_32f)},
+    {"tarnmRotationX_m4_32f", "RotationX", "m4", Type::f32, "S", arguments76, 2, operands163, 1, invoker(tarnmRotationX_m4_32f), functionOf(tarnmRotationX_m4_32f)},
+    {"tarnmRotationY_m4_32f", "RotationY", "m4", Type::f32, "S", arguments76, 2, operands163, 1, invoker(tarnmRotationY_m4_32f), functionOf(tarnmRotationY_m4_32f)},
+    {"tarnmRotationZ_m4_32f", "RotationZ", "m4", Type::f32, "S", arguments76, 2, operands163, 1, invoker(tarnmRotationZ_m4_32f), functionOf(tarnmRotationZ_m4_32f)},
+    {"tarnmRotationAxis_v3m4_32f", "RotationAxis", "v3m4", Type::f32, "S", arguments77, 3, operands167, 2, invoker(tarnmRotationAxis_v3m4_32f), functionOf(tarnmRotationAxis_v3m4_32f)},
+    {"tarnmRotationYawPitchRoll_m4_32f", "RotationYawPitchRoll", "m4", Type::f32, "S", arguments78, 4, operands163, 1, invoker(tarnmRotationYawPitchRoll_m4_32f), functionOf(tarnmRotationYawPitchRoll_m4_32f)},
+    {"tarnmLookAtLH_m4_32f", "LookAtLH", "m4", Type::f32, "S", arguments79, 4, operands168, 4, invoker(tarnmLookAtLH_m4_32f), functionOf(tarnmLookAtLH_m4_32f)},
+    {"tarnmLookAtRH_m4_32f", "LookAtRH", "m4", Type::f32, "S", arguments79, 4, operands168, 4, invoker(tarnmLookAtRH_m4_32f), functionOf(tarnmLookAtRH_m4_32f)},
+    {"tarnmOrthoLH_m4_32f", "OrthoLH", "m4", Type::f32, "S", arguments80, 5, operands163, 1, invoker(tarnmOrthoLH_m4_32f), functionOf(tarnmOrthoLH_m4_32f)},
+    {"tarnmOrthoRH_m4_32f", "OrthoRH", "m4", Type::f32, "S", arguments80, 5, operands163, 1, invoker(tarnmOrthoRH_m4_32f), functionOf(tarnmOrthoRH_m4_32f)},
+    {"tarnmOrthoOffCenterLH_m4_32f", "OrthoOffCenterLH", "m4", Type::f32, "S", arguments81, 7, operands163, 1, invoker(tarnmOrthoOffCenterLH_m4_32f), functionOf(tarnmOrthoOffCenterLH_m4_32f)},
+    {"tarnmOrthoOffCenterRH_m4_32f", "OrthoOffCenterRH", "m4", Type::f32, "S", arguments81, 7, operands163, 1, invoker(tarnmOrthoOffCenterRH_m4_32f), functionOf(tarnmOrthoOffCenterRH_m4_32f)},
+    {"tarnmPerspectiveLH_m4_32f", "PerspectiveLH", "m4", Type::f32, "S", arguments80, 5, operands163, 1, invoker(tarnmPerspectiveLH_m4_32f), functionOf(tarnmPerspectiveLH_m4_32f)},
+    {"tarnmPerspectiveRH_m4_32f", "PerspectiveRH", "m4", Type::f32, "S", arguments80, 5, operands163, 1, invoker(tarnmPerspectiveRH_m4_32f), functionOf(tarnmPerspectiveRH_m4_32f)},
+    {"tarnmPerspectiveFovLH_m4_32f", "PerspectiveFovLH", "m4", Type::f32, "S", arguments82, 5, operands163, 1, invoker(tarnmPerspectiveFovLH_m4_32f), functionOf(tarnmPerspectiveFovLH_m4_32f)},
+    {"tarnmPerspectiveFovRH_m4_32f", "PerspectiveFovRH", "m4", Type::f32, "S", arguments82, 5, operands163, 1, invoker(tarnmPerspectiveFovRH_m4_32f), functionOf(tarnmPerspectiveFovRH_m4_32f)},
+    {"tarnmPerspectiveOffCenterLH_m4_32f", "PerspectiveOffCenterLH", "m4", Type::f32, "S", arguments81, 7, operands163, 1, invoker(tarnmPerspectiveOffCenterLH_m4_32f), functionOf(tarnmPerspectiveOffCenterLH_m4_32f)},
+    {"tarnmPerspectiveOffCenterRH_m4_32f", "PerspectiveOffCenterRH", "m4", Type::f32, "S", arguments81, 7, operands163, 1, invoker(tarnmPerspectiveOffCenterRH_m4_32f), functionOf(tarnmPerspectiveOffCenterRH_m4_32f)},
+    {"tarnmAffineTransform_m4v2_32f", "AffineTransform", "m4v2", Type::f32, "S", arguments68, 3, operands169, 3, invoker(tarnmAffineTransform_m4v2_32f), functionOf(tarnmAffineTransform_m4v2_32f)},
+    {"tarnmAffineTransform_m4v2a_32f", "AffineTransform", "m4v2a", Type::f32, "S", arguments83, 6, operands170, 3, invoker(tarnmAffineTransform_m4v2a_32f), functionOf(tarnmAffineTransform_m4v2a_32f)},
+    {"tarnmAffineTransform_m4v3_32f", "AffineTransform", "m4v3", Type::f32, "S", arguments68, 3, operands171, 3, invoker(tarnmAffineTransform_m4v3_32f), functionOf(tarnmAffineTransform_m4v3_32f)},
+    {"tarnmAffineTransform_m4v3a_32f", "AffineTransform", "m4v3a", Type::f32, "S", arguments83, 6, operands172, 3, invoker(tarnmAffineTransform_m4v3a_32f), functionOf(tarnmAffineTransform_m4v3a_32f)},
+    {"tarnmAffineTransform_m4v4_32f", "AffineTransform", "m4v4", Type::f32, "S", arguments68, 3, operands173, 3, invoker(tarnmAffineTransform_m4v4_32f), functionOf(tarnmAffineTransform_m4v4_32f)},
+    {"tarnmAffineTransform_m4v4a_32f", "AffineTransform", "m4v4a", Type::f32, "S", arguments83, 6, operands174, 3, invoker(tarnmAffineTransform_m4v4a_32f), functionOf(tarnmAffineTransform_m4v4a_32f)},
+    {"tarnmAffineTransformCoord_m4v2_32f", "AffineTransformCoord", "m4v2", Type::f32, "S", arguments68, 3, operands175, 3, invoker(tarnmAffineTransformCoord_m4v2_32f), functionOf(tarnmAffineTransformCoord_m4v2_32f)},
+    {"tarnmAffineTransformCoord_m4v2a_32f", "AffineTransformCoord", "m4v2a", Type::f32, "S", arguments83, 6, operands176, 3, invoker(tarnmAffineTransformCoord_m4v2a_32f), functionOf(tarnmAffineTransformCoord_m4v2a_32f)},
+    {"tarnmAffineTransformCoord_m4v3_32f", "AffineTransformCoord", "m4v3", Type::f32, "S", arguments68, 3, operands177, 3, invoker(tarnmAffineTransformCoord_m4v3_32f), functionOf(tarnmAffineTransformCoord_m4v3_32f)},
+    {"tarnmAffineTransformCoord_m4v3a_32f", "AffineTransformCoord", "m4v3a", Type::f32, "S", arguments83, 6, operands178, 3, invoker(tarnmAffineTransformCoord_m4v3a_32f), functionOf(tarnmAffineTransformCoord_m4v3a_32f)},
+    {"tarnmAffineTransformNormal_m4v2_32f", "AffineTransformNormal", "m4v2", Type::f32, "S", arguments68, 3, operands175, 3, invoker(tarnmAffineTransformNormal_m4v2_32f), functionOf(tarnmAffineTransformNormal_m4v2_32f)},
+    {"tarnmAffineTransformNormal_m4v2a_32f", "AffineTransformNormal", "m4v2a", Type::f32, "S", arguments83, 6, operands176, 3, invoker(tarnmAffineTransformNormal_m4v2a_32f), functionOf(tarnmAffineTransformNormal_m4v2a_32f)},
+    {"tarnmAffineTransformNormal_m4v3_32f", "AffineTransformNormal", "m4v3", Type::f32, "S", arguments68, 3, operands177, 3, invoker(tarnmAffineTransformNormal_m4v3_32f), functionOf(tarnmAffineTransformNormal_m4v3_32f)},
+    {"tarnmAffineTransformNormal_m4v3a_32f", "AffineTransformNormal", "m4v3a", Type::f32, "S", arguments83, 6, operands178, 3, invoker(tarnmAffineTransformNormal_m4v3a_32f), functionOf(tarnmAffineTransformNormal_m4v3a_32f)},
+    {"tarnmProject_m4v3_32f", "Project", "m4v3", Type::f32, "S", arguments84, 9, operands179, 5, invoker(tarnmProject_m4v3_32f), functionOf(tarnmProject_m4v3_32f)},
+    {"tarnmProject_m4v3a_32f", "Project", "m4v3a", Type::f32, "S", arguments85, 12, operands180, 5, invoker(tarnmProject_m4v3a_32f), functionOf(tarnmProject_m4v3a_32f)},
+    {"tarnmUnproject_m4v3_32f", "Unproject", "m4v3", Type::f32, "S", arguments84, 9, operands179, 5, invoker(tarnmUnproject_m4v3_32f), functionOf(tarnmUnproject_m4v3_32f)},
+    {"tarnmUnproject_m4v3a_32f", "Unproject", "m4v3a", Type::f32, "S", arguments85, 12, operands180, 5, invoker(tarnmUnproject_m4v3a_32f), functionOf(tarnmUnproject_m4v3a_32f)},
+    {"tarnmAffineTransform3DH_mva_32f", "AffineTransform3DH", "mva", Type::f32, "S", arguments86, 10, operands181, 3, invoker(tarnmAffineTransform3DH_mva_32f), functionOf(tarnmAffineTransform3DH_mva_32f)},
+    {"tarnmInterpolationLinear_v2_32f", "InterpolationLinear", "v2", Type::f32, "S", arguments87, 4, operands150, 3, invoker(tarnmInterpolationLinear_v2_32f), functionOf(tarnmInterpolationLinear_v2_32f)},
+    {"tarnmInterpolationLinear_v3_32f", "InterpolationLinear", "v3", Type::f32, "S", arguments87, 4, operands151, 3, invoker(tarnmInterpolationLinear_v3_32f), functionOf(tarnmInterpolationLinear_v3_32f)},
+    {"tarnmInterpolationLinear_v4_32f", "InterpolationLinear", "v4", Type::f32, "S", arguments87, 4, operands152, 3, invoker(tarnmInterpolationLinear_v4_32f), functionOf(tarnmInterpolationLinear_v4_32f)},
+    {"tarnmBaryCentric_v2_32f", "BaryCentric", "v2", Type::f32, "S", arguments88, 6, operands182, 4, invoker(tarnmBaryCentric_v2_32f), functionOf(tarnmBaryCentric_v2_32f)},
+    {"tarnmBaryCentric_v3_32f", "BaryCentric", "v3", Type::f32, "S", arguments88, 6, operands183, 4, invoker(tarnmBaryCentric_v3_32f), functionOf(tarnmBaryCentric_v3_32f)},
+    {"tarnmBaryCentric_v4_32f", "BaryCentric", "v4", Type::f32, "S", arguments88, 6, operands162, 4, invoker(tarnmBaryCentric_v4_32f), functionOf(tarnmBaryCentric_v4_32f)},
+    {"tarnmHermite_v2_32f", "Hermite", "v2", Type::f32, "S", arguments89, 6, operands184, 5, invoker(tarnmHermite_v2_32f), functionOf(tarnmHermite_v2_32f)},
+    {"tarnmHermite_v3_32f", "Hermite", "v3", Type::f32, "S", arguments89, 6, operands185, 5, invoker(tarnmHermite_v3_32f), functionOf(tarnmHermite_v3_32f)},
+    {"tarnmHermite_v4_32f", "Hermite", "v4", Type::f32, "S", arguments89, 6, operands186, 5, invoker(tarnmHermite_v4_32f), functionOf(tarnmHermite_v4_32f)},
+    {"tarnmInterpolationCatmullRom_v2_32f", "InterpolationCatmullRom", "v2", Type::f32, "S", arguments89, 6, operands184, 5, invoker(tarnmInterpolationCatmullRom_v2_32f), functionOf(tarnmInterpolationCatmullRom_v2_32f)},
+    {"tarnmInterpolationCatmullRom_v3_32f", "InterpolationCatmullRom", "v3", Type::f32, "S", arguments89, 6, operands185, 5, invoker(tarnmInterpolationCatmullRom_v3_32f), functionOf(tarnmInterpolationCatmullRom_v3_32f)},
+    {"tarnmInterpolationCatmullRom_v4_32f", "InterpolationCatmullRom", "v4", Type::f32, "S", arguments89, 6, operands186, 5, invoker(tarnmInterpolationCatmullRom_v4_32f), functionOf(tarnmInterpolationCatmullRom_v4_32f)},
 };
 
 } // namespace

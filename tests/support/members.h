@@ -37,8 +37,9 @@ struct Argument {
 };
 
 // `letter`: v vector, m matrix, t matrix read transposed, c constant; for plain pointers s elements, i 32-bit
-// integers, b bytes. `layout`: S, L or P. `rows` and `columns` are expressions in the sizes ("widthHeight * 3") and
-// describe one object as it is stored; a vector has one row.
+// integers, b bytes. `layout`: S, L, P, or F for the fixed forms, whose elements always stand side by side. `rows` and
+// `columns` are expressions in the sizes ("widthHeight * 3") and describe one object as it is stored; a vector has one
+// row.
 struct Operand {
     std::string_view name;
     char letter;

@@ -1,4 +1,4 @@
-#include "conformance/sizes.h"
+#include "support/usual_sizes.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,0 +1,45 @@
+// What a run has found: table, JSON, chart.
+//
+//   Finding        one row with the times of its contenders
+//   markdownTable  a line per row: ours, the best peer, the ratios
+//   json           everything measured
+//   chart          a line per row, every contender at its time relative to the best peer
+//
+// All times are nanoseconds per object.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "harness/row.h"
+
+namespace bench {
+
+struct Entrant {
+    std::string name;
+    Role role;
+    double minimum;
+    double median;
+};
+
+struct Finding {
+    std::string row;
+    int count;
+    int threads;
+    double bound;
+    std::vector<Entrant> entrants;
+
+    // The peer that a user would do best with.
+    const Entrant& bestPeer() const;
+    // The best of several builds of ours.
+    const Entrant& ours() const;
+};
+
+std::string markdownTable(const std::vector<Finding>& findings);
+// Geometric mean and extremes of ours / best peer, one line per build of ours.
+std::string summary(const std::vector<Finding>& findings);
+// `machine` is JSON text.
+std::string json(const std::vector<Finding>& findings, const std::string& machine);
+std::string chart(const std::vector<Finding>& findings, const std::string& title);
+
+} // namespace bench

@@ -1,0 +1,11 @@
+// The families that have rows, one file each.
+#pragma once
+
+#include "harness/row.h"
+
+namespace bench {
+
+void frameRows(Rows& rows);
+void elementwiseRows(Rows& rows);
+
+} // namespace bench

@@ -1,0 +1,26 @@
+// The command line.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace cloud {
+
+struct Options {
+    std::string input;  // empty: the built-in scene
+    std::string output; // empty: none
+    bool ascii = false;
+    int points = 20000; // of the built-in scene
+    int repeat = 20;
+    int threads = 0; // 0: the default of tarncore
+};
+
+struct CommandLine {
+    Options options;
+    std::optional<int> exitStatus; // set if there is nothing to be done: 0 after --help, 2 after a mistake
+};
+
+// Prints the help or what is wrong.
+CommandLine parseCommandLine(int argc, const char* const* argv);
+
+} // namespace cloud
