@@ -9,7 +9,7 @@ namespace tarnm {
 
 tarnmStatus ownDense_tarnmMul_mam_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, float* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(matrixArray<Spacing::dense>(pSrc1,
@@ -20,7 +20,7 @@ tarnmStatus ownDense_tarnmMul_mam_32f(const float* pSrc1, int32_t src1ObjectStri
 
 tarnmStatus ownStrided_tarnmMul_mam_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, float* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(matrixArray<Spacing::strided>(pSrc1,
@@ -31,7 +31,7 @@ tarnmStatus ownStrided_tarnmMul_mam_32f(const float* pSrc1, int32_t src1ObjectSt
 
 tarnmStatus ownDense_tarnmMul_mam_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(matrixList<Spacing::dense>(ppSrc1,
@@ -42,7 +42,7 @@ tarnmStatus ownDense_tarnmMul_mam_32f_L(const float* const* ppSrc1, int32_t src1
 
 tarnmStatus ownStrided_tarnmMul_mam_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 3}>(matrixList<Spacing::strided>(ppSrc1,
@@ -53,7 +53,7 @@ tarnmStatus ownStrided_tarnmMul_mam_32f_L(const float* const* ppSrc1, int32_t sr
 
 tarnmStatus ownPointer_tarnmMul_mam_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
     int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width,
-    int32_t src2Height, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
+    int32_t /*src2Height*/, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 3}>(scatteredMatrixArray(ppSrc1, src1RoiShift,
         src1ObjectStride, src1Width), scatteredMatrix(ppSrc2, src2RoiShift, src2Width), scatteredMatrixArray(ppDst,
@@ -62,7 +62,7 @@ tarnmStatus ownPointer_tarnmMul_mam_32f_P(const float* const* ppSrc1, int32_t sr
 
 tarnmStatus ownDense_tarnmMul_mam_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, double* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(matrixArray<Spacing::dense>(pSrc1,
@@ -73,7 +73,7 @@ tarnmStatus ownDense_tarnmMul_mam_64f(const double* pSrc1, int32_t src1ObjectStr
 
 tarnmStatus ownStrided_tarnmMul_mam_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, double* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(matrixArray<Spacing::strided>(pSrc1,
@@ -84,7 +84,7 @@ tarnmStatus ownStrided_tarnmMul_mam_64f(const double* pSrc1, int32_t src1ObjectS
 
 tarnmStatus ownDense_tarnmMul_mam_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(matrixList<Spacing::dense>(ppSrc1,
@@ -95,7 +95,7 @@ tarnmStatus ownDense_tarnmMul_mam_64f_L(const double* const* ppSrc1, int32_t src
 
 tarnmStatus ownStrided_tarnmMul_mam_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(matrixList<Spacing::strided>(ppSrc1,
@@ -106,7 +106,7 @@ tarnmStatus ownStrided_tarnmMul_mam_64f_L(const double* const* ppSrc1, int32_t s
 
 tarnmStatus ownPointer_tarnmMul_mam_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
     int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2RoiShift, int32_t src2Width, int32_t /*src2Height*/, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstObjectStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(scatteredMatrixArray(ppSrc1, src1RoiShift,

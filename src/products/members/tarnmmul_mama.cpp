@@ -9,7 +9,7 @@ namespace tarnm {
 
 tarnmStatus ownDense_tarnmMul_mama_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
-    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, float* pDst,
     int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(matrixArray<Spacing::dense>(pSrc1,
@@ -20,7 +20,7 @@ tarnmStatus ownDense_tarnmMul_mama_32f(const float* pSrc1, int32_t src1ObjectStr
 
 tarnmStatus ownStrided_tarnmMul_mama_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
-    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, float* pDst,
     int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 5}>(matrixArray<Spacing::strided>(pSrc1,
@@ -31,8 +31,9 @@ tarnmStatus ownStrided_tarnmMul_mama_32f(const float* pSrc1, int32_t src1ObjectS
 
 tarnmStatus ownDense_tarnmMul_mama_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
-    float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, Place place)
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width,
+    int32_t /*src2Height*/, float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride,
+    Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(matrixList<Spacing::dense>(ppSrc1,
         src1RoiShift, src1RowStride, src1ElementStride), matrixList<Spacing::dense>(ppSrc2, src2RoiShift,
@@ -42,8 +43,9 @@ tarnmStatus ownDense_tarnmMul_mama_32f_L(const float* const* ppSrc1, int32_t src
 
 tarnmStatus ownStrided_tarnmMul_mama_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
-    float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, Place place)
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width,
+    int32_t /*src2Height*/, float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride,
+    Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(matrixList<Spacing::strided>(ppSrc1,
         src1RoiShift, src1RowStride, src1ElementStride), matrixList<Spacing::strided>(ppSrc2, src2RoiShift,
@@ -53,7 +55,7 @@ tarnmStatus ownStrided_tarnmMul_mama_32f_L(const float* const* ppSrc1, int32_t s
 
 tarnmStatus ownPointer_tarnmMul_mama_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
     int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Width, int32_t src2Height, float* const* ppDst,
+    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Width, int32_t /*src2Height*/, float* const* ppDst,
     int32_t dstRoiShift, int32_t dstObjectStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(scatteredMatrixArray(ppSrc1, src1RoiShift,
@@ -64,7 +66,7 @@ tarnmStatus ownPointer_tarnmMul_mama_32f_P(const float* const* ppSrc1, int32_t s
 
 tarnmStatus ownDense_tarnmMul_mama_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
-    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, double* pDst,
     int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(matrixArray<Spacing::dense>(pSrc1,
@@ -75,7 +77,7 @@ tarnmStatus ownDense_tarnmMul_mama_64f(const double* pSrc1, int32_t src1ObjectSt
 
 tarnmStatus ownStrided_tarnmMul_mama_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
-    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, double* pDst,
     int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(matrixArray<Spacing::strided>(pSrc1,
@@ -86,8 +88,9 @@ tarnmStatus ownStrided_tarnmMul_mama_64f(const double* pSrc1, int32_t src1Object
 
 tarnmStatus ownDense_tarnmMul_mama_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
-    double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, Place place)
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width,
+    int32_t /*src2Height*/, double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(matrixList<Spacing::dense>(ppSrc1,
         src1RoiShift, src1RowStride, src1ElementStride), matrixList<Spacing::dense>(ppSrc2, src2RoiShift,
@@ -97,8 +100,9 @@ tarnmStatus ownDense_tarnmMul_mama_64f_L(const double* const* ppSrc1, int32_t sr
 
 tarnmStatus ownStrided_tarnmMul_mama_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
-    double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, Place place)
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width,
+    int32_t /*src2Height*/, double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(matrixList<Spacing::strided>(ppSrc1,
         src1RoiShift, src1RowStride, src1ElementStride), matrixList<Spacing::strided>(ppSrc2, src2RoiShift,
@@ -108,7 +112,7 @@ tarnmStatus ownStrided_tarnmMul_mama_64f_L(const double* const* ppSrc1, int32_t 
 
 tarnmStatus ownPointer_tarnmMul_mama_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
     int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Width, int32_t src2Height, double* const* ppDst,
+    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Width, int32_t /*src2Height*/, double* const* ppDst,
     int32_t dstRoiShift, int32_t dstObjectStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(scatteredMatrixArray(ppSrc1, src1RoiShift,

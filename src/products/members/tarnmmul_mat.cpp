@@ -9,7 +9,7 @@ namespace tarnm {
 
 tarnmStatus ownDense_tarnmMul_mat_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, float* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::ascending, .largestCase = 6}>(matrixArray<Spacing::dense>(pSrc1,
@@ -20,7 +20,7 @@ tarnmStatus ownDense_tarnmMul_mat_32f(const float* pSrc1, int32_t src1ObjectStri
 
 tarnmStatus ownStrided_tarnmMul_mat_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, float* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::guardedLanes, .largestCase = 3}>(matrixArray<Spacing::strided>(pSrc1,
@@ -31,7 +31,7 @@ tarnmStatus ownStrided_tarnmMul_mat_32f(const float* pSrc1, int32_t src1ObjectSt
 
 tarnmStatus ownDense_tarnmMul_mat_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::ascending, .largestCase = 6}>(matrixList<Spacing::dense>(ppSrc1,
@@ -42,7 +42,7 @@ tarnmStatus ownDense_tarnmMul_mat_32f_L(const float* const* ppSrc1, int32_t src1
 
 tarnmStatus ownStrided_tarnmMul_mat_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 3}>(matrixList<Spacing::strided>(ppSrc1,
@@ -63,7 +63,7 @@ tarnmStatus ownPointer_tarnmMul_mat_32f_P(const float* const* ppSrc1, int32_t sr
 
 tarnmStatus ownDense_tarnmMul_mat_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, double* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::ascending, .largestCase = 6}>(matrixArray<Spacing::dense>(pSrc1,
@@ -74,7 +74,7 @@ tarnmStatus ownDense_tarnmMul_mat_64f(const double* pSrc1, int32_t src1ObjectStr
 
 tarnmStatus ownStrided_tarnmMul_mat_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, double* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::guardedLanes, .largestCase = 6}>(matrixArray<Spacing::strided>(pSrc1,
@@ -85,7 +85,7 @@ tarnmStatus ownStrided_tarnmMul_mat_64f(const double* pSrc1, int32_t src1ObjectS
 
 tarnmStatus ownDense_tarnmMul_mat_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::ascending, .largestCase = 6}>(matrixList<Spacing::dense>(ppSrc1,
@@ -96,7 +96,7 @@ tarnmStatus ownDense_tarnmMul_mat_64f_L(const double* const* ppSrc1, int32_t src
 
 tarnmStatus ownStrided_tarnmMul_mat_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::guardedLanes, .largestCase = 6}>(matrixList<Spacing::strided>(ppSrc1,

@@ -9,7 +9,7 @@ namespace tarnm {
 
 tarnmStatus ownDense_tarnmMul_mav_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ElementStride,
-    int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::plainInPair,
         .alone = RowSum::plainAlone}>(matrixArray<Spacing::dense>(pSrc1, src1ObjectStride, src1RowStride,
@@ -19,7 +19,7 @@ tarnmStatus ownDense_tarnmMul_mav_32f(const float* pSrc1, int32_t src1ObjectStri
 
 tarnmStatus ownStrided_tarnmMul_mav_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ElementStride,
-    int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::guardedLanes}>(matrixArray<Spacing::strided>(pSrc1,
         src1ObjectStride, src1RowStride, src1ElementStride), vector<Spacing::strided>(pSrc2, src2ElementStride),
@@ -28,7 +28,7 @@ tarnmStatus ownStrided_tarnmMul_mav_32f(const float* pSrc1, int32_t src1ObjectSt
 
 tarnmStatus ownDense_tarnmMul_mav_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ElementStride,
-    int32_t src2Len, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::alignedInPair,
         .alone = RowSum::alignedAlone}>(matrixList<Spacing::dense>(ppSrc1, src1RoiShift, src1RowStride,
@@ -38,7 +38,7 @@ tarnmStatus ownDense_tarnmMul_mav_32f_L(const float* const* ppSrc1, int32_t src1
 
 tarnmStatus ownStrided_tarnmMul_mav_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ElementStride,
-    int32_t src2Len, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::guardedLanes}>(matrixList<Spacing::strided>(ppSrc1,
         src1RoiShift, src1RowStride, src1ElementStride), vector<Spacing::strided>(pSrc2, src2ElementStride),
@@ -46,7 +46,7 @@ tarnmStatus ownStrided_tarnmMul_mav_32f_L(const float* const* ppSrc1, int32_t sr
 }
 
 tarnmStatus ownPointer_tarnmMul_mav_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
-    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Len,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t /*src2Len*/,
     float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(scatteredMatrixArray(ppSrc1, src1RoiShift,
@@ -56,7 +56,7 @@ tarnmStatus ownPointer_tarnmMul_mav_32f_P(const float* const* ppSrc1, int32_t sr
 
 tarnmStatus ownDense_tarnmMul_mav_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ElementStride,
-    int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::plainInPair,
         .alone = RowSum::plainAlone}>(matrixArray<Spacing::dense>(pSrc1, src1ObjectStride, src1RowStride,
@@ -66,7 +66,7 @@ tarnmStatus ownDense_tarnmMul_mav_64f(const double* pSrc1, int32_t src1ObjectStr
 
 tarnmStatus ownStrided_tarnmMul_mav_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ElementStride,
-    int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::guardedLanes}>(matrixArray<Spacing::strided>(pSrc1,
         src1ObjectStride, src1RowStride, src1ElementStride), vector<Spacing::strided>(pSrc2, src2ElementStride),
@@ -75,7 +75,7 @@ tarnmStatus ownStrided_tarnmMul_mav_64f(const double* pSrc1, int32_t src1ObjectS
 
 tarnmStatus ownDense_tarnmMul_mav_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ElementStride,
-    int32_t src2Len, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::alignedInPair,
         .alone = RowSum::alignedAlone}>(matrixList<Spacing::dense>(ppSrc1, src1RoiShift, src1RowStride,
@@ -85,7 +85,7 @@ tarnmStatus ownDense_tarnmMul_mav_64f_L(const double* const* ppSrc1, int32_t src
 
 tarnmStatus ownStrided_tarnmMul_mav_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ElementStride,
-    int32_t src2Len, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::guardedLanes}>(matrixList<Spacing::strided>(ppSrc1,
         src1RoiShift, src1RowStride, src1ElementStride), vector<Spacing::strided>(pSrc2, src2ElementStride),
@@ -94,7 +94,7 @@ tarnmStatus ownStrided_tarnmMul_mav_64f_L(const double* const* ppSrc1, int32_t s
 
 tarnmStatus ownPointer_tarnmMul_mav_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
     int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t src2RoiShift, int32_t /*src2Len*/, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
     Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(scatteredMatrixArray(ppSrc1, src1RoiShift,

@@ -9,7 +9,7 @@ namespace tarnm {
 
 tarnmStatus ownDense_tarnmMul_mava_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
-    int32_t src2ElementStride, int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride,
+    int32_t src2ElementStride, int32_t /*src2Len*/, float* pDst, int32_t dstObjectStride, int32_t dstElementStride,
     Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::plainInPair,
@@ -20,7 +20,7 @@ tarnmStatus ownDense_tarnmMul_mava_32f(const float* pSrc1, int32_t src1ObjectStr
 
 tarnmStatus ownStrided_tarnmMul_mava_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
-    int32_t src2ElementStride, int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride,
+    int32_t src2ElementStride, int32_t /*src2Len*/, float* pDst, int32_t dstObjectStride, int32_t dstElementStride,
     Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::guardedLanes}>(matrixArray<Spacing::strided>(pSrc1,
@@ -31,7 +31,7 @@ tarnmStatus ownStrided_tarnmMul_mava_32f(const float* pSrc1, int32_t src1ObjectS
 
 tarnmStatus ownDense_tarnmMul_mava_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ElementStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2RoiShift, int32_t src2ElementStride, int32_t /*src2Len*/, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::sixteens}>(matrixList<Spacing::dense>(ppSrc1, src1RoiShift,
@@ -41,7 +41,7 @@ tarnmStatus ownDense_tarnmMul_mava_32f_L(const float* const* ppSrc1, int32_t src
 
 tarnmStatus ownStrided_tarnmMul_mava_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ElementStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2RoiShift, int32_t src2ElementStride, int32_t /*src2Len*/, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::guardedLanes}>(matrixList<Spacing::strided>(ppSrc1,
@@ -52,7 +52,7 @@ tarnmStatus ownStrided_tarnmMul_mava_32f_L(const float* const* ppSrc1, int32_t s
 
 tarnmStatus ownPointer_tarnmMul_mava_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
     int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t /*src2Len*/, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstObjectStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(scatteredMatrixArray(ppSrc1, src1RoiShift,
@@ -62,7 +62,7 @@ tarnmStatus ownPointer_tarnmMul_mava_32f_P(const float* const* ppSrc1, int32_t s
 
 tarnmStatus ownDense_tarnmMul_mava_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
-    int32_t src2ElementStride, int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride,
+    int32_t src2ElementStride, int32_t /*src2Len*/, double* pDst, int32_t dstObjectStride, int32_t dstElementStride,
     Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::plainInPair,
@@ -73,7 +73,7 @@ tarnmStatus ownDense_tarnmMul_mava_64f(const double* pSrc1, int32_t src1ObjectSt
 
 tarnmStatus ownStrided_tarnmMul_mava_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
-    int32_t src2ElementStride, int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride,
+    int32_t src2ElementStride, int32_t /*src2Len*/, double* pDst, int32_t dstObjectStride, int32_t dstElementStride,
     Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::guardedLanes}>(matrixArray<Spacing::strided>(pSrc1,
@@ -84,7 +84,7 @@ tarnmStatus ownStrided_tarnmMul_mava_64f(const double* pSrc1, int32_t src1Object
 
 tarnmStatus ownDense_tarnmMul_mava_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ElementStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2RoiShift, int32_t src2ElementStride, int32_t /*src2Len*/, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::sixteens}>(matrixList<Spacing::dense>(ppSrc1, src1RoiShift,
@@ -94,7 +94,7 @@ tarnmStatus ownDense_tarnmMul_mava_64f_L(const double* const* ppSrc1, int32_t sr
 
 tarnmStatus ownStrided_tarnmMul_mava_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ElementStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2RoiShift, int32_t src2ElementStride, int32_t /*src2Len*/, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::guardedLanes}>(matrixList<Spacing::strided>(ppSrc1,
@@ -105,7 +105,7 @@ tarnmStatus ownStrided_tarnmMul_mava_64f_L(const double* const* ppSrc1, int32_t 
 
 tarnmStatus ownPointer_tarnmMul_mava_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
     int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t /*src2Len*/, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstObjectStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(scatteredMatrixArray(ppSrc1, src1RoiShift,

@@ -9,7 +9,7 @@ namespace tarnm {
 
 tarnmStatus ownDense_tarnmMul_mva_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::alignedInPair,
         .looksAtAlignment = true}>(matrix<Spacing::dense>(pSrc1, src1RowStride, src1ElementStride),
@@ -19,7 +19,7 @@ tarnmStatus ownDense_tarnmMul_mva_32f(const float* pSrc1, int32_t src1RowStride,
 
 tarnmStatus ownStrided_tarnmMul_mva_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::guardedLanes}>(matrix<Spacing::strided>(pSrc1, src1RowStride,
         src1ElementStride), vectorArray<Spacing::strided>(pSrc2, src2ObjectStride, src2ElementStride),
@@ -28,8 +28,8 @@ tarnmStatus ownStrided_tarnmMul_mva_32f(const float* pSrc1, int32_t src1RowStrid
 
 tarnmStatus ownDense_tarnmMul_mva_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
-    Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::plainInPair,
         .alone = RowSum::plainAlone}>(matrix<Spacing::dense>(pSrc1, src1RowStride, src1ElementStride),
@@ -39,8 +39,8 @@ tarnmStatus ownDense_tarnmMul_mva_32f_L(const float* pSrc1, int32_t src1RowStrid
 
 tarnmStatus ownStrided_tarnmMul_mva_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
-    Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::guardedLanes}>(matrix<Spacing::strided>(pSrc1, src1RowStride,
         src1ElementStride), vectorList<Spacing::strided>(ppSrc2, src2RoiShift, src2ElementStride),
@@ -48,8 +48,8 @@ tarnmStatus ownStrided_tarnmMul_mva_32f_L(const float* pSrc1, int32_t src1RowStr
 }
 
 tarnmStatus ownPointer_tarnmMul_mva_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
-    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
-    float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t /*src2Len*/, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(scatteredMatrix(ppSrc1, src1RoiShift, src1Width),
         scatteredVectorArray(ppSrc2, src2RoiShift, src2ObjectStride), scatteredVectorArray(ppDst, dstRoiShift,
@@ -58,7 +58,7 @@ tarnmStatus ownPointer_tarnmMul_mva_32f_P(const float* const* ppSrc1, int32_t sr
 
 tarnmStatus ownDense_tarnmMul_mva_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::plainInPair,
         .alone = RowSum::plainAlone}>(matrix<Spacing::dense>(pSrc1, src1RowStride, src1ElementStride),
@@ -68,7 +68,7 @@ tarnmStatus ownDense_tarnmMul_mva_64f(const double* pSrc1, int32_t src1RowStride
 
 tarnmStatus ownStrided_tarnmMul_mva_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::guardedLanes}>(matrix<Spacing::strided>(pSrc1, src1RowStride,
         src1ElementStride), vectorArray<Spacing::strided>(pSrc2, src2ObjectStride, src2ElementStride),
@@ -77,8 +77,8 @@ tarnmStatus ownStrided_tarnmMul_mva_64f(const double* pSrc1, int32_t src1RowStri
 
 tarnmStatus ownDense_tarnmMul_mva_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
-    Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::plainInPair,
         .alone = RowSum::plainAlone}>(matrix<Spacing::dense>(pSrc1, src1RowStride, src1ElementStride),
@@ -88,8 +88,8 @@ tarnmStatus ownDense_tarnmMul_mva_64f_L(const double* pSrc1, int32_t src1RowStri
 
 tarnmStatus ownStrided_tarnmMul_mva_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
-    Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::guardedLanes}>(matrix<Spacing::strided>(pSrc1, src1RowStride,
         src1ElementStride), vectorList<Spacing::strided>(ppSrc2, src2RoiShift, src2ElementStride),
@@ -97,8 +97,8 @@ tarnmStatus ownStrided_tarnmMul_mva_64f_L(const double* pSrc1, int32_t src1RowSt
 }
 
 tarnmStatus ownPointer_tarnmMul_mva_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
-    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
-    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t /*src2Len*/, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(scatteredMatrix(ppSrc1, src1RoiShift, src1Width),
         scatteredVectorArray(ppSrc2, src2RoiShift, src2ObjectStride), scatteredVectorArray(ppDst, dstRoiShift,

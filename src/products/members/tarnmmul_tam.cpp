@@ -9,7 +9,7 @@ namespace tarnm {
 
 tarnmStatus ownDense_tarnmMul_tam_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, float* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::innerLanes,
@@ -21,7 +21,7 @@ tarnmStatus ownDense_tarnmMul_tam_32f(const float* pSrc1, int32_t src1ObjectStri
 
 tarnmStatus ownStrided_tarnmMul_tam_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, float* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,
@@ -33,7 +33,7 @@ tarnmStatus ownStrided_tarnmMul_tam_32f(const float* pSrc1, int32_t src1ObjectSt
 
 tarnmStatus ownDense_tarnmMul_tam_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::innerLanes,
@@ -45,7 +45,7 @@ tarnmStatus ownDense_tarnmMul_tam_32f_L(const float* const* ppSrc1, int32_t src1
 
 tarnmStatus ownStrided_tarnmMul_tam_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,
@@ -57,7 +57,7 @@ tarnmStatus ownStrided_tarnmMul_tam_32f_L(const float* const* ppSrc1, int32_t sr
 
 tarnmStatus ownPointer_tarnmMul_tam_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
     int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width,
-    int32_t src2Height, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
+    int32_t /*src2Height*/, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 3}>(transposed(scatteredMatrixArray(ppSrc1,
         src1RoiShift, src1ObjectStride, src1Width)), scatteredMatrix(ppSrc2, src2RoiShift, src2Width),
@@ -67,7 +67,7 @@ tarnmStatus ownPointer_tarnmMul_tam_32f_P(const float* const* ppSrc1, int32_t sr
 
 tarnmStatus ownDense_tarnmMul_tam_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, double* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::innerLanes,
@@ -79,7 +79,7 @@ tarnmStatus ownDense_tarnmMul_tam_64f(const double* pSrc1, int32_t src1ObjectStr
 
 tarnmStatus ownStrided_tarnmMul_tam_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, double* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,
@@ -91,7 +91,7 @@ tarnmStatus ownStrided_tarnmMul_tam_64f(const double* pSrc1, int32_t src1ObjectS
 
 tarnmStatus ownDense_tarnmMul_tam_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::innerLanes,
@@ -103,7 +103,7 @@ tarnmStatus ownDense_tarnmMul_tam_64f_L(const double* const* ppSrc1, int32_t src
 
 tarnmStatus ownStrided_tarnmMul_tam_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,
@@ -115,7 +115,7 @@ tarnmStatus ownStrided_tarnmMul_tam_64f_L(const double* const* ppSrc1, int32_t s
 
 tarnmStatus ownPointer_tarnmMul_tam_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
     int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2RoiShift, int32_t src2Width, int32_t /*src2Height*/, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstObjectStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(transposed(scatteredMatrixArray(ppSrc1,

@@ -9,7 +9,7 @@ namespace tarnm {
 
 tarnmStatus ownDense_tarnmMul_tama_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
-    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, float* pDst,
     int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::innerLanes,
@@ -21,7 +21,7 @@ tarnmStatus ownDense_tarnmMul_tama_32f(const float* pSrc1, int32_t src1ObjectStr
 
 tarnmStatus ownStrided_tarnmMul_tama_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
-    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, float* pDst,
     int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,
@@ -33,8 +33,9 @@ tarnmStatus ownStrided_tarnmMul_tama_32f(const float* pSrc1, int32_t src1ObjectS
 
 tarnmStatus ownDense_tarnmMul_tama_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
-    float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, Place place)
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width,
+    int32_t /*src2Height*/, float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride,
+    Place place)
 {
     return multiply<ProductPlan{.sum = Sum::innerLanes,
         .largestCase = 6}>(transposed(matrixList<Spacing::dense>(ppSrc1, src1RoiShift, src1RowStride,
@@ -45,8 +46,9 @@ tarnmStatus ownDense_tarnmMul_tama_32f_L(const float* const* ppSrc1, int32_t src
 
 tarnmStatus ownStrided_tarnmMul_tama_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
-    float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, Place place)
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width,
+    int32_t /*src2Height*/, float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride,
+    Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,
         .largestCase = 6}>(transposed(matrixList<Spacing::strided>(ppSrc1, src1RoiShift, src1RowStride,
@@ -57,7 +59,7 @@ tarnmStatus ownStrided_tarnmMul_tama_32f_L(const float* const* ppSrc1, int32_t s
 
 tarnmStatus ownPointer_tarnmMul_tama_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
     int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Width, int32_t src2Height, float* const* ppDst,
+    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Width, int32_t /*src2Height*/, float* const* ppDst,
     int32_t dstRoiShift, int32_t dstObjectStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(transposed(scatteredMatrixArray(ppSrc1,
@@ -68,7 +70,7 @@ tarnmStatus ownPointer_tarnmMul_tama_32f_P(const float* const* ppSrc1, int32_t s
 
 tarnmStatus ownDense_tarnmMul_tama_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
-    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, double* pDst,
     int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::innerLanes,
@@ -80,7 +82,7 @@ tarnmStatus ownDense_tarnmMul_tama_64f(const double* pSrc1, int32_t src1ObjectSt
 
 tarnmStatus ownStrided_tarnmMul_tama_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
-    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t /*src2Height*/, double* pDst,
     int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,
@@ -92,8 +94,9 @@ tarnmStatus ownStrided_tarnmMul_tama_64f(const double* pSrc1, int32_t src1Object
 
 tarnmStatus ownDense_tarnmMul_tama_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
-    double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, Place place)
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width,
+    int32_t /*src2Height*/, double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::innerLanes,
         .largestCase = 6}>(transposed(matrixList<Spacing::dense>(ppSrc1, src1RoiShift, src1RowStride,
@@ -104,8 +107,9 @@ tarnmStatus ownDense_tarnmMul_tama_64f_L(const double* const* ppSrc1, int32_t sr
 
 tarnmStatus ownStrided_tarnmMul_tama_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
-    double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, Place place)
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width,
+    int32_t /*src2Height*/, double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,
         .largestCase = 6}>(transposed(matrixList<Spacing::strided>(ppSrc1, src1RoiShift, src1RowStride,
@@ -116,7 +120,7 @@ tarnmStatus ownStrided_tarnmMul_tama_64f_L(const double* const* ppSrc1, int32_t 
 
 tarnmStatus ownPointer_tarnmMul_tama_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
     int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Width, int32_t src2Height, double* const* ppDst,
+    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Width, int32_t /*src2Height*/, double* const* ppDst,
     int32_t dstRoiShift, int32_t dstObjectStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(transposed(scatteredMatrixArray(ppSrc1,

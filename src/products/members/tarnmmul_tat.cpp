@@ -9,7 +9,7 @@ namespace tarnm {
 
 tarnmStatus ownDense_tarnmMul_tat_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, float* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(transposed(matrixArray<Spacing::dense>(pSrc1,
@@ -20,7 +20,7 @@ tarnmStatus ownDense_tarnmMul_tat_32f(const float* pSrc1, int32_t src1ObjectStri
 
 tarnmStatus ownStrided_tarnmMul_tat_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, float* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,
@@ -32,7 +32,7 @@ tarnmStatus ownStrided_tarnmMul_tat_32f(const float* pSrc1, int32_t src1ObjectSt
 
 tarnmStatus ownDense_tarnmMul_tat_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(transposed(matrixList<Spacing::dense>(ppSrc1,
@@ -43,7 +43,7 @@ tarnmStatus ownDense_tarnmMul_tat_32f_L(const float* const* ppSrc1, int32_t src1
 
 tarnmStatus ownStrided_tarnmMul_tat_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,
@@ -65,7 +65,7 @@ tarnmStatus ownPointer_tarnmMul_tat_32f_P(const float* const* ppSrc1, int32_t sr
 
 tarnmStatus ownDense_tarnmMul_tat_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, double* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(transposed(matrixArray<Spacing::dense>(pSrc1,
@@ -76,7 +76,7 @@ tarnmStatus ownDense_tarnmMul_tat_64f(const double* pSrc1, int32_t src1ObjectStr
 
 tarnmStatus ownStrided_tarnmMul_tat_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, double* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,
@@ -88,7 +88,7 @@ tarnmStatus ownStrided_tarnmMul_tat_64f(const double* pSrc1, int32_t src1ObjectS
 
 tarnmStatus ownDense_tarnmMul_tat_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(transposed(matrixList<Spacing::dense>(ppSrc1,
@@ -99,7 +99,7 @@ tarnmStatus ownDense_tarnmMul_tat_64f_L(const double* const* ppSrc1, int32_t src
 
 tarnmStatus ownStrided_tarnmMul_tat_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,

@@ -9,7 +9,7 @@ namespace tarnm {
 
 tarnmStatus ownDense_tarnmMul_tata_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
-    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, float* pDst,
     int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(transposed(matrixArray<Spacing::dense>(pSrc1,
@@ -20,7 +20,7 @@ tarnmStatus ownDense_tarnmMul_tata_32f(const float* pSrc1, int32_t src1ObjectStr
 
 tarnmStatus ownStrided_tarnmMul_tata_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
-    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, float* pDst,
     int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,
@@ -32,8 +32,9 @@ tarnmStatus ownStrided_tarnmMul_tata_32f(const float* pSrc1, int32_t src1ObjectS
 
 tarnmStatus ownDense_tarnmMul_tata_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
-    float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, Place place)
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t /*src2Width*/,
+    int32_t src2Height, float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride,
+    Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(transposed(matrixList<Spacing::dense>(ppSrc1,
         src1RoiShift, src1RowStride, src1ElementStride)), transposed(matrixList<Spacing::dense>(ppSrc2, src2RoiShift,
@@ -43,8 +44,9 @@ tarnmStatus ownDense_tarnmMul_tata_32f_L(const float* const* ppSrc1, int32_t src
 
 tarnmStatus ownStrided_tarnmMul_tata_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
-    float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, Place place)
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t /*src2Width*/,
+    int32_t src2Height, float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride,
+    Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,
         .largestCase = 6}>(transposed(matrixList<Spacing::strided>(ppSrc1, src1RoiShift, src1RowStride,
@@ -66,7 +68,7 @@ tarnmStatus ownPointer_tarnmMul_tata_32f_P(const float* const* ppSrc1, int32_t s
 
 tarnmStatus ownDense_tarnmMul_tata_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
-    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, double* pDst,
     int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(transposed(matrixArray<Spacing::dense>(pSrc1,
@@ -77,7 +79,7 @@ tarnmStatus ownDense_tarnmMul_tata_64f(const double* pSrc1, int32_t src1ObjectSt
 
 tarnmStatus ownStrided_tarnmMul_tata_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
-    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, double* pDst,
     int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,
@@ -89,8 +91,9 @@ tarnmStatus ownStrided_tarnmMul_tata_64f(const double* pSrc1, int32_t src1Object
 
 tarnmStatus ownDense_tarnmMul_tata_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
-    double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, Place place)
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t /*src2Width*/,
+    int32_t src2Height, double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride,
+    Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(transposed(matrixList<Spacing::dense>(ppSrc1,
         src1RoiShift, src1RowStride, src1ElementStride)), transposed(matrixList<Spacing::dense>(ppSrc2, src2RoiShift,
@@ -100,8 +103,9 @@ tarnmStatus ownDense_tarnmMul_tata_64f_L(const double* const* ppSrc1, int32_t sr
 
 tarnmStatus ownStrided_tarnmMul_tata_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
-    double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, Place place)
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t /*src2Width*/,
+    int32_t src2Height, double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride,
+    Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory,
         .largestCase = 6}>(transposed(matrixList<Spacing::strided>(ppSrc1, src1RoiShift, src1RowStride,

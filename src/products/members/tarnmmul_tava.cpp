@@ -9,7 +9,7 @@ namespace tarnm {
 
 tarnmStatus ownDense_tarnmMul_tava_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
-    int32_t src2ElementStride, int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride,
+    int32_t src2ElementStride, int32_t /*src2Len*/, float* pDst, int32_t dstObjectStride, int32_t dstElementStride,
     Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::alignedInPair,
@@ -20,7 +20,7 @@ tarnmStatus ownDense_tarnmMul_tava_32f(const float* pSrc1, int32_t src1ObjectStr
 
 tarnmStatus ownStrided_tarnmMul_tava_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
-    int32_t src2ElementStride, int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride,
+    int32_t src2ElementStride, int32_t /*src2Len*/, float* pDst, int32_t dstObjectStride, int32_t dstElementStride,
     Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(transposed(matrixArray<Spacing::strided>(pSrc1,
@@ -31,7 +31,7 @@ tarnmStatus ownStrided_tarnmMul_tava_32f(const float* pSrc1, int32_t src1ObjectS
 
 tarnmStatus ownDense_tarnmMul_tava_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ElementStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2RoiShift, int32_t src2ElementStride, int32_t /*src2Len*/, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::sixteens,
@@ -42,7 +42,7 @@ tarnmStatus ownDense_tarnmMul_tava_32f_L(const float* const* ppSrc1, int32_t src
 
 tarnmStatus ownStrided_tarnmMul_tava_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ElementStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2RoiShift, int32_t src2ElementStride, int32_t /*src2Len*/, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(transposed(matrixList<Spacing::strided>(ppSrc1,
@@ -53,7 +53,7 @@ tarnmStatus ownStrided_tarnmMul_tava_32f_L(const float* const* ppSrc1, int32_t s
 
 tarnmStatus ownPointer_tarnmMul_tava_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
     int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t /*src2Len*/, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstObjectStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(transposed(scatteredMatrixArray(ppSrc1,
@@ -63,7 +63,7 @@ tarnmStatus ownPointer_tarnmMul_tava_32f_P(const float* const* ppSrc1, int32_t s
 
 tarnmStatus ownDense_tarnmMul_tava_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
-    int32_t src2ElementStride, int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride,
+    int32_t src2ElementStride, int32_t /*src2Len*/, double* pDst, int32_t dstObjectStride, int32_t dstElementStride,
     Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::alignedInPair,
@@ -74,7 +74,7 @@ tarnmStatus ownDense_tarnmMul_tava_64f(const double* pSrc1, int32_t src1ObjectSt
 
 tarnmStatus ownStrided_tarnmMul_tava_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
-    int32_t src2ElementStride, int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride,
+    int32_t src2ElementStride, int32_t /*src2Len*/, double* pDst, int32_t dstObjectStride, int32_t dstElementStride,
     Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(transposed(matrixArray<Spacing::strided>(pSrc1,
@@ -85,7 +85,7 @@ tarnmStatus ownStrided_tarnmMul_tava_64f(const double* pSrc1, int32_t src1Object
 
 tarnmStatus ownDense_tarnmMul_tava_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ElementStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2RoiShift, int32_t src2ElementStride, int32_t /*src2Len*/, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::sixteens,
@@ -96,7 +96,7 @@ tarnmStatus ownDense_tarnmMul_tava_64f_L(const double* const* ppSrc1, int32_t sr
 
 tarnmStatus ownStrided_tarnmMul_tava_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
     int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ElementStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2RoiShift, int32_t src2ElementStride, int32_t /*src2Len*/, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(transposed(matrixList<Spacing::strided>(ppSrc1,
@@ -107,7 +107,7 @@ tarnmStatus ownStrided_tarnmMul_tava_64f_L(const double* const* ppSrc1, int32_t 
 
 tarnmStatus ownPointer_tarnmMul_tava_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
     int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
-    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t /*src2Len*/, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstObjectStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(transposed(scatteredMatrixArray(ppSrc1,

@@ -9,7 +9,7 @@ namespace tarnm {
 
 tarnmStatus ownDense_tarnmMul_tta_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, float* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(transposed(matrix<Spacing::dense>(pSrc1,
@@ -20,7 +20,7 @@ tarnmStatus ownDense_tarnmMul_tta_32f(const float* pSrc1, int32_t src1RowStride,
 
 tarnmStatus ownStrided_tarnmMul_tta_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, float* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(transposed(matrix<Spacing::strided>(pSrc1,
@@ -31,7 +31,7 @@ tarnmStatus ownStrided_tarnmMul_tta_32f(const float* pSrc1, int32_t src1RowStrid
 
 tarnmStatus ownDense_tarnmMul_tta_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 2}>(transposed(matrix<Spacing::dense>(pSrc1,
@@ -42,7 +42,7 @@ tarnmStatus ownDense_tarnmMul_tta_32f_L(const float* pSrc1, int32_t src1RowStrid
 
 tarnmStatus ownStrided_tarnmMul_tta_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(transposed(matrix<Spacing::strided>(pSrc1,
@@ -64,7 +64,7 @@ tarnmStatus ownPointer_tarnmMul_tta_32f_P(const float* const* ppSrc1, int32_t sr
 
 tarnmStatus ownDense_tarnmMul_tta_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, double* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 6}>(transposed(matrix<Spacing::dense>(pSrc1,
@@ -75,7 +75,7 @@ tarnmStatus ownDense_tarnmMul_tta_64f(const double* pSrc1, int32_t src1RowStride
 
 tarnmStatus ownStrided_tarnmMul_tta_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, double* pDst, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(transposed(matrix<Spacing::strided>(pSrc1,
@@ -86,7 +86,7 @@ tarnmStatus ownStrided_tarnmMul_tta_64f(const double* pSrc1, int32_t src1RowStri
 
 tarnmStatus ownDense_tarnmMul_tta_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::paired, .largestCase = 2}>(transposed(matrix<Spacing::dense>(pSrc1,
@@ -97,7 +97,7 @@ tarnmStatus ownDense_tarnmMul_tta_64f_L(const double* pSrc1, int32_t src1RowStri
 
 tarnmStatus ownStrided_tarnmMul_tta_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2RowStride,
-    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t src2ElementStride, int32_t /*src2Width*/, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, Place place)
 {
     return multiply<ProductPlan{.sum = Sum::inMemory, .largestCase = 6}>(transposed(matrix<Spacing::strided>(pSrc1,

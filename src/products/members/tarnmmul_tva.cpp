@@ -9,7 +9,7 @@ namespace tarnm {
 
 tarnmStatus ownDense_tarnmMul_tva_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::alignedInPair,
         .alone = RowSum::alignedAlone}>(transposed(matrix<Spacing::dense>(pSrc1, src1RowStride, src1ElementStride)),
@@ -19,7 +19,7 @@ tarnmStatus ownDense_tarnmMul_tva_32f(const float* pSrc1, int32_t src1RowStride,
 
 tarnmStatus ownStrided_tarnmMul_tva_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(transposed(matrix<Spacing::strided>(pSrc1,
         src1RowStride, src1ElementStride)), vectorArray<Spacing::strided>(pSrc2, src2ObjectStride,
@@ -29,8 +29,8 @@ tarnmStatus ownStrided_tarnmMul_tva_32f(const float* pSrc1, int32_t src1RowStrid
 
 tarnmStatus ownDense_tarnmMul_tva_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
-    Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::alignedInPair,
         .alone = RowSum::alignedAlone}>(transposed(matrix<Spacing::dense>(pSrc1, src1RowStride, src1ElementStride)),
@@ -40,8 +40,8 @@ tarnmStatus ownDense_tarnmMul_tva_32f_L(const float* pSrc1, int32_t src1RowStrid
 
 tarnmStatus ownStrided_tarnmMul_tva_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
-    Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(transposed(matrix<Spacing::strided>(pSrc1,
         src1RowStride, src1ElementStride)), vectorList<Spacing::strided>(ppSrc2, src2RoiShift, src2ElementStride),
@@ -49,8 +49,8 @@ tarnmStatus ownStrided_tarnmMul_tva_32f_L(const float* pSrc1, int32_t src1RowStr
 }
 
 tarnmStatus ownPointer_tarnmMul_tva_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
-    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
-    float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t /*src2Len*/, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(transposed(scatteredMatrix(ppSrc1, src1RoiShift,
         src1Width)), scatteredVectorArray(ppSrc2, src2RoiShift, src2ObjectStride), scatteredVectorArray(ppDst,
@@ -59,7 +59,7 @@ tarnmStatus ownPointer_tarnmMul_tva_32f_P(const float* const* ppSrc1, int32_t sr
 
 tarnmStatus ownDense_tarnmMul_tva_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::alignedInPair,
         .alone = RowSum::alignedAlone}>(transposed(matrix<Spacing::dense>(pSrc1, src1RowStride, src1ElementStride)),
@@ -69,7 +69,7 @@ tarnmStatus ownDense_tarnmMul_tva_64f(const double* pSrc1, int32_t src1RowStride
 
 tarnmStatus ownStrided_tarnmMul_tva_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(transposed(matrix<Spacing::strided>(pSrc1,
         src1RowStride, src1ElementStride)), vectorArray<Spacing::strided>(pSrc2, src2ObjectStride,
@@ -79,8 +79,8 @@ tarnmStatus ownStrided_tarnmMul_tva_64f(const double* pSrc1, int32_t src1RowStri
 
 tarnmStatus ownDense_tarnmMul_tva_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
-    Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::alignedInPair,
         .alone = RowSum::alignedAlone}>(transposed(matrix<Spacing::dense>(pSrc1, src1RowStride, src1ElementStride)),
@@ -90,8 +90,8 @@ tarnmStatus ownDense_tarnmMul_tva_64f_L(const double* pSrc1, int32_t src1RowStri
 
 tarnmStatus ownStrided_tarnmMul_tva_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
-    Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(transposed(matrix<Spacing::strided>(pSrc1,
         src1RowStride, src1ElementStride)), vectorList<Spacing::strided>(ppSrc2, src2RoiShift, src2ElementStride),
@@ -99,8 +99,8 @@ tarnmStatus ownStrided_tarnmMul_tva_64f_L(const double* pSrc1, int32_t src1RowSt
 }
 
 tarnmStatus ownPointer_tarnmMul_tva_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
-    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
-    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t /*src2Len*/, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
 {
     return multiplyVector<VectorPlan{.inPair = RowSum::inMemory}>(transposed(scatteredMatrix(ppSrc1, src1RoiShift,
         src1Width)), scatteredVectorArray(ppSrc2, src2RoiShift, src2ObjectStride), scatteredVectorArray(ppDst,

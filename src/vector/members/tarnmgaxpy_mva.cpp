@@ -9,8 +9,8 @@ namespace tarnm {
 
 tarnmStatus ownDense_tarnmGaxpy_mva_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, const float* pSrc3, int32_t src3ObjectStride, int32_t src3ElementStride, int32_t src3Len,
-    float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, const float* pSrc3, int32_t src3ObjectStride, int32_t src3ElementStride,
+    int32_t /*src3Len*/, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{}>(matrix<Spacing::dense>(pSrc1, src1RowStride, src1ElementStride),
         vectorArray<Spacing::dense>(pSrc2, src2ObjectStride, src2ElementStride), vectorArray<Spacing::dense>(pSrc3,
@@ -20,8 +20,8 @@ tarnmStatus ownDense_tarnmGaxpy_mva_32f(const float* pSrc1, int32_t src1RowStrid
 
 tarnmStatus ownStrided_tarnmGaxpy_mva_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, const float* pSrc3, int32_t src3ObjectStride, int32_t src3ElementStride, int32_t src3Len,
-    float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, const float* pSrc3, int32_t src3ObjectStride, int32_t src3ElementStride,
+    int32_t /*src3Len*/, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{.hasGuardedLanes = true}>(matrix<Spacing::strided>(pSrc1, src1RowStride,
         src1ElementStride), vectorArray<Spacing::strided>(pSrc2, src2ObjectStride, src2ElementStride),
@@ -31,9 +31,9 @@ tarnmStatus ownStrided_tarnmGaxpy_mva_32f(const float* pSrc1, int32_t src1RowStr
 
 tarnmStatus ownDense_tarnmGaxpy_mva_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, const float* const* ppSrc3, int32_t src3RoiShift,
-    int32_t src3ElementStride, int32_t src3Len, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
-    Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, const float* const* ppSrc3, int32_t src3RoiShift,
+    int32_t src3ElementStride, int32_t /*src3Len*/, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{}>(matrix<Spacing::dense>(pSrc1, src1RowStride, src1ElementStride),
         vectorList<Spacing::dense>(ppSrc2, src2RoiShift, src2ElementStride), vectorList<Spacing::dense>(ppSrc3,
@@ -43,9 +43,9 @@ tarnmStatus ownDense_tarnmGaxpy_mva_32f_L(const float* pSrc1, int32_t src1RowStr
 
 tarnmStatus ownStrided_tarnmGaxpy_mva_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, const float* const* ppSrc3, int32_t src3RoiShift,
-    int32_t src3ElementStride, int32_t src3Len, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
-    Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, const float* const* ppSrc3, int32_t src3RoiShift,
+    int32_t src3ElementStride, int32_t /*src3Len*/, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{}>(matrix<Spacing::strided>(pSrc1, src1RowStride, src1ElementStride),
         vectorList<Spacing::strided>(ppSrc2, src2RoiShift, src2ElementStride), vectorList<Spacing::strided>(ppSrc3,
@@ -54,9 +54,9 @@ tarnmStatus ownStrided_tarnmGaxpy_mva_32f_L(const float* pSrc1, int32_t src1RowS
 }
 
 tarnmStatus ownPointer_tarnmGaxpy_mva_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
-    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
-    const float* const* ppSrc3, int32_t src3RoiShift, int32_t src3ObjectStride, int32_t src3Len, float* const* ppDst,
-    int32_t dstRoiShift, int32_t dstObjectStride, Place place)
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t /*src2Len*/, const float* const* ppSrc3, int32_t src3RoiShift, int32_t src3ObjectStride,
+    int32_t /*src3Len*/, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
 {
     return gaxpy<GaxpyPlan{}>(scatteredMatrix(ppSrc1, src1RoiShift, src1Width), scatteredVectorArray(ppSrc2,
         src2RoiShift, src2ObjectStride), scatteredVectorArray(ppSrc3, src3RoiShift, src3ObjectStride),
@@ -65,8 +65,8 @@ tarnmStatus ownPointer_tarnmGaxpy_mva_32f_P(const float* const* ppSrc1, int32_t 
 
 tarnmStatus ownDense_tarnmGaxpy_mva_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, const double* pSrc3, int32_t src3ObjectStride, int32_t src3ElementStride, int32_t src3Len,
-    double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, const double* pSrc3, int32_t src3ObjectStride, int32_t src3ElementStride,
+    int32_t /*src3Len*/, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{}>(matrix<Spacing::dense>(pSrc1, src1RowStride, src1ElementStride),
         vectorArray<Spacing::dense>(pSrc2, src2ObjectStride, src2ElementStride), vectorArray<Spacing::dense>(pSrc3,
@@ -76,8 +76,8 @@ tarnmStatus ownDense_tarnmGaxpy_mva_64f(const double* pSrc1, int32_t src1RowStri
 
 tarnmStatus ownStrided_tarnmGaxpy_mva_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, const double* pSrc3, int32_t src3ObjectStride, int32_t src3ElementStride, int32_t src3Len,
-    double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
+    int32_t /*src2Len*/, const double* pSrc3, int32_t src3ObjectStride, int32_t src3ElementStride,
+    int32_t /*src3Len*/, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{.hasGuardedLanes = true}>(matrix<Spacing::strided>(pSrc1, src1RowStride,
         src1ElementStride), vectorArray<Spacing::strided>(pSrc2, src2ObjectStride, src2ElementStride),
@@ -87,9 +87,9 @@ tarnmStatus ownStrided_tarnmGaxpy_mva_64f(const double* pSrc1, int32_t src1RowSt
 
 tarnmStatus ownDense_tarnmGaxpy_mva_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, const double* const* ppSrc3, int32_t src3RoiShift,
-    int32_t src3ElementStride, int32_t src3Len, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
-    Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, const double* const* ppSrc3, int32_t src3RoiShift,
+    int32_t src3ElementStride, int32_t /*src3Len*/, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{}>(matrix<Spacing::dense>(pSrc1, src1RowStride, src1ElementStride),
         vectorList<Spacing::dense>(ppSrc2, src2RoiShift, src2ElementStride), vectorList<Spacing::dense>(ppSrc3,
@@ -99,9 +99,9 @@ tarnmStatus ownDense_tarnmGaxpy_mva_64f_L(const double* pSrc1, int32_t src1RowSt
 
 tarnmStatus ownStrided_tarnmGaxpy_mva_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, const double* const* ppSrc3, int32_t src3RoiShift,
-    int32_t src3ElementStride, int32_t src3Len, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
-    Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, const double* const* ppSrc3, int32_t src3RoiShift,
+    int32_t src3ElementStride, int32_t /*src3Len*/, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{}>(matrix<Spacing::strided>(pSrc1, src1RowStride, src1ElementStride),
         vectorList<Spacing::strided>(ppSrc2, src2RoiShift, src2ElementStride), vectorList<Spacing::strided>(ppSrc3,
@@ -110,9 +110,9 @@ tarnmStatus ownStrided_tarnmGaxpy_mva_64f_L(const double* pSrc1, int32_t src1Row
 }
 
 tarnmStatus ownPointer_tarnmGaxpy_mva_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
-    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
-    const double* const* ppSrc3, int32_t src3RoiShift, int32_t src3ObjectStride, int32_t src3Len,
-    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t /*src2Len*/, const double* const* ppSrc3, int32_t src3RoiShift, int32_t src3ObjectStride,
+    int32_t /*src3Len*/, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
 {
     return gaxpy<GaxpyPlan{}>(scatteredMatrix(ppSrc1, src1RoiShift, src1Width), scatteredVectorArray(ppSrc2,
         src2RoiShift, src2ObjectStride), scatteredVectorArray(ppSrc3, src3RoiShift, src3ObjectStride),

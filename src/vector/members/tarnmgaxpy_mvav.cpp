@@ -9,7 +9,7 @@ namespace tarnm {
 
 tarnmStatus ownDense_tarnmGaxpy_mvav_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, const float* pSrc3, int32_t src3ElementStride, int32_t src3Len, float* pDst,
+    int32_t /*src2Len*/, const float* pSrc3, int32_t src3ElementStride, int32_t /*src3Len*/, float* pDst,
     int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{.groupingOf4to6 = RowGrouping::neighbours}>(matrix<Spacing::dense>(pSrc1, src1RowStride,
@@ -20,7 +20,7 @@ tarnmStatus ownDense_tarnmGaxpy_mvav_32f(const float* pSrc1, int32_t src1RowStri
 
 tarnmStatus ownStrided_tarnmGaxpy_mvav_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, const float* pSrc3, int32_t src3ElementStride, int32_t src3Len, float* pDst,
+    int32_t /*src2Len*/, const float* pSrc3, int32_t src3ElementStride, int32_t /*src3Len*/, float* pDst,
     int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{.hasGuardedLanes = true}>(matrix<Spacing::strided>(pSrc1, src1RowStride,
@@ -31,8 +31,8 @@ tarnmStatus ownStrided_tarnmGaxpy_mvav_32f(const float* pSrc1, int32_t src1RowSt
 
 tarnmStatus ownDense_tarnmGaxpy_mvav_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, const float* pSrc3, int32_t src3ElementStride, int32_t src3Len,
-    float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, const float* pSrc3, int32_t src3ElementStride,
+    int32_t /*src3Len*/, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{.groupingOf4to6 = RowGrouping::neighbours}>(matrix<Spacing::dense>(pSrc1, src1RowStride,
         src1ElementStride), vectorList<Spacing::dense>(ppSrc2, src2RoiShift, src2ElementStride),
@@ -42,8 +42,8 @@ tarnmStatus ownDense_tarnmGaxpy_mvav_32f_L(const float* pSrc1, int32_t src1RowSt
 
 tarnmStatus ownStrided_tarnmGaxpy_mvav_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, const float* pSrc3, int32_t src3ElementStride, int32_t src3Len,
-    float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, const float* pSrc3, int32_t src3ElementStride,
+    int32_t /*src3Len*/, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{}>(matrix<Spacing::strided>(pSrc1, src1RowStride, src1ElementStride),
         vectorList<Spacing::strided>(ppSrc2, src2RoiShift, src2ElementStride), vector<Spacing::strided>(pSrc3,
@@ -52,9 +52,9 @@ tarnmStatus ownStrided_tarnmGaxpy_mvav_32f_L(const float* pSrc1, int32_t src1Row
 }
 
 tarnmStatus ownPointer_tarnmGaxpy_mvav_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
-    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
-    const float* const* ppSrc3, int32_t src3RoiShift, int32_t src3Len, float* const* ppDst, int32_t dstRoiShift,
-    int32_t dstObjectStride, Place place)
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t /*src2Len*/, const float* const* ppSrc3, int32_t src3RoiShift, int32_t /*src3Len*/, float* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, Place place)
 {
     return gaxpy<GaxpyPlan{}>(scatteredMatrix(ppSrc1, src1RoiShift, src1Width), scatteredVectorArray(ppSrc2,
         src2RoiShift, src2ObjectStride), scatteredVector(ppSrc3, src3RoiShift), scatteredVectorArray(ppDst,
@@ -63,7 +63,7 @@ tarnmStatus ownPointer_tarnmGaxpy_mvav_32f_P(const float* const* ppSrc1, int32_t
 
 tarnmStatus ownDense_tarnmGaxpy_mvav_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, const double* pSrc3, int32_t src3ElementStride, int32_t src3Len, double* pDst,
+    int32_t /*src2Len*/, const double* pSrc3, int32_t src3ElementStride, int32_t /*src3Len*/, double* pDst,
     int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{}>(matrix<Spacing::dense>(pSrc1, src1RowStride, src1ElementStride),
@@ -74,7 +74,7 @@ tarnmStatus ownDense_tarnmGaxpy_mvav_64f(const double* pSrc1, int32_t src1RowStr
 
 tarnmStatus ownStrided_tarnmGaxpy_mvav_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
-    int32_t src2Len, const double* pSrc3, int32_t src3ElementStride, int32_t src3Len, double* pDst,
+    int32_t /*src2Len*/, const double* pSrc3, int32_t src3ElementStride, int32_t /*src3Len*/, double* pDst,
     int32_t dstObjectStride, int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{.hasGuardedLanes = true}>(matrix<Spacing::strided>(pSrc1, src1RowStride,
@@ -85,8 +85,8 @@ tarnmStatus ownStrided_tarnmGaxpy_mvav_64f(const double* pSrc1, int32_t src1RowS
 
 tarnmStatus ownDense_tarnmGaxpy_mvav_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, const double* pSrc3, int32_t src3ElementStride, int32_t src3Len,
-    double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, const double* pSrc3, int32_t src3ElementStride,
+    int32_t /*src3Len*/, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{}>(matrix<Spacing::dense>(pSrc1, src1RowStride, src1ElementStride),
         vectorList<Spacing::dense>(ppSrc2, src2RoiShift, src2ElementStride), vector<Spacing::dense>(pSrc3,
@@ -96,8 +96,8 @@ tarnmStatus ownDense_tarnmGaxpy_mvav_64f_L(const double* pSrc1, int32_t src1RowS
 
 tarnmStatus ownStrided_tarnmGaxpy_mvav_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
     int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift,
-    int32_t src2ElementStride, int32_t src2Len, const double* pSrc3, int32_t src3ElementStride, int32_t src3Len,
-    double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
+    int32_t src2ElementStride, int32_t /*src2Len*/, const double* pSrc3, int32_t src3ElementStride,
+    int32_t /*src3Len*/, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, Place place)
 {
     return gaxpy<GaxpyPlan{}>(matrix<Spacing::strided>(pSrc1, src1RowStride, src1ElementStride),
         vectorList<Spacing::strided>(ppSrc2, src2RoiShift, src2ElementStride), vector<Spacing::strided>(pSrc3,
@@ -106,9 +106,9 @@ tarnmStatus ownStrided_tarnmGaxpy_mvav_64f_L(const double* pSrc1, int32_t src1Ro
 }
 
 tarnmStatus ownPointer_tarnmGaxpy_mvav_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
-    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
-    const double* const* ppSrc3, int32_t src3RoiShift, int32_t src3Len, double* const* ppDst, int32_t dstRoiShift,
-    int32_t dstObjectStride, Place place)
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t /*src2Len*/, const double* const* ppSrc3, int32_t src3RoiShift, int32_t /*src3Len*/,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, Place place)
 {
     return gaxpy<GaxpyPlan{}>(scatteredMatrix(ppSrc1, src1RoiShift, src1Width), scatteredVectorArray(ppSrc2,
         src2RoiShift, src2ObjectStride), scatteredVector(ppSrc3, src3RoiShift), scatteredVectorArray(ppDst,
