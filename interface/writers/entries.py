@@ -174,16 +174,22 @@ def isinstance_fixed(member):
 # ---- units
 
 
-def kernel_signature(member, path):
-    arguments = c_arguments(member, without=("count",))
-    return f"tarnmStatus {kernel_name(member, path)}({arguments}, Place place)"
+def kernel_signature(member, path, used_in=None):
+    """The parameters that a body does not use stand without their names."""
+
+    def parameter(argument):
+        is_named = used_in is None or re.search(rf"\b{argument.name}\b", used_in)
+        return f"{member.spelled(argument)} {argument.name if is_named else f'/*{argument.name}*/'}"
+
+    parameters = [parameter(a) for a in member.arguments if a.name != "count"] + ["Place place"]
+    return f"tarnmStatus {kernel_name(member, path)}({', '.join(parameters)})"
 
 
 def kernel_functions(member):
     functions = []
     for path in paths(member):
         body = kernel_call(member, path, "place")
-        functions.append(f"{kernel_signature(member, path)}\n{{\n    return {body};\n}}\n")
+        functions.append(f"{kernel_signature(member, path, body)}\n{{\n    return {body};\n}}\n")
     return functions
 
 
