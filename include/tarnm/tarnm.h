@@ -5556,6 +5556,3596 @@ TARNM_API tarnmStatus tarnmMul_tac_64f_P(const double* const* ppSrc, int32_t src
     double val, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t width, int32_t height,
     int32_t count);
 
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: one matrix of src1Height x src2Width
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mm_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride, int32_t src2ElementStride,
+    int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstRowStride, int32_t dstElementStride);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of src1Height x src1Width, row by
+ *                 row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   src1Width     columns of the first source as stored
+ *   src1Height    rows of the first source as stored
+ *   ppSrc2        second source: table of pointers, one per element of one matrix of src2Height x src2Width, row by
+ *                 row
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   src2Width     columns of the second source as stored
+ *   src2Height    rows of the second source as stored
+ *   ppDst         result: table of pointers, one per element of one matrix of src1Height x src2Width, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Height), StatusBadRoiShift (a roi shift is negative or not a multiple of
+ * the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mm_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width, int32_t src2Height,
+    float* const* ppDst, int32_t dstRoiShift);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: one matrix of src1Height x src2Width
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mm_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride, int32_t src2ElementStride,
+    int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstRowStride, int32_t dstElementStride);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of src1Height x src1Width, row by
+ *                 row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   src1Width     columns of the first source as stored
+ *   src1Height    rows of the first source as stored
+ *   ppSrc2        second source: table of pointers, one per element of one matrix of src2Height x src2Width, row by
+ *                 row
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   src2Width     columns of the second source as stored
+ *   src2Height    rows of the second source as stored
+ *   ppDst         result: table of pointers, one per element of one matrix of src1Height x src2Width, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Height), StatusBadRoiShift (a roi shift is negative or not a multiple of
+ * the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mm_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width, int32_t src2Height,
+    double* const* ppDst, int32_t dstRoiShift);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Height x src2Width
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mam_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Height x src2Width
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mam_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of one matrix of src2Height x src2Width, row
+ *                     by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Height x src2Width, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mam_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width,
+    int32_t src2Height, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Height x src2Width
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mam_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Height x src2Width
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mam_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of one matrix of src2Height x src2Width, row
+ *                     by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Height x src2Width, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mam_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width,
+    int32_t src2Height, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Height x src2Width
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mma_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Height x src2Width
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mma_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width, row
+ *                     by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width,
+ *                     row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Height x src2Width, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mma_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Height x src2Width
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mma_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Height x src2Width
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mma_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width, row
+ *                     by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width,
+ *                     row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Height x src2Width, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mma_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Height x src2Width
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mama_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst,
+    int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Height x src2Width
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mama_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width,
+ *                     row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Height x src2Width, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mama_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ObjectStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstObjectStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Height x src2Width
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mama_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst,
+    int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Height x src2Width
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mama_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(k, j).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width,
+ *                     row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Height x src2Width, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mama_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Width, int32_t src2Height, double* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width as stored, read transposed
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: one matrix of src1Height x src2Height
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mt_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride, int32_t src2ElementStride,
+    int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstRowStride, int32_t dstElementStride);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of src1Height x src1Width, row by
+ *                 row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   src1Width     columns of the first source as stored
+ *   src1Height    rows of the first source as stored
+ *   ppSrc2        second source: table of pointers, one per element of one matrix of src2Height x src2Width as
+ *                 stored, read transposed, row by row
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   src2Width     columns of the second source as stored
+ *   src2Height    rows of the second source as stored
+ *   ppDst         result: table of pointers, one per element of one matrix of src1Height x src2Height, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Width), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mt_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width, int32_t src2Height,
+    float* const* ppDst, int32_t dstRoiShift);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width as stored, read transposed
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: one matrix of src1Height x src2Height
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mt_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride, int32_t src2ElementStride,
+    int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstRowStride, int32_t dstElementStride);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of src1Height x src1Width, row by
+ *                 row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   src1Width     columns of the first source as stored
+ *   src1Height    rows of the first source as stored
+ *   ppSrc2        second source: table of pointers, one per element of one matrix of src2Height x src2Width as
+ *                 stored, read transposed, row by row
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   src2Width     columns of the second source as stored
+ *   src2Height    rows of the second source as stored
+ *   ppDst         result: table of pointers, one per element of one matrix of src1Height x src2Height, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Width), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mt_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width, int32_t src2Height,
+    double* const* ppDst, int32_t dstRoiShift);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width as stored, read transposed
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Height x src2Height
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mat_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width as stored, read transposed
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Height x src2Height
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mat_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of one matrix of src2Height x src2Width as
+ *                     stored, read transposed, row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Height x src2Height, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mat_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width,
+    int32_t src2Height, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width as stored, read transposed
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Height x src2Height
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mat_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width as stored, read transposed
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Height x src2Height
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mat_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of one matrix of src2Height x src2Width as
+ *                     stored, read transposed, row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Height x src2Height, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mat_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width,
+    int32_t src2Height, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width as stored, read
+ *                      transposed
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Height x src2Height
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mta_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width as stored,
+ *                      read transposed
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Height x src2Height
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mta_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width, row
+ *                     by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width
+ *                     as stored, read transposed, row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Height x src2Height, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mta_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width as stored, read
+ *                      transposed
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Height x src2Height
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mta_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width as stored,
+ *                      read transposed
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Height x src2Height
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mta_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width, row
+ *                     by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width
+ *                     as stored, read transposed, row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Height x src2Height, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mta_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width as stored, read
+ *                      transposed
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Height x src2Height
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mata_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst,
+    int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width as stored,
+ *                      read transposed
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Height x src2Height
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mata_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width
+ *                     as stored, read transposed, row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Height x src2Height, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mata_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ObjectStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstObjectStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width as stored, read
+ *                      transposed
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Height x src2Height
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mata_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst,
+    int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width as stored,
+ *                      read transposed
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Height x src2Height
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mata_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(i, k) * src2(j, k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width
+ *                     as stored, read transposed, row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Height x src2Height, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mata_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Width, int32_t src2Height, double* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: one matrix of src1Width x src2Width
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tm_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride, int32_t src2ElementStride,
+    int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstRowStride, int32_t dstElementStride);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of src1Height x src1Width as stored,
+ *                 read transposed, row by row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   src1Width     columns of the first source as stored
+ *   src1Height    rows of the first source as stored
+ *   ppSrc2        second source: table of pointers, one per element of one matrix of src2Height x src2Width, row by
+ *                 row
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   src2Width     columns of the second source as stored
+ *   src2Height    rows of the second source as stored
+ *   ppDst         result: table of pointers, one per element of one matrix of src1Width x src2Width, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Height = src2Height), StatusBadRoiShift (a roi shift is negative or not a multiple of
+ * the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tm_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width, int32_t src2Height,
+    float* const* ppDst, int32_t dstRoiShift);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: one matrix of src1Width x src2Width
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tm_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride, int32_t src2ElementStride,
+    int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstRowStride, int32_t dstElementStride);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of src1Height x src1Width as stored,
+ *                 read transposed, row by row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   src1Width     columns of the first source as stored
+ *   src1Height    rows of the first source as stored
+ *   ppSrc2        second source: table of pointers, one per element of one matrix of src2Height x src2Width, row by
+ *                 row
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   src2Width     columns of the second source as stored
+ *   src2Height    rows of the second source as stored
+ *   ppDst         result: table of pointers, one per element of one matrix of src1Width x src2Width, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Height = src2Height), StatusBadRoiShift (a roi shift is negative or not a multiple of
+ * the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tm_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width, int32_t src2Height,
+    double* const* ppDst, int32_t dstRoiShift);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width as stored, read transposed
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Width x src2Width
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tam_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width as stored,
+ *                      read transposed
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Width x src2Width
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tam_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of one matrix of src2Height x src2Width, row
+ *                     by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Width x src2Width, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tam_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width,
+    int32_t src2Height, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width as stored, read transposed
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Width x src2Width
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tam_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width as stored,
+ *                      read transposed
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Width x src2Width
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tam_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of one matrix of src2Height x src2Width, row
+ *                     by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Width x src2Width, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tam_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width,
+    int32_t src2Height, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Width x src2Width
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tma_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Width x src2Width
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tma_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width,
+ *                     row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Width x src2Width, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tma_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Width x src2Width
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tma_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Width x src2Width
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tma_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width,
+ *                     row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Width x src2Width, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tma_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width as stored, read transposed
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Width x src2Width
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tama_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst,
+    int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width as stored,
+ *                      read transposed
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Width x src2Width
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tama_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width,
+ *                     row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Width x src2Width, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tama_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ObjectStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstObjectStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width as stored, read transposed
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Width x src2Width
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tama_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst,
+    int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width as stored,
+ *                      read transposed
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Width x src2Width
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tama_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(k, j).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width,
+ *                     row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Width x src2Width, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Height), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tama_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Width, int32_t src2Height, double* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width as stored, read transposed
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: one matrix of src1Width x src2Height
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tt_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride, int32_t src2ElementStride,
+    int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstRowStride, int32_t dstElementStride);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of src1Height x src1Width as stored,
+ *                 read transposed, row by row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   src1Width     columns of the first source as stored
+ *   src1Height    rows of the first source as stored
+ *   ppSrc2        second source: table of pointers, one per element of one matrix of src2Height x src2Width as
+ *                 stored, read transposed, row by row
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   src2Width     columns of the second source as stored
+ *   src2Height    rows of the second source as stored
+ *   ppDst         result: table of pointers, one per element of one matrix of src1Width x src2Height, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Height = src2Width), StatusBadRoiShift (a roi shift is negative or not a multiple of
+ * the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tt_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width, int32_t src2Height,
+    float* const* ppDst, int32_t dstRoiShift);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width as stored, read transposed
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: one matrix of src1Width x src2Height
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tt_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride, int32_t src2ElementStride,
+    int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstRowStride, int32_t dstElementStride);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of src1Height x src1Width as stored,
+ *                 read transposed, row by row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   src1Width     columns of the first source as stored
+ *   src1Height    rows of the first source as stored
+ *   ppSrc2        second source: table of pointers, one per element of one matrix of src2Height x src2Width as
+ *                 stored, read transposed, row by row
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   src2Width     columns of the second source as stored
+ *   src2Height    rows of the second source as stored
+ *   ppDst         result: table of pointers, one per element of one matrix of src1Width x src2Height, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Height = src2Width), StatusBadRoiShift (a roi shift is negative or not a multiple of
+ * the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tt_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width, int32_t src2Height,
+    double* const* ppDst, int32_t dstRoiShift);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width as stored, read transposed
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width as stored, read transposed
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Width x src2Height
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tat_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width as stored,
+ *                      read transposed
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width as stored, read transposed
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Width x src2Height
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tat_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of one matrix of src2Height x src2Width as
+ *                     stored, read transposed, row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Width x src2Height, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tat_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width,
+    int32_t src2Height, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width as stored, read transposed
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width as stored, read transposed
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Width x src2Height
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tat_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width as stored,
+ *                      read transposed
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one matrix of src2Height x src2Width as stored, read transposed
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Width x src2Height
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tat_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of one matrix of src2Height x src2Width as
+ *                     stored, read transposed, row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Width x src2Height, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tat_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2Width,
+    int32_t src2Height, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width as stored, read
+ *                      transposed
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Width x src2Height
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tta_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width as stored,
+ *                      read transposed
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Width x src2Height
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tta_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width
+ *                     as stored, read transposed, row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Width x src2Height, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tta_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width as stored, read
+ *                      transposed
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Width x src2Height
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tta_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width as stored,
+ *                      read transposed
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Width x src2Height
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tta_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2RowStride,
+    int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width
+ *                     as stored, read transposed, row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Width x src2Height, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tta_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    int32_t src2Width, int32_t src2Height, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width as stored, read transposed
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width as stored, read
+ *                      transposed
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Width x src2Height
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tata_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, float* pDst,
+    int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width as stored,
+ *                      read transposed
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width as stored,
+ *                      read transposed
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Width x src2Height
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tata_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width
+ *                     as stored, read transposed, row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Width x src2Height, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tata_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ObjectStride, int32_t src2Width, int32_t src2Height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstObjectStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width as stored, read transposed
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count matrices of src2Height x src2Width as stored, read
+ *                      transposed
+ *   src2ObjectStride   bytes from one matrix of the second source to the next
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   pDst               result: the first of count matrices of src1Width x src2Height
+ *   dstObjectStride    bytes from one matrix of the result to the next
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tata_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
+    int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height, double* pDst,
+    int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width as stored,
+ *                      read transposed
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per matrix of src2Height x src2Width as stored,
+ *                      read transposed
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2RowStride      bytes from one row of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Width          columns of the second source as stored
+ *   src2Height         rows of the second source as stored
+ *   ppDst              result: table of count pointers, one per matrix of src1Width x src2Height
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstRowStride       bytes from one row of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tata_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2RowStride, int32_t src2ElementStride, int32_t src2Width, int32_t src2Height,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies matrices, each read as stored or transposed. dst(i, j) = sum over k of src1(k, i) * src2(j, k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count matrices of src2Height x src2Width
+ *                     as stored, read transposed, row by row
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one matrix of the second source to the next
+ *   src2Width         columns of the second source as stored
+ *   src2Height        rows of the second source as stored
+ *   ppDst             result: table of pointers, one per element of count matrices of src1Width x src2Height, row by
+ *                     row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Width), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tata_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Width, int32_t src2Height, double* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one vector of src2Len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: one vector of src1Height elements
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below 1 or not a multiple of the element
+ * size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mv_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ElementStride, int32_t src2Len,
+    float* pDst, int32_t dstElementStride);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of src1Height x src1Width, row by
+ *                 row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   src1Width     columns of the first source as stored
+ *   src1Height    rows of the first source as stored
+ *   ppSrc2        second source: table of pointers, one per element of one vector of src2Len elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   src2Len       elements of the second source
+ *   ppDst         result: table of pointers, one per element of one vector of src1Height elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Len), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mv_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Len, float* const* ppDst,
+    int32_t dstRoiShift);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one vector of src2Len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: one vector of src1Height elements
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below 1 or not a multiple of the element
+ * size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mv_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ElementStride, int32_t src2Len,
+    double* pDst, int32_t dstElementStride);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of src1Height x src1Width, row by
+ *                 row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   src1Width     columns of the first source as stored
+ *   src1Height    rows of the first source as stored
+ *   ppSrc2        second source: table of pointers, one per element of one vector of src2Len elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   src2Len       elements of the second source
+ *   ppDst         result: table of pointers, one per element of one vector of src1Height elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Len), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mv_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2Len, double* const* ppDst,
+    int32_t dstRoiShift);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one vector of src2Len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: one vector of src1Width elements
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tv_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ElementStride, int32_t src2Len,
+    float* pDst, int32_t dstElementStride);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of src1Height x src1Width as stored,
+ *                 read transposed, row by row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   src1Width     columns of the first source as stored
+ *   src1Height    rows of the first source as stored
+ *   ppSrc2        second source: table of pointers, one per element of one vector of src2Len elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   src2Len       elements of the second source
+ *   ppDst         result: table of pointers, one per element of one vector of src1Width elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Height = src2Len), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tv_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Len, float* const* ppDst,
+    int32_t dstRoiShift);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one vector of src2Len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: one vector of src1Width elements
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tv_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ElementStride, int32_t src2Len,
+    double* pDst, int32_t dstElementStride);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of src1Height x src1Width as stored,
+ *                 read transposed, row by row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   src1Width     columns of the first source as stored
+ *   src1Height    rows of the first source as stored
+ *   ppSrc2        second source: table of pointers, one per element of one vector of src2Len elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   src2Len       elements of the second source
+ *   ppDst         result: table of pointers, one per element of one vector of src1Width elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Height = src2Len), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tv_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2Len, double* const* ppDst,
+    int32_t dstRoiShift);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count vectors of src2Len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: the first of count vectors of src1Height elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mva_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
+    int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per vector of src2Len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   ppDst              result: table of count pointers, one per vector of src1Height elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mva_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
+    int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width, row
+ *                     by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   src2Len           elements of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of src1Height elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mva_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count vectors of src2Len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: the first of count vectors of src1Height elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mva_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
+    int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per vector of src2Len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   ppDst              result: table of count pointers, one per vector of src1Height elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mva_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
+    int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width, row
+ *                     by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   src2Len           elements of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of src1Height elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mva_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count vectors of src2Len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: the first of count vectors of src1Width elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tva_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
+    int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per vector of src2Len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   ppDst              result: table of count pointers, one per vector of src1Width elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tva_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
+    int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   src2Len           elements of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of src1Width elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tva_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count vectors of src2Len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: the first of count vectors of src1Width elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tva_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
+    int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   pSrc1              first source: one matrix of src1Height x src1Width as stored, read transposed
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per vector of src2Len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   ppDst              result: table of count pointers, one per vector of src1Width elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tva_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
+    int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   src2Len           elements of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of src1Width elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tva_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one vector of src2Len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: the first of count vectors of src1Height elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mav_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ElementStride,
+    int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one vector of src2Len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   ppDst              result: table of count pointers, one per vector of src1Height elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mav_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ElementStride,
+    int32_t src2Len, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of one vector of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2Len           elements of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of src1Height elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mav_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Len,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one vector of src2Len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: the first of count vectors of src1Height elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mav_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ElementStride,
+    int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one vector of src2Len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   ppDst              result: table of count pointers, one per vector of src1Height elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mav_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ElementStride,
+    int32_t src2Len, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of one vector of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2Len           elements of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of src1Height elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mav_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2Len,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width as stored, read transposed
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one vector of src2Len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: the first of count vectors of src1Width elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tav_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ElementStride,
+    int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width as stored,
+ *                      read transposed
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one vector of src2Len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   ppDst              result: table of count pointers, one per vector of src1Width elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tav_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ElementStride,
+    int32_t src2Len, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of one vector of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2Len           elements of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of src1Width elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tav_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Len,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width as stored, read transposed
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one vector of src2Len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: the first of count vectors of src1Width elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tav_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ElementStride,
+    int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width as stored,
+ *                      read transposed
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one vector of src2Len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   ppDst              result: table of count pointers, one per vector of src1Width elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tav_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ElementStride,
+    int32_t src2Len, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of one vector of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2Len           elements of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of src1Width elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tav_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2Len,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count vectors of src2Len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: the first of count vectors of src1Height elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mava_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
+    int32_t src2ElementStride, int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride,
+    int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per vector of src2Len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   ppDst              result: table of count pointers, one per vector of src1Height elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mava_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2ElementStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   src2Len           elements of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of src1Height elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mava_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ObjectStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count vectors of src2Len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: the first of count vectors of src1Height elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mava_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
+    int32_t src2ElementStride, int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride,
+    int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per vector of src2Len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   ppDst              result: table of count pointers, one per vector of src1Height elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mava_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2ElementStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(i, k) * src2(k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   src2Len           elements of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of src1Height elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len), StatusBadStride (a stride is below
+ * 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_mava_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstObjectStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width as stored, read transposed
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count vectors of src2Len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: the first of count vectors of src1Width elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tava_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride,
+    int32_t src2ElementStride, int32_t src2Len, float* pDst, int32_t dstObjectStride, int32_t dstElementStride,
+    int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width as stored,
+ *                      read transposed
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per vector of src2Len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   ppDst              result: table of count pointers, one per vector of src1Width elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tava_32f_L(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const float* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2ElementStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   src2Len           elements of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of src1Width elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tava_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1ObjectStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ObjectStride, int32_t src2Len, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   pSrc1              first source: the first of count matrices of src1Height x src1Width as stored, read transposed
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count vectors of src2Len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pDst               result: the first of count vectors of src1Width elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tava_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride,
+    int32_t src2ElementStride, int32_t src2Len, double* pDst, int32_t dstObjectStride, int32_t dstElementStride,
+    int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   ppSrc1             first source: table of count pointers, one per matrix of src1Height x src1Width as stored,
+ *                      read transposed
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per vector of src2Len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   ppDst              result: table of count pointers, one per vector of src1Width elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tava_64f_L(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1RowStride,
+    int32_t src1ElementStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2ElementStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix, read as stored or transposed, by a vector. dst(i) = sum over k of src1(k, i) * src2(k).
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of src1Height x src1Width as
+ *                     stored, read transposed, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   src2Len           elements of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of src1Width elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Height = src2Len), StatusBadStride (a stride is
+ * below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the
+ * element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmMul_tava_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, int32_t src1Width, int32_t src1Height, const double* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstObjectStride, int32_t count);
+
+/* ---- Gaxpy ---- */
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one vector of src2Len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pSrc3              third source: one vector of src3Len elements
+ *   src3ElementStride  bytes from one element of the third source to the next
+ *   src3Len            elements of the third source
+ *   pDst               result: one vector of src3Len elements
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len), StatusBadStride (a stride is below 1 or not
+ * a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mv_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ElementStride, int32_t src2Len,
+    const float* pSrc3, int32_t src3ElementStride, int32_t src3Len, float* pDst, int32_t dstElementStride);
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of src1Height x src1Width, row by
+ *                 row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   src1Width     columns of the first source as stored
+ *   src1Height    rows of the first source as stored
+ *   ppSrc2        second source: table of pointers, one per element of one vector of src2Len elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   src2Len       elements of the second source
+ *   ppSrc3        third source: table of pointers, one per element of one vector of src3Len elements
+ *   src3RoiShift  bytes added to every pointer of the table of the third source
+ *   src3Len       elements of the third source
+ *   ppDst         result: table of pointers, one per element of one vector of src3Len elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len), StatusBadRoiShift (a roi shift is negative
+ * or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mv_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2Len,
+    const float* const* ppSrc3, int32_t src3RoiShift, int32_t src3Len, float* const* ppDst, int32_t dstRoiShift);
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: one vector of src2Len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pSrc3              third source: one vector of src3Len elements
+ *   src3ElementStride  bytes from one element of the third source to the next
+ *   src3Len            elements of the third source
+ *   pDst               result: one vector of src3Len elements
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len), StatusBadStride (a stride is below 1 or not
+ * a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mv_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ElementStride, int32_t src2Len,
+    const double* pSrc3, int32_t src3ElementStride, int32_t src3Len, double* pDst, int32_t dstElementStride);
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of src1Height x src1Width, row by
+ *                 row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   src1Width     columns of the first source as stored
+ *   src1Height    rows of the first source as stored
+ *   ppSrc2        second source: table of pointers, one per element of one vector of src2Len elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   src2Len       elements of the second source
+ *   ppSrc3        third source: table of pointers, one per element of one vector of src3Len elements
+ *   src3RoiShift  bytes added to every pointer of the table of the third source
+ *   src3Len       elements of the third source
+ *   ppDst         result: table of pointers, one per element of one vector of src3Len elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len), StatusBadRoiShift (a roi shift is negative
+ * or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mv_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2Len,
+    const double* const* ppSrc3, int32_t src3RoiShift, int32_t src3Len, double* const* ppDst, int32_t dstRoiShift);
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count vectors of src2Len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pSrc3              third source: the first of count vectors of src3Len elements
+ *   src3ObjectStride   bytes from one vector of the third source to the next
+ *   src3ElementStride  bytes from one element of the third source to the next
+ *   src3Len            elements of the third source
+ *   pDst               result: the first of count vectors of src3Len elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mva_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
+    int32_t src2Len, const float* pSrc3, int32_t src3ObjectStride, int32_t src3ElementStride, int32_t src3Len,
+    float* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per vector of src2Len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   ppSrc3             third source: table of count pointers, one per vector of src3Len elements
+ *   src3RoiShift       bytes added to every pointer of the table of the third source
+ *   src3ElementStride  bytes from one element of the third source to the next
+ *   src3Len            elements of the third source
+ *   ppDst              result: table of count pointers, one per vector of src3Len elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mva_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, int32_t src2Len, const float* const* ppSrc3, int32_t src3RoiShift,
+    int32_t src3ElementStride, int32_t src3Len, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
+    int32_t count);
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width, row
+ *                     by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   src2Len           elements of the second source
+ *   ppSrc3            third source: table of pointers, one per element of count vectors of src3Len elements
+ *   src3RoiShift      bytes added to every pointer of the table of the third source
+ *   src3ObjectStride  bytes from one vector of the third source to the next
+ *   src3Len           elements of the third source
+ *   ppDst             result: table of pointers, one per element of count vectors of src3Len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mva_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
+    const float* const* ppSrc3, int32_t src3RoiShift, int32_t src3ObjectStride, int32_t src3Len, float* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count vectors of src2Len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pSrc3              third source: the first of count vectors of src3Len elements
+ *   src3ObjectStride   bytes from one vector of the third source to the next
+ *   src3ElementStride  bytes from one element of the third source to the next
+ *   src3Len            elements of the third source
+ *   pDst               result: the first of count vectors of src3Len elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mva_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
+    int32_t src2Len, const double* pSrc3, int32_t src3ObjectStride, int32_t src3ElementStride, int32_t src3Len,
+    double* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per vector of src2Len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   ppSrc3             third source: table of count pointers, one per vector of src3Len elements
+ *   src3RoiShift       bytes added to every pointer of the table of the third source
+ *   src3ElementStride  bytes from one element of the third source to the next
+ *   src3Len            elements of the third source
+ *   ppDst              result: table of count pointers, one per vector of src3Len elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mva_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, int32_t src2Len, const double* const* ppSrc3, int32_t src3RoiShift,
+    int32_t src3ElementStride, int32_t src3Len, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
+    int32_t count);
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width, row
+ *                     by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   src2Len           elements of the second source
+ *   ppSrc3            third source: table of pointers, one per element of count vectors of src3Len elements
+ *   src3RoiShift      bytes added to every pointer of the table of the third source
+ *   src3ObjectStride  bytes from one vector of the third source to the next
+ *   src3Len           elements of the third source
+ *   ppDst             result: table of pointers, one per element of count vectors of src3Len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mva_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
+    const double* const* ppSrc3, int32_t src3RoiShift, int32_t src3ObjectStride, int32_t src3Len,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count vectors of src2Len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pSrc3              third source: one vector of src3Len elements
+ *   src3ElementStride  bytes from one element of the third source to the next
+ *   src3Len            elements of the third source
+ *   pDst               result: the first of count vectors of src3Len elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mvav_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
+    int32_t src2Len, const float* pSrc3, int32_t src3ElementStride, int32_t src3Len, float* pDst,
+    int32_t dstObjectStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per vector of src2Len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pSrc3              third source: one vector of src3Len elements
+ *   src3ElementStride  bytes from one element of the third source to the next
+ *   src3Len            elements of the third source
+ *   ppDst              result: table of count pointers, one per vector of src3Len elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mvav_32f_L(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, int32_t src2Len, const float* pSrc3, int32_t src3ElementStride, int32_t src3Len,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width, row
+ *                     by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   src2Len           elements of the second source
+ *   ppSrc3            third source: table of pointers, one per element of one vector of src3Len elements
+ *   src3RoiShift      bytes added to every pointer of the table of the third source
+ *   src3Len           elements of the third source
+ *   ppDst             result: table of pointers, one per element of count vectors of src3Len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mvav_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
+    const float* const* ppSrc3, int32_t src3RoiShift, int32_t src3Len, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstObjectStride, int32_t count);
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   pSrc2              second source: the first of count vectors of src2Len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pSrc3              third source: one vector of src3Len elements
+ *   src3ElementStride  bytes from one element of the third source to the next
+ *   src3Len            elements of the third source
+ *   pDst               result: the first of count vectors of src3Len elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mvav_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
+    int32_t src2Len, const double* pSrc3, int32_t src3ElementStride, int32_t src3Len, double* pDst,
+    int32_t dstObjectStride, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   pSrc1              first source: one matrix of src1Height x src1Width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   src1Width          columns of the first source as stored
+ *   src1Height         rows of the first source as stored
+ *   ppSrc2             second source: table of count pointers, one per vector of src2Len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   src2Len            elements of the second source
+ *   pSrc3              third source: one vector of src3Len elements
+ *   src3ElementStride  bytes from one element of the third source to the next
+ *   src3Len            elements of the third source
+ *   ppDst              result: table of count pointers, one per vector of src3Len elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mvav_64f_L(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    int32_t src1Width, int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, int32_t src2Len, const double* pSrc3, int32_t src3ElementStride, int32_t src3Len,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t count);
+
+/* Multiplies a matrix by a vector and adds a second vector to the product. dst(i) = (sum over k of src1(i, k) *
+ * src2(k)) + src3(i).
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of src1Height x src1Width, row
+ *                     by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1Width         columns of the first source as stored
+ *   src1Height        rows of the first source as stored
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of src2Len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   src2Len           elements of the second source
+ *   ppSrc3            third source: table of pointers, one per element of one vector of src3Len elements
+ *   src3RoiShift      bytes added to every pointer of the table of the third source
+ *   src3Len           elements of the third source
+ *   ppDst             result: table of pointers, one per element of count vectors of src3Len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusSizeMismatch (not src1Width = src2Len and src1Height = src3Len),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmGaxpy_mvav_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, int32_t src1Width,
+    int32_t src1Height, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, int32_t src2Len,
+    const double* const* ppSrc3, int32_t src3RoiShift, int32_t src3Len, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstObjectStride, int32_t count);
+
 /* ---- EigenValues ---- */
 
 /* Computes the real and complex eigenvalues of a general real matrix.
