@@ -260,14 +260,14 @@ TYPED_TEST(GeneralVectors, TheSetsAloneAreThoseOfBoth)
     }
 }
 
-// Unlike the values alone, which take 2 and 3 as they stand.
+// Unlike for values alone.
 TYPED_TEST(GeneralVectors, ANonZeroLowerElementIsNeglectedOnlyAgainstTheDiagonal)
 {
     using T = TypeParam;
     const T small = T(0.5) * T(epsilon<T>);
     const Matrix<T> m(2, {0.0, double(small), -double(small), 0.0});
     EXPECT_EQ(valuesOf(m).im[0], T(0));
-    EXPECT_EQ(vectorsOf(m).im[0], small);
+    EXPECT_NEAR(double(vectorsOf(m).im[0] / small), 1, 4 * epsilon<T>);
 }
 
 TYPED_TEST(GeneralVectors, EqualDiagonalOfOneSignKeepsTheRotationOfTheBlockBefore)
@@ -300,7 +300,6 @@ TYPED_TEST(GeneralVectors, TheKeptRotationStartsAnewWithEveryObject)
     }
 }
 
-// As values alone split a nearly defective block by the old half difference of its diagonal, and vectors by the roots.
 TYPED_TEST(GeneralVectors, ANearlyDefectiveBlockEnds)
 {
     using T = TypeParam;
