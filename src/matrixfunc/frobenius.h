@@ -44,13 +44,14 @@ TARNM_INLINE V sumOfBlock(std::int32_t r, std::int32_t begin, const Element& ele
     return ((s[0] + s[4]) + (s[2] + s[6])) + ((s[1] + s[5]) + (s[3] + s[7]));
 }
 
-template <class V, class Element>
+template <bool hasBlocks, class V, class Element>
 TARNM_INLINE V sumRunning(std::int32_t rows, std::int32_t columns, const Element& element)
 {
     V sum = V(0);
     for (std::int32_t r = 0; r < rows; ++r) {
         std::int32_t c = 0;
-        for (; c + 16 <= columns; c += 16) sum = sum + sumOfBlock<V>(r, c, element);
+        if constexpr (hasBlocks)
+            for (; c + 16 <= columns; c += 16) sum = sum + sumOfBlock<V>(r, c, element);
         for (; c < columns; ++c) sum = sum + square(element(r, c));
     }
     return sum;
@@ -61,24 +62,15 @@ TARNM_INLINE V sumByPairs(std::int32_t rows, std::int32_t columns, const Element
 {
     const std::int32_t length = rows * columns;
     V even = V(0), odd = V(0);
-    std::int32_t r = 0, c = 0;
-    const auto next = [&] {
-        const V value = square(element(r, c));
-        if (++c == columns) {
-            c = 0;
-            ++r;
-        }
-        return value;
-    };
     for (std::int32_t k = 0; k + 1 < length; k += 2) {
-        even = even + next();
-        odd = odd + next();
+        even = even + square(element(k / columns, k % columns));
+        odd = odd + square(element((k + 1) / columns, (k + 1) % columns));
     }
     const V sum = even + odd;
-    return length % 2 == 0 ? sum : sum + next();
+    return length % 2 == 0 ? sum : sum + square(element((length - 1) / columns, (length - 1) % columns));
 }
 
-template <Path path, class V, class Element>
+template <Path path, bool hasBlocks, class V, class Element>
 TARNM_INLINE V sumOfSquares(std::int32_t rows, std::int32_t columns, const Element& element)
 {
     if constexpr (path == Path::pointer)
@@ -86,7 +78,7 @@ TARNM_INLINE V sumOfSquares(std::int32_t rows, std::int32_t columns, const Eleme
     else if constexpr (sizeof(scalar_t<V>) == 4)
         return sumByColumns<V>(rows, columns, element);
     else
-        return sumRunning<V>(rows, columns, element);
+        return sumRunning<hasBlocks, V>(rows, columns, element);
 }
 
 template <int order, Path path, class S, class D>
@@ -95,7 +87,7 @@ void squareNorms(const S& from, const D& to, Place place)
     const auto kernel = [](const auto& a, auto& norm) __attribute__((always_inline))
     {
         using V = std::remove_cvref_t<decltype(norm)>;
-        norm = sqrt(sumOfSquares<path, V>(order, order, [&](int r, int c) __attribute__((always_inline)) {
+        norm = sqrt(sumOfSquares<path, false, V>(order, order, [&](int r, int c) __attribute__((always_inline)) {
             return a[r][c];
         }));
     };
@@ -127,9 +119,12 @@ tarnmStatus frobeniusNorms(const S& from, const D& to, std::int32_t rows, std::i
     }
     for (std::ptrdiff_t n = place.first; n < std::ptrdiff_t(place.first) + place.count; ++n) {
         const auto object = from[n];
-        to.set(n, sqrt(sumOfSquares<path, T>(rows, columns, [&](std::ptrdiff_t r, std::ptrdiff_t c) {
-                   return object(r, c);
-               })));
+        const auto element = [&](std::ptrdiff_t r, std::ptrdiff_t c) { return object(r, c); };
+        // A table of elements is one row, whatever the shape.
+        if constexpr (path == Path::pointer)
+            to.set(n, sqrt(sumOfSquares<path, true, T>(1, rows * columns, element)));
+        else
+            to.set(n, sqrt(sumOfSquares<path, true, T>(rows, columns, element)));
     }
     return StatusOk;
 }

@@ -30,19 +30,44 @@ void crossInPlaceOrder(const X& x, const Y& y, const D& d)
     d.set(2, x[0] * y[1] - x[1] * y[0]);
 }
 
+template <class X, class Y, class D>
+void crossReadWhole(const X& x, const Y& y, const D& d)
+{
+    using T = typename D::Element;
+    const T a[3] = {x[0], x[1], x[2]}, b[3] = {y[0], y[1], y[2]};
+    T result[3];
+    crossProduct(a, b, result);
+    for (int k = 0; k < 3; ++k) d.set(k, result[k]);
+}
+
+template <class X, class Y, class D>
+void crossInLanes(const X& x, const Y& y, const D& d, Place place)
+{
+    const auto kernel = [](const auto& a, const auto& b, auto& r) __attribute__((always_inline))
+    {
+        crossProduct(a, b, r);
+    };
+    forEachBlock(place, kernel, source<3>(x), source<3>(y), result<3>(d));
+}
+
 // A dense object is read whole before its result is written. The others promise nothing where a result overlaps a
 // source; tables of neighbouring objects run in lanes where they lie apart.
 template <Path path, class X, class Y, class D>
 tarnmStatus crossProducts(const X& x, const Y& y, const D& d, Place place)
 {
-    const auto inLanes = [&] {
-        const auto kernel = [](const auto& a, const auto& b, auto& r) __attribute__((always_inline)) { crossProduct(a, b, r); };
-        forEachBlock(place, kernel, source<3>(x), source<3>(y), result<3>(d));
+    if constexpr (path == Path::dense && D::isSingle) {
+        crossReadWhole(x.object, y.object, d.object);
         return StatusOk;
-    };
-    if constexpr (path == Path::dense) return inLanes();
+    }
+    if constexpr (path == Path::dense && !D::isSingle) {
+        crossInLanes(x, y, d, place);
+        return StatusOk;
+    }
     if constexpr (path == Path::pointer && !D::isSingle) {
-        if (isInterleaved(d) && elementsApart<3>(d, x, place) && elementsApart<3>(d, y, place)) return inLanes();
+        if (isInterleaved(d) && elementsApart<3>(d, x, place) && elementsApart<3>(d, y, place)) {
+            crossInLanes(x, y, d, place);
+            return StatusOk;
+        }
     }
     for (std::ptrdiff_t n = place.first; n < std::ptrdiff_t(place.first) + place.count; ++n)
         crossInPlaceOrder(x[n], y[n], d[n]);

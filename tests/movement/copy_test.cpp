@@ -1,0 +1,144 @@
+// Copies and extracts: single cases that callers rely on.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "tarnm/tarnm.h"
+
+namespace {
+
+template <class T, class Bits>
+void writeBits(T* at, Bits bits)
+{
+    std::memcpy(at, &bits, sizeof bits);
+}
+template <class Bits, class T>
+Bits readBits(const T* at)
+{
+    Bits bits;
+    std::memcpy(&bits, at, sizeof bits);
+    return bits;
+}
+
+// Signalling NaNs with payloads, quiet NaN, -0, denormals, infinity.
+const std::uint32_t patterns32[] = {0x7f800001, 0xffa01234, 0x7fc00000, 0x80000000, 0x00000001, 0x807fffff, 0x7f800000};
+const std::uint64_t patterns64[] = {0x7ff0000000000001, 0xfff4000012345678, 0x8000000000000000, 0x0000000000000001};
+
+TEST(Copy, MovesBitPatternsOfSingles)
+{
+    constexpr int count = 21;
+    std::vector<float> from(9 * count), to(9 * count), planes(9 * count);
+    for (std::size_t i = 0; i < from.size(); ++i) writeBits(&from[i], patterns32[i % std::size(patterns32)]);
+    const float* source[9];
+    float* result[9];
+    for (int k = 0; k < 9; ++k) {
+        result[k] = &planes[std::size_t(k) * count];
+        source[k] = result[k];
+    }
+    ASSERT_EQ(tarnmCopy_ma_32f_SP(from.data(), 36, 12, 4, result, 0, 4, 3, 3, count), StatusOk);
+    ASSERT_EQ(tarnmCopy_ma_32f_PS(source, 0, 4, to.data(), 36, 12, 4, 3, 3, count), StatusOk);
+    for (std::size_t i = 0; i < from.size(); ++i)
+        EXPECT_EQ(readBits<std::uint32_t>(&to[i]), patterns32[i % std::size(patterns32)]) << i;
+}
+
+TEST(Copy, MovesBitPatternsOfDoubles)
+{
+    std::vector<double> from(20), to(40);
+    for (std::size_t i = 0; i < from.size(); ++i) writeBits(&from[i], patterns64[i % std::size(patterns64)]);
+    ASSERT_EQ(tarnmCopy_va_64f_SS(from.data(), 16, 8, to.data(), 32, 16, 2, 10), StatusOk);
+    for (std::size_t i = 0; i < from.size(); ++i)
+        EXPECT_EQ(readBits<std::uint64_t>(&to[2 * i]), patterns64[i % std::size(patterns64)]) << i;
+}
+
+TEST(Copy, OfOneObjectTakesAnyObjectStride)
+{
+    const float from[] = {1, 2, 3, 4};
+    for (const int stride : {0, 3, -4}) {
+        float to[4] = {};
+        EXPECT_EQ(tarnmCopy_ma_32f_SS(from, stride, 8, 4, to, stride, 8, 4, 2, 2, 1), StatusOk);
+        EXPECT_EQ(to[3], 4.0f);
+    }
+}
+
+TEST(Copy, OfTwoObjectsTestsTheObjectStrides)
+{
+    const float from[] = {1, 2, 3, 4};
+    float to[4] = {};
+    EXPECT_EQ(tarnmCopy_ma_32f_SS(from, 0, 4, 4, to, 8, 4, 4, 1, 1, 2), StatusBadStride);
+    EXPECT_EQ(tarnmCopy_ma_32f_SS(from, 8, 4, 4, to, 0, 4, 4, 1, 1, 2), StatusBadStride);
+}
+
+TEST(Copy, RunsForwardThroughOverlappingMemory)
+{
+    // The element that is read has been written by the step before.
+    float data[30];
+    for (int i = 0; i < 30; ++i) data[i] = float(i);
+    ASSERT_EQ(tarnmCopy_va_32f_SS(data, 12, 4, data + 1, 12, 4, 3, 9), StatusOk);
+    for (int i = 0; i <= 27; ++i) EXPECT_EQ(data[i], 0.0f) << i;
+    EXPECT_EQ(data[28], 28.0f);
+}
+
+TEST(Copy, OntoItselfChangesNothing)
+{
+    float data[30];
+    for (int i = 0; i < 30; ++i) data[i] = float(i);
+    ASSERT_EQ(tarnmCopy_va_32f_SS(data, 12, 4, data, 12, 4, 3, 10), StatusOk);
+    for (int i = 0; i < 30; ++i) EXPECT_EQ(data[i], float(i));
+}
+
+TEST(Copy, TestsSizesAheadOfTheCount)
+{
+    const float from[1] = {};
+    float to[1];
+    EXPECT_EQ(tarnmCopy_va_32f_SS(from, 4, 4, to, 4, 4, 0, 0), StatusBadSize);
+}
+
+TEST(Copy, OfTablesTestsTheShiftsAheadOfTheObjectStrides)
+{
+    const float from[1] = {};
+    float to[1];
+    const float* source[] = {from};
+    float* result[] = {to};
+    EXPECT_EQ(tarnmCopy_va_32f_PP(source, -4, 3, result, 0, 3, 1, 2), StatusBadRoiShift);
+}
+
+TEST(Extract, OfTablesOfMatricesTestsSizesAheadOfPointers)
+{
+    float to[1];
+    EXPECT_EQ(tarnmExtract_m_32f_P(nullptr, 0, to, 0, 1), StatusBadSize);
+    EXPECT_EQ(tarnmExtract_m_32f(nullptr, 4, 4, to, 0, 1), StatusNullPointer);
+    EXPECT_EQ(tarnmExtract_v_64f_P(nullptr, 0, nullptr, 0), StatusBadSize);
+    EXPECT_EQ(tarnmExtract_v_32f_P(nullptr, 0, nullptr, 0), StatusNullPointer);
+}
+
+TEST(Extract, OfListsTestsTheShiftAheadOfTheStride)
+{
+    const float from[1] = {};
+    const float* list[] = {from};
+    float to[1];
+    EXPECT_EQ(tarnmExtract_va_32f_L(list, 2, 2, to, 1, 1), StatusBadRoiShift);
+    EXPECT_EQ(tarnmExtract_va_32f(from, 4, 2, to, 1, 1), StatusBadStride);
+}
+
+TEST(Extract, OfATransposedMatrixBeginsWithItsFirstStoredColumn)
+{
+    const float stored[3][2] = {{1, 2}, {3, 4}, {5, 6}};
+    float block[6] = {};
+    ASSERT_EQ(tarnmExtract_t_32f(stored[0], 8, 4, block, 3, 2), StatusOk);
+    const float expected[] = {1, 3, 5, 2, 4, 6};
+    for (int i = 0; i < 6; ++i) EXPECT_EQ(block[i], expected[i]) << i;
+}
+
+TEST(Extract, TestsSizesAheadOfTheCount)
+{
+    const float from[1] = {};
+    const float* table[] = {from};
+    float to[1];
+    EXPECT_EQ(tarnmExtract_ma_32f(from, 4, 4, 4, to, 0, 1, 0), StatusBadSize);
+    EXPECT_EQ(tarnmExtract_ma_32f_L(table, 0, 4, 4, to, 0, 1, 0), StatusBadSize);
+    EXPECT_EQ(tarnmExtract_ma_32f_P(table, 0, 4, to, 0, 1, 0), StatusBadSize);
+}
+
+} // namespace
