@@ -71,6 +71,8 @@ bool looksAtThePlace(const Member& member)
     const bool isSum = member.code.find_first_of("mt") != std::string_view::npos;
     if (byVector && isSum) return true;
     if (member.operation == "Det") return true;
+    // Long sums begin at an alignment, and the objects of a list stand at any address.
+    if ((member.operation == "DotProduct" || member.operation == "L2Norm") && member.layout == "L") return true;
     // Groups of four objects, and the remaining ones, have forms of their own.
     return member.operation == "CholeskyDecomp" || member.operation == "CholeskyBackSubst";
 }

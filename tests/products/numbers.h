@@ -26,7 +26,8 @@ public:
     {
         const auto address = reinterpret_cast<std::uintptr_t>(bytes.data());
         first = bytes.data() + (32 - address % 32) % 32 + offset;
-        std::memcpy(first, values.data(), values.size() * sizeof(T));
+        for (std::size_t i = 0; i < values.size(); ++i)
+            std::memcpy(first + i * sizeof(T), &values[i], sizeof(T));
     }
 
     T* data() const { return reinterpret_cast<T*>(first); }
