@@ -67,6 +67,8 @@ ROWS = [
         scratch="widthHeight * widthHeight * elementSize",
         merges_status=True,
         statuses=(NOT_CONVERGED, SINGULAR),
+        kernel="symmetricEigenvalues<{layout}, {path}>({src}, pBuffer, pDstValues, widthHeight, {place})",
+        headers=("eigen/symmetric.h",),
         purpose="Computes the eigenvalues of a symmetric matrix.",
     ),
     Row(
@@ -83,6 +85,8 @@ ROWS = [
         scratch="widthHeight * widthHeight * elementSize",
         merges_status=True,
         statuses=(NOT_CONVERGED, SINGULAR),
+        kernel="symmetricEigenvectors<{layout}, {path}>({src}, pBuffer, {dst}, pDstValues, widthHeight, {place})",
+        headers=("eigen/symmetric.h",),
         purpose="Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix.",
     ),
     Row(
