@@ -5558,7 +5558,7 @@ TARNM_API tarnmStatus tarnmMul_tac_64f_P(const double* const* ppSrc, int32_t src
 
 /* ---- EigenValuesSym ---- */
 
-/* Computes the eigenvalues of a symmetric matrix.
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
  *   pSrc              source: one matrix of widthHeight x widthHeight
  *   srcRowStride      bytes from one row of the source to the next
  *   srcElementStride  bytes from one element of the source to the next
@@ -5572,7 +5572,7 @@ TARNM_API tarnmStatus tarnmMul_tac_64f_P(const double* const* ppSrc, int32_t src
 TARNM_API tarnmStatus tarnmEigenValuesSym_m_32f(const float* pSrc, int32_t srcRowStride, int32_t srcElementStride,
     void* pBuffer, float* pDstValues, int32_t widthHeight);
 
-/* Computes the eigenvalues of a symmetric matrix.
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
  *   ppSrc        source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
  *   srcRoiShift  bytes added to every pointer of the table of the source
  *   pBuffer      scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
@@ -5585,7 +5585,7 @@ TARNM_API tarnmStatus tarnmEigenValuesSym_m_32f(const float* pSrc, int32_t srcRo
 TARNM_API tarnmStatus tarnmEigenValuesSym_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift, void* pBuffer,
     float* pDstValues, int32_t widthHeight);
 
-/* Computes the eigenvalues of a symmetric matrix.
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
  *   pSrc              source: one matrix of widthHeight x widthHeight
  *   srcRowStride      bytes from one row of the source to the next
  *   srcElementStride  bytes from one element of the source to the next
@@ -5599,7 +5599,7 @@ TARNM_API tarnmStatus tarnmEigenValuesSym_m_32f_P(const float* const* ppSrc, int
 TARNM_API tarnmStatus tarnmEigenValuesSym_m_64f(const double* pSrc, int32_t srcRowStride, int32_t srcElementStride,
     void* pBuffer, double* pDstValues, int32_t widthHeight);
 
-/* Computes the eigenvalues of a symmetric matrix.
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
  *   ppSrc        source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
  *   srcRoiShift  bytes added to every pointer of the table of the source
  *   pBuffer      scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
@@ -5612,7 +5612,7 @@ TARNM_API tarnmStatus tarnmEigenValuesSym_m_64f(const double* pSrc, int32_t srcR
 TARNM_API tarnmStatus tarnmEigenValuesSym_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift, void* pBuffer,
     double* pDstValues, int32_t widthHeight);
 
-/* Computes the eigenvalues of a symmetric matrix.
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
  *   pSrc              source: the first of count matrices of widthHeight x widthHeight
  *   srcObjectStride   bytes from one matrix of the source to the next
  *   srcRowStride      bytes from one row of the source to the next
@@ -5628,7 +5628,7 @@ TARNM_API tarnmStatus tarnmEigenValuesSym_m_64f_P(const double* const* ppSrc, in
 TARNM_API tarnmStatus tarnmEigenValuesSym_ma_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
     int32_t srcElementStride, void* pBuffer, float* pDstValues, int32_t widthHeight, int32_t count);
 
-/* Computes the eigenvalues of a symmetric matrix.
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
  *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
  *   srcRoiShift       bytes added to every pointer of the table of the source
  *   srcRowStride      bytes from one row of the source to the next
@@ -5646,7 +5646,7 @@ TARNM_API tarnmStatus tarnmEigenValuesSym_ma_32f_L(const float* const* ppSrc, in
     int32_t srcRowStride, int32_t srcElementStride, void* pBuffer, float* pDstValues, int32_t widthHeight,
     int32_t count);
 
-/* Computes the eigenvalues of a symmetric matrix.
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
  *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
  *                    by row
  *   srcRoiShift      bytes added to every pointer of the table of the source
@@ -5663,7 +5663,7 @@ TARNM_API tarnmStatus tarnmEigenValuesSym_ma_32f_L(const float* const* ppSrc, in
 TARNM_API tarnmStatus tarnmEigenValuesSym_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
     int32_t srcObjectStride, void* pBuffer, float* pDstValues, int32_t widthHeight, int32_t count);
 
-/* Computes the eigenvalues of a symmetric matrix.
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
  *   pSrc              source: the first of count matrices of widthHeight x widthHeight
  *   srcObjectStride   bytes from one matrix of the source to the next
  *   srcRowStride      bytes from one row of the source to the next
@@ -5679,7 +5679,7 @@ TARNM_API tarnmStatus tarnmEigenValuesSym_ma_32f_P(const float* const* ppSrc, in
 TARNM_API tarnmStatus tarnmEigenValuesSym_ma_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
     int32_t srcElementStride, void* pBuffer, double* pDstValues, int32_t widthHeight, int32_t count);
 
-/* Computes the eigenvalues of a symmetric matrix.
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
  *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
  *   srcRoiShift       bytes added to every pointer of the table of the source
  *   srcRowStride      bytes from one row of the source to the next
@@ -5697,7 +5697,7 @@ TARNM_API tarnmStatus tarnmEigenValuesSym_ma_64f_L(const double* const* ppSrc, i
     int32_t srcRowStride, int32_t srcElementStride, void* pBuffer, double* pDstValues, int32_t widthHeight,
     int32_t count);
 
-/* Computes the eigenvalues of a symmetric matrix.
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
  *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
  *                    by row
  *   srcRoiShift      bytes added to every pointer of the table of the source
@@ -5716,7 +5716,7 @@ TARNM_API tarnmStatus tarnmEigenValuesSym_ma_64f_P(const double* const* ppSrc, i
 
 /* ---- EigenValuesVectorsSym ---- */
 
-/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix.
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
  *   pSrc              source: one matrix of widthHeight x widthHeight
  *   srcRowStride      bytes from one row of the source to the next
  *   srcElementStride  bytes from one element of the source to the next
@@ -5734,7 +5734,7 @@ TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_m_32f(const float* pSrc, int32_
     int32_t srcElementStride, void* pBuffer, float* pDstVectors, int32_t dstRowStride, int32_t dstElementStride,
     float* pDstValues, int32_t widthHeight);
 
-/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix.
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
  *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
  *   srcRoiShift   bytes added to every pointer of the table of the source
  *   pBuffer       scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
@@ -5749,7 +5749,7 @@ TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_m_32f(const float* pSrc, int32_
 TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
     void* pBuffer, float* const* ppDstVectors, int32_t dstRoiShift, float* pDstValues, int32_t widthHeight);
 
-/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix.
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
  *   pSrc              source: one matrix of widthHeight x widthHeight
  *   srcRowStride      bytes from one row of the source to the next
  *   srcElementStride  bytes from one element of the source to the next
@@ -5767,7 +5767,7 @@ TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_m_64f(const double* pSrc, int32
     int32_t srcElementStride, void* pBuffer, double* pDstVectors, int32_t dstRowStride, int32_t dstElementStride,
     double* pDstValues, int32_t widthHeight);
 
-/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix.
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
  *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
  *   srcRoiShift   bytes added to every pointer of the table of the source
  *   pBuffer       scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
@@ -5782,7 +5782,7 @@ TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_m_64f(const double* pSrc, int32
 TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
     void* pBuffer, double* const* ppDstVectors, int32_t dstRoiShift, double* pDstValues, int32_t widthHeight);
 
-/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix.
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
  *   pSrc              source: the first of count matrices of widthHeight x widthHeight
  *   srcObjectStride   bytes from one matrix of the source to the next
  *   srcRowStride      bytes from one row of the source to the next
@@ -5803,7 +5803,7 @@ TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_ma_32f(const float* pSrc, int32
     int32_t srcRowStride, int32_t srcElementStride, void* pBuffer, float* pDstVectors, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, float* pDstValues, int32_t widthHeight, int32_t count);
 
-/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix.
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
  *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
  *   srcRoiShift       bytes added to every pointer of the table of the source
  *   srcRowStride      bytes from one row of the source to the next
@@ -5825,7 +5825,7 @@ TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_ma_32f_L(const float* const* pp
     int32_t srcRowStride, int32_t srcElementStride, void* pBuffer, float* const* ppDstVectors, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, float* pDstValues, int32_t widthHeight, int32_t count);
 
-/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix.
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
  *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
  *                    by row
  *   srcRoiShift      bytes added to every pointer of the table of the source
@@ -5847,7 +5847,7 @@ TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_ma_32f_P(const float* const* pp
     int32_t srcObjectStride, void* pBuffer, float* const* ppDstVectors, int32_t dstRoiShift, int32_t dstObjectStride,
     float* pDstValues, int32_t widthHeight, int32_t count);
 
-/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix.
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
  *   pSrc              source: the first of count matrices of widthHeight x widthHeight
  *   srcObjectStride   bytes from one matrix of the source to the next
  *   srcRowStride      bytes from one row of the source to the next
@@ -5868,7 +5868,7 @@ TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_ma_64f(const double* pSrc, int3
     int32_t srcRowStride, int32_t srcElementStride, void* pBuffer, double* pDstVectors, int32_t dstObjectStride,
     int32_t dstRowStride, int32_t dstElementStride, double* pDstValues, int32_t widthHeight, int32_t count);
 
-/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix.
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
  *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
  *   srcRoiShift       bytes added to every pointer of the table of the source
  *   srcRowStride      bytes from one row of the source to the next
@@ -5890,7 +5890,7 @@ TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_ma_64f_L(const double* const* p
     int32_t srcRowStride, int32_t srcElementStride, void* pBuffer, double* const* ppDstVectors, int32_t dstRoiShift,
     int32_t dstRowStride, int32_t dstElementStride, double* pDstValues, int32_t widthHeight, int32_t count);
 
-/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix.
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
  *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
  *                    by row
  *   srcRoiShift      bytes added to every pointer of the table of the source

@@ -15,15 +15,13 @@
 
 namespace tarnm::symmetric {
 
-template <class S>
-struct Band {
+template <class S> struct Band {
     Cells<S> d, e;
 };
 
 // The band replaces the first two rows of the matrix. Elements are taken in pairs from both ends, so that none is
 // overwritten before it is read.
-template <class W, class S>
-TARNM_INLINE Band<S> takeBand(const Matrix<S>& a, mask_t<W> backward)
+template <class W, class S> TARNM_INLINE Band<S> takeBand(const Matrix<S>& a, mask_t<W> backward)
 {
     const int n = a.order;
     const Band<S> band{a.cells, a.cells.from(n)};
@@ -40,8 +38,7 @@ TARNM_INLINE Band<S> takeBand(const Matrix<S>& a, mask_t<W> backward)
     return band;
 }
 
-template <class W, class S, class Vectors>
-struct Iteration {
+template <class W, class S, class Vectors> struct Iteration {
     using M = mask_t<W>;
     static constexpr int stepLimit = 30;
     // Only the values family takes the product of the eigenvalues as it finds them.

@@ -12,8 +12,7 @@
 
 namespace tarnm::symmetric {
 
-template <class W>
-struct ClosedForm {
+template <class W> struct ClosedForm {
     mask_t<W> isSingular;
     W first, second;
     mask_t<W> firstIsPositive;
@@ -42,8 +41,7 @@ TARNM_INLINE ClosedForm<W> closedValues(S storedA, S storedB, S storedC, const V
     return form;
 }
 
-template <class W>
-TARNM_INLINE W inverseRootOfOnePlusSquare(W u, [[maybe_unused]] const Variant& variant)
+template <class W> TARNM_INLINE W inverseRootOfOnePlusSquare(W u, [[maybe_unused]] const Variant& variant)
 {
     if constexpr (std::is_same_v<W, float>)
         if (variant.wideClosedForm) return float(1.0 / sqrt(1.0 + double(u * u)));

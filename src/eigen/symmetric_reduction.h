@@ -14,8 +14,7 @@
 
 namespace tarnm::symmetric {
 
-template <class S>
-struct Matrix {
+template <class S> struct Matrix {
     Cells<S> cells;
     int order;
 
@@ -24,8 +23,7 @@ struct Matrix {
 };
 
 // x - factor v, in the objects that are not skipped.
-template <class W, class S>
-TARNM_INLINE S reflected(S x, W factor, S v, mask_t<W> isSkipped)
+template <class W, class S> TARNM_INLINE S reflected(S x, W factor, S v, mask_t<W> isSkipped)
 {
     const W wide = widen<W>(x);
     return narrow<S>(select(isSkipped, wide, wide - factor * widen<W>(v)));
@@ -48,7 +46,8 @@ TARNM_INLINE W reflectionVector(const Matrix<S>& a, Cells<S> v, int k, const Var
     if (all(isSkipped)) return W(0);
 
     const W norm = sqrt(sigma), x0 = widen<W>(a.get(k + 1, k));
-    for (int i = k + 2; i < n; ++i) v.set(i, a.get(i, k));
+    for (int i = k + 2; i < n; ++i)
+        v.set(i, a.get(i, k));
     if (variant.alignmentTest) isSkipped = isSkipped || tolerance >= abs(x0 - norm);
     if (all(isSkipped)) return W(0);
 
@@ -66,15 +65,19 @@ TARNM_INLINE void applyToMatrix(const Matrix<S>& a, Cells<S> v, int k, W beta, m
     const int n = a.order;
     for (int j = k; j < n; ++j) {
         W sum = W(0);
-        for (int i = k + 1; i < n; ++i) sum = sum + widen<W>(a.get(i, j)) * widen<W>(v.get(i));
+        for (int i = k + 1; i < n; ++i)
+            sum = sum + widen<W>(a.get(i, j)) * widen<W>(v.get(i));
         const W c = beta * sum;
-        for (int i = k + 1; i < n; ++i) a.set(i, j, reflected(a.get(i, j), c, v.get(i), isSkipped));
+        for (int i = k + 1; i < n; ++i)
+            a.set(i, j, reflected(a.get(i, j), c, v.get(i), isSkipped));
     }
     for (int r = k; r < n; ++r) {
         W sum = W(0);
-        for (int i = k + 1; i < n; ++i) sum = sum + widen<W>(a.get(r, i)) * widen<W>(v.get(i));
+        for (int i = k + 1; i < n; ++i)
+            sum = sum + widen<W>(a.get(r, i)) * widen<W>(v.get(i));
         const W c = beta * sum;
-        for (int i = k + 1; i < n; ++i) a.set(r, i, reflected(a.get(r, i), c, v.get(i), isSkipped));
+        for (int i = k + 1; i < n; ++i)
+            a.set(r, i, reflected(a.get(r, i), c, v.get(i), isSkipped));
     }
 }
 
@@ -96,9 +99,11 @@ TARNM_INLINE void applyToVectors(Vectors& vectors, int n, Cells<S> v, int k, W b
     }
     for (int r = 1; r < n; ++r) {
         W sum = W(0);
-        for (int i = k + 1; i < n; ++i) sum = sum + widen<W>(vectors.get(r, i)) * widen<W>(v.get(i));
+        for (int i = k + 1; i < n; ++i)
+            sum = sum + widen<W>(vectors.get(r, i)) * widen<W>(v.get(i));
         const W c = beta * sum;
-        for (int i = k + 1; i < n; ++i) vectors.set(r, i, reflected(vectors.get(r, i), c, v.get(i), isSkipped));
+        for (int i = k + 1; i < n; ++i)
+            vectors.set(r, i, reflected(vectors.get(r, i), c, v.get(i), isSkipped));
     }
 }
 

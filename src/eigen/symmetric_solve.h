@@ -12,15 +12,13 @@
 
 namespace tarnm::symmetric {
 
-template <class W>
-struct Outcome {
+template <class W> struct Outcome {
     mask_t<W> notConverged;
     mask_t<W> singular;
 };
 
 // Descending. The comparison is strict, so that of equal values the first is taken.
-template <class W, class S, class Vectors>
-TARNM_INLINE void sort(Cells<S> values, Vectors& vectors, int n)
+template <class W, class S, class Vectors> TARNM_INLINE void sort(Cells<S> values, Vectors& vectors, int n)
 {
     for (int i = 0; i < n - 1; ++i) {
         const W held = widen<W>(values.get(i));
@@ -49,7 +47,8 @@ TARNM_INLINE W collect(const Iteration<W, S, Vectors>& iteration, Cells<S> value
         values.set(i, narrow<S>(select(iteration.backward, there, here)));
     }
     W product = W(1);
-    for (int i = 0; i < n; ++i) product = product * widen<W>(values.get(i));
+    for (int i = 0; i < n; ++i)
+        product = product * widen<W>(values.get(i));
     if constexpr (!Vectors::arePresent)
         product = select(iteration.backward, iteration.product * widen<W>(values.get(0)), product);
     return product;
@@ -106,10 +105,8 @@ tarnmStatus solveOne(T* work, T* values, Vectors vectors, int n, const Variant& 
     return outcome.singular ? StatusSingular : StatusOk;
 }
 
-template <class T>
-using StridedVectors = StoredVectors<StridedMatrix<T, Spacing::strided>>;
-template <class T>
-using ScatteredVectors = StoredVectors<ScatteredMatrix<T>>;
+template <class T> using StridedVectors = StoredVectors<StridedMatrix<T, Spacing::strided>>;
+template <class T> using ScatteredVectors = StoredVectors<ScatteredMatrix<T>>;
 
 extern template tarnmStatus solveOne<float>(float*, float*, NoVectors, int, const Variant&);
 extern template tarnmStatus solveOne<double>(double*, double*, NoVectors, int, const Variant&);

@@ -13,107 +13,74 @@
 
 #include <cstddef>
 
-#include "frame/lanes.h"
+#include "eigen/symmetric_pairs.h"
 
 namespace tarnm::symmetric {
 
-using tarnm::select;
-TARNM_INLINE int select(bool m, int a, int b)
-{
-    return m ? a : b;
-}
+TARNM_INLINE int select(bool m, int a, int b) { return m ? a : b; }
 
 // ---- Precision
 
-template <class W, class S>
-requires std::is_floating_point_v<S> TARNM_INLINE W widen(S value)
-{
-    return value;
-}
-template <class S, class W>
-requires std::is_floating_point_v<W> TARNM_INLINE S narrow(W value)
-{
-    return S(value);
-}
-
-template <class To, class From>
-TARNM_INLINE To converted(From value)
-{
-    if constexpr (std::is_same_v<To, From>)
-        return value;
-    else
-        return To(__builtin_convertvector(value.raw, typename To::Raw));
-}
-template <class W, class T, int N>
-TARNM_INLINE W widen(lanes<T, N> value)
-{
-    return converted<W>(value);
-}
-template <class S, class T, int N>
-TARNM_INLINE S narrow(lanes<T, N> value)
-{
-    return converted<S>(value);
-}
+template <class W, class S> TARNM_INLINE W widen(S value) { return converted<W>(value); }
+template <class S, class W> TARNM_INLINE S narrow(W value) { return converted<S>(value); }
 
 // ---- Runs of values
 
 // Value k of lane l stands at base[k * lanes + l], at any address.
-template <class S>
-struct Cells {
+template <class S> struct Cells {
     scalar_t<S>* base;
 
-    TARNM_INLINE S get(std::ptrdiff_t k) const { return load<S>(base + k * lane_count_v<S>); }
-    TARNM_INLINE void set(std::ptrdiff_t k, S value) const { store(base + k * lane_count_v<S>, value); }
+    TARNM_INLINE S get(std::ptrdiff_t k) const { return loadCell(base + k * lane_count_v<S>); }
+    TARNM_INLINE void set(std::ptrdiff_t k, S value) const { storeCell(base + k * lane_count_v<S>, value); }
     TARNM_INLINE Cells from(std::ptrdiff_t k) const { return {base + k * lane_count_v<S>}; }
+
+private:
+    static constexpr int half = lane_count_v<S> / 2;
+
+    TARNM_INLINE static S loadCell(const scalar_t<S>* address)
+    {
+        if constexpr (isPair<S>)
+            return {load<decltype(S::low)>(address), load<decltype(S::high)>(address + half)};
+        else
+            return load<S>(address);
+    }
+    TARNM_INLINE static void storeCell(scalar_t<S>* address, S value)
+    {
+        if constexpr (isPair<S>) {
+            store(address, value.low);
+            store(address + half, value.high);
+        } else
+            store(address, value);
+    }
 };
 
 // ---- Indices
 
-template <class V>
-inline constexpr bool isScalar = lane_count_v<V> == 1;
-template <class W>
-using Index = std::conditional_t<isScalar<W>, int, W>;
+template <class V> inline constexpr bool isScalar = lane_count_v<V> == 1;
+template <class W> using Index = std::conditional_t<isScalar<W>, int, W>;
 
-TARNM_INLINE int firstOf(int index)
-{
-    return index;
-}
-TARNM_INLINE int lastOf(int index, int)
-{
-    return index;
-}
-template <class T, int N>
-TARNM_INLINE int firstOf(lanes<T, N>)
-{
-    return 0;
-}
-template <class T, int N>
-TARNM_INLINE int lastOf(lanes<T, N>, int last)
-{
-    return last;
-}
+TARNM_INLINE int firstOf(int index) { return index; }
+TARNM_INLINE int lastOf(int index, int) { return index; }
+template <Value I> TARNM_INLINE int firstOf(I) { return 0; }
+template <Value I> TARNM_INLINE int lastOf(I, int last) { return last; }
 
 // The element at `index` of `count` elements.
-template <class W, class S>
-TARNM_INLINE W at(Cells<S> cells, int index, int)
-{
-    return widen<W>(cells.get(index));
-}
-template <class W, class S, class T, int N>
-TARNM_INLINE W at(Cells<S> cells, lanes<T, N> index, int count)
+template <class W, class S> TARNM_INLINE W at(Cells<S> cells, int index, int) { return widen<W>(cells.get(index)); }
+template <class W, class S, Value I> TARNM_INLINE W at(Cells<S> cells, I index, int count)
 {
     W value = widen<W>(cells.get(0));
-    for (int k = 1; k < count; ++k) value = select(index == W(k), widen<W>(cells.get(k)), value);
+    for (int k = 1; k < count; ++k)
+        value = select(index == W(k), widen<W>(cells.get(k)), value);
     return value;
 }
 
-template <class W, class S>
-TARNM_INLINE void put(Cells<S> cells, int index, int, W value, bool where)
+template <class W, class S> TARNM_INLINE void put(Cells<S> cells, int index, int, W value, bool where)
 {
-    if (where) cells.set(index, narrow<S>(value));
+    if (where)
+        cells.set(index, narrow<S>(value));
 }
-template <class W, class S, class T, int N>
-TARNM_INLINE void put(Cells<S> cells, lanes<T, N> index, int count, W value, mask_t<W> where)
+template <class W, class S, Value I>
+TARNM_INLINE void put(Cells<S> cells, I index, int count, W value, mask_t<W> where)
 {
     for (int k = 0; k < count; ++k)
         cells.set(k, narrow<S>(select(where && index == W(k), value, widen<W>(cells.get(k)))));

@@ -22,10 +22,8 @@ template <Family family, Form form, class T>
 using Working = std::conditional_t<family == Family::vectors && form == Form::many, double, T>;
 
 // Unit in the last place of 1. All tolerances are absolute: none is scaled by a norm of the matrix.
-template <class T>
-inline constexpr double epsilon = 0x1p-52;
-template <>
-inline constexpr double epsilon<float> = 0x1p-23;
+template <class T> inline constexpr double epsilon = 0x1p-52;
+template <> inline constexpr double epsilon<float> = 0x1p-23;
 
 struct Variant {
     bool sigmaTest;     // a column without a part below the band is left as it is
@@ -43,8 +41,7 @@ struct Variant {
     double tolerance;           // everything else
 };
 
-template <Family family, Form form, class T>
-constexpr Variant variantOf(Layout layout, Path path)
+template <Family family, Form form, class T> constexpr Variant variantOf(Layout layout, Path path)
 {
     constexpr bool ofVectors = family == Family::vectors;
     constexpr bool ofArrays = form == Form::many;

@@ -14,19 +14,12 @@ namespace tarnm::symmetric {
 struct NoVectors {
     static constexpr bool arePresent = false;
 
-    template <class M>
-    TARNM_INLINE void mirror(M)
-    {
-    }
+    template <class M> TARNM_INLINE void mirror(M) {}
     TARNM_INLINE void mirrorBack() {}
-    template <class I>
-    TARNM_INLINE void exchange(int, I)
-    {
-    }
+    template <class I> TARNM_INLINE void exchange(int, I) {}
 };
 
-template <class View>
-struct StoredVectors {
+template <class View> struct StoredVectors {
     static constexpr bool arePresent = true;
     using S = typename View::Element;
 
@@ -50,8 +43,7 @@ struct StoredVectors {
     }
 };
 
-template <class S, class W>
-struct LaneVectors {
+template <class S, class W> struct LaneVectors {
     static constexpr bool arePresent = true;
 
     Cells<S> cells;
@@ -63,7 +55,8 @@ struct LaneVectors {
 
     TARNM_INLINE void mirror(mask_t<W> backward)
     {
-        for (int j = 0; j < order; ++j) columns.set(j, select(backward, W(order - 1 - j), W(j)));
+        for (int j = 0; j < order; ++j)
+            columns.set(j, select(backward, W(order - 1 - j), W(j)));
         for (int r = 0; r < order; ++r)
             for (int j = 0; j < order / 2; ++j) {
                 const W a = widen<W>(get(r, j)), b = widen<W>(get(r, order - 1 - j));
@@ -82,12 +75,12 @@ struct LaneVectors {
     }
 };
 
-template <class S, class Vectors>
-TARNM_INLINE void setIdentity(const Vectors& vectors, int order)
+template <class S, class Vectors> TARNM_INLINE void setIdentity(const Vectors& vectors, int order)
 {
     if constexpr (Vectors::arePresent)
         for (int r = 0; r < order; ++r)
-            for (int j = 0; j < order; ++j) vectors.set(r, j, S(r == j ? 1 : 0));
+            for (int j = 0; j < order; ++j)
+                vectors.set(r, j, S(r == j ? 1 : 0));
 }
 
 } // namespace tarnm::symmetric
