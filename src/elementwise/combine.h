@@ -84,21 +84,21 @@ auto hold(const Array& array)
 }
 
 template <class Operation, class A, class B, class D>
-void combineObject(Operation operation, const A& a, const B& b, const D& d, Extent extent)
+TARNM_INLINE void combineObject(Operation operation, const A& a, const B& b, const D& d, Extent extent)
 {
     for (std::int32_t r = 0; r < extent.rows; ++r)
         for (std::int32_t c = 0; c < extent.columns; ++c) d.set(r, c, operation(a(r, c), b(r, c)));
 }
 
 template <class Operation, class A, class B, class D>
-void combineObjects(Operation operation, const A& a, const B& b, const D& d, Extent extent, Place place)
+TARNM_INLINE void combineObjects(Operation operation, const A& a, const B& b, const D& d, Extent extent, Place place)
 {
     for (std::ptrdiff_t n = place.first; n < std::ptrdiff_t(place.first) + place.count; ++n)
         combineObject(operation, a[n], b[n], d[n], extent);
 }
 
 template <int rows, int columns, class Operation, class A, class B, class D>
-void combineCase(Operation operation, const A& a, const B& b, const D& d, Place place)
+TARNM_INLINE void combineCase(Operation operation, const A& a, const B& b, const D& d, Place place)
 {
     if constexpr (D::isSingle)
         combineObjects(operation, a, b, d, Extent{rows, columns}, place);
@@ -107,7 +107,7 @@ void combineCase(Operation operation, const A& a, const B& b, const D& d, Place 
 }
 
 template <Cases cases, int order, class Operation, class A, class B, class D>
-bool combineInCase(Operation operation, const A& a, const B& b, const D& d, Extent extent, Place place)
+TARNM_INLINE bool combineInCase(Operation operation, const A& a, const B& b, const D& d, Extent extent, Place place)
 {
     constexpr int rows = cases == Cases::vectors3to6 ? 1 : order;
     if (extent.rows != rows || extent.columns != order) return false;
