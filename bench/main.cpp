@@ -89,6 +89,7 @@ std::vector<Rows::Plan> chosenRows(const Options& options)
     Rows rows;
     frameRows(rows);
     elementwiseRows(rows);
+    productRows(rows);
     std::vector<Rows::Plan> chosen;
     std::copy_if(rows.all().begin(), rows.all().end(), std::back_inserter(chosen), [&](const Rows::Plan& plan) {
         return options.filters.empty() ||

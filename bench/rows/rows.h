@@ -7,5 +7,6 @@ namespace bench {
 
 void frameRows(Rows& rows);
 void elementwiseRows(Rows& rows);
+void productRows(Rows& rows);
 
 } // namespace bench
