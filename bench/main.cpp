@@ -25,6 +25,7 @@ constexpr const char* usage =
     "\n"
     "  --list                 the names of the rows\n"
     "  --filter TEXT          only rows whose name contains TEXT; may be repeated, then any of them\n"
+    "  --without TEXT         no rows whose name contains TEXT; may be repeated\n"
     "  --variants             the builds g9, v3 and v4 side by side instead of the one that the loader takes\n"
     "  --library NAME=FILE    also the build of libtarnm in FILE; may be repeated\n"
     "  --seconds N            time for the whole run, by default at most 0.4 per row and 480 in all\n"
@@ -36,7 +37,7 @@ constexpr const char* usage =
 
 struct Options {
     bool list = false, check = false, variants = false;
-    std::vector<std::string> filters, libraries;
+    std::vector<std::string> filters, excluded, libraries;
     double seconds = 0;
     std::size_t offset = 0;
     std::string json, chart;
@@ -68,6 +69,8 @@ Options parse(int count, char** arguments)
             options.variants = true;
         else if (option == "--filter")
             options.filters.push_back(value());
+        else if (option == "--without")
+            options.excluded.push_back(value());
         else if (option == "--library")
             options.libraries.push_back(value());
         else if (option == "--seconds")
@@ -90,11 +93,15 @@ std::vector<Rows::Plan> chosenRows(const Options& options)
     frameRows(rows);
     elementwiseRows(rows);
     productRows(rows);
+    generalEigenproblemRows(rows);
     std::vector<Rows::Plan> chosen;
+    const auto matchesAny = [](const std::string& name, const std::vector<std::string>& texts) {
+        return std::any_of(texts.begin(), texts.end(),
+                           [&](const std::string& text) { return name.find(text) != std::string::npos; });
+    };
     std::copy_if(rows.all().begin(), rows.all().end(), std::back_inserter(chosen), [&](const Rows::Plan& plan) {
-        return options.filters.empty() ||
-               std::any_of(options.filters.begin(), options.filters.end(),
-                           [&](const std::string& filter) { return plan.name.find(filter) != std::string::npos; });
+        return (options.filters.empty() || matchesAny(plan.name, options.filters)) &&
+               !matchesAny(plan.name, options.excluded);
     });
     return chosen;
 }
@@ -106,7 +113,8 @@ std::vector<Library> openLibraries(const Options& options)
         libraries = openVariants();
     else if (options.libraries.empty())
         libraries.push_back(openByLoader());
-    for (const std::string& text : options.libraries) libraries.push_back(openFile(text));
+    for (const std::string& text : options.libraries)
+        libraries.push_back(openFile(text));
     for (const Library& library : libraries)
         std::fprintf(stderr, "%s is %s\n", library.name().c_str(), library.file().c_str());
     return libraries;
@@ -135,7 +143,8 @@ int run(const Options& options)
     const std::vector<Rows::Plan> plans = chosenRows(options);
     if (plans.empty()) fail("no row matches; --list tells their names");
     if (options.list) {
-        for (const Rows::Plan& plan : plans) std::puts(plan.name.c_str());
+        for (const Rows::Plan& plan : plans)
+            std::puts(plan.name.c_str());
         return 0;
     }
 
@@ -159,6 +168,10 @@ int run(const Options& options)
             ++wrong;
         } else if (!options.check) {
             findings.push_back(find(plan, row, machine, perRow));
+            // As soon as it is known: an interrupted run leaves a table too.
+            if (findings.size() == 1) std::fputs(tableHead(), stdout);
+            std::fputs(tableLines(findings.back()).c_str(), stdout);
+            std::fflush(stdout);
             std::fprintf(stderr, "[%zu/%zu] %s: %.3g ns, %.2f of %s\n", i + 1, plans.size(), plan.name.c_str(),
                          findings.back().ours().minimum,
                          findings.back().ours().minimum / findings.back().bestPeer().minimum,
@@ -169,7 +182,7 @@ int run(const Options& options)
     if (options.check) {
         std::printf("%zu rows checked, %d wrong\n", plans.size(), wrong);
     } else if (!findings.empty()) {
-        std::printf("%s\n%s", markdownTable(findings).c_str(), summary(findings).c_str());
+        std::printf("\n%s", summary(findings).c_str());
         if (!options.json.empty()) write(options.json, json(findings, machine.json()));
         if (!options.chart.empty())
             write(options.chart, chart(findings, "Time relative to the best peer, " + processorName() +

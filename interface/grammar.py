@@ -39,9 +39,9 @@ def capital(name):
 def source_letters(row, code):
     """Which operand has which letter. A constant follows the vector in the list, also in codes that name it first."""
     letters = row.letters.get(code, "").split() or split_code(code)
-    sources = [name for name in row.signature.split() if re.match(r"(src\d?|val)$", name)]
-    if "val" in sources and any(letter[0] == "c" for letter in letters):
-        letters = sorted(letters, key=lambda letter: letter[0] == "c")
+    pattern = r"(src\d?|val)$" if "c" in code else r"src\d?$"
+    sources = [name for name in row.signature.split() if re.match(pattern, name)]
+    letters = sorted(letters, key=lambda letter: letter[0] == "c")
     return dict(zip(sources, letters))
 
 

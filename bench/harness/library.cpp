@@ -23,10 +23,7 @@ void* Library::address(const std::string& symbol) const
     return found;
 }
 
-Library openByLoader()
-{
-    return {"tarnm", BENCH_LIBRARY_NAME};
-}
+Library openByLoader() { return {"tarnm", BENCH_LIBRARY_NAME}; }
 
 std::vector<Library> openVariants()
 {

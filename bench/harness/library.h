@@ -19,8 +19,7 @@ public:
     // The file that was really opened.
     const std::string& file() const { return path; }
 
-    template <class Function>
-    Function function(const std::string& symbol) const
+    template <class Function> Function function(const std::string& symbol) const
     {
         return reinterpret_cast<Function>(address(symbol));
     }

@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <fstream>
-#include <omp.h>
 #include <vector>
 
 #include "harness/memory.h"
@@ -17,26 +16,19 @@ namespace {
 
 // The widest registers that this source is compiled for.
 constexpr int registerBytes = __BIGGEST_ALIGNMENT__;
-template <class T>
-struct Register;
-template <>
-struct Register<float> {
+template <class T> struct Register;
+template <> struct Register<float> {
     typedef float type __attribute__((vector_size(registerBytes)));
 };
-template <>
-struct Register<double> {
+template <> struct Register<double> {
     typedef double type __attribute__((vector_size(registerBytes)));
 };
 using Floats = Register<float>::type;
 
-double now()
-{
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
+double now() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
 
 // The best of many short trials, in units of `work` per second.
-template <class Trial>
-double best(double work, Trial trial)
+template <class Trial> double best(double work, Trial trial)
 {
     trial();
     double shortest = 1e9;
@@ -57,9 +49,11 @@ template <int readStreams, bool writes>
 #pragma GCC ivdep
     for (std::ptrdiff_t i = 0; i < n; i += 4) {
         Floats x[4];
-        for (int k = 0; k < 4; ++k) x[k] = readStreams == 1 ? a[i + k] : a[i + k] + b[i + k];
+        for (int k = 0; k < 4; ++k)
+            x[k] = readStreams == 1 ? a[i + k] : a[i + k] + b[i + k];
         if constexpr (writes) {
-            for (int k = 0; k < 4; ++k) d[i + k] = readStreams == 1 ? x[k] + x[k] : x[k];
+            for (int k = 0; k < 4; ++k)
+                d[i + k] = readStreams == 1 ? x[k] + x[k] : x[k];
         } else {
             sum0 += x[0], sum1 += x[1], sum2 += x[2], sum3 += x[3];
         }
@@ -68,18 +62,19 @@ template <int readStreams, bool writes>
     asm volatile("" ::"m"(sum0) : "memory");
 }
 
-template <class T>
-double measurePeak()
+template <class T> double measurePeak()
 {
     using V = typename Register<T>::type;
     constexpr int chains = 12; // hides the latency of the arithmetic, and fits the registers
     constexpr int steps = 20000;
     V x[chains] = {}, factor = {}, term = {};
-    for (std::size_t l = 0; l < registerBytes / sizeof(T); ++l) factor[l] = T(0.999), term[l] = T(0.001);
+    for (std::size_t l = 0; l < registerBytes / sizeof(T); ++l)
+        factor[l] = T(0.999), term[l] = T(0.001);
     const double flops = double(registerBytes) / sizeof(T) * chains * steps * 2;
     return best(flops, [&] {
         for (int s = 0; s < steps; ++s) {
-            for (V& chain : x) chain = chain * factor + term;
+            for (V& chain : x)
+                chain = chain * factor + term;
         }
         asm volatile("" : "+m"(x) : : "memory");
     });
@@ -87,39 +82,29 @@ double measurePeak()
 
 } // namespace
 
-double Machine::bandwidth(double footprint, int readStreams, bool writes, int threads)
+double Machine::bandwidth(double footprint, int readStreams, bool writes)
 {
     const int level = std::clamp(int(std::lround(std::log2(footprint))), 12, 31);
-    double& known = bandwidths[{level, readStreams, writes, threads}];
+    double& known = bandwidths[{level, readStreams, writes}];
     if (known > 0) return known;
 
     const int streams = readStreams + int(writes);
-    const std::ptrdiff_t perThread =
-        std::max<std::ptrdiff_t>((std::ptrdiff_t(1) << level) / streams / threads / std::ptrdiff_t(4 * sizeof(Floats)),
-                                 1) *
-        4;
-    const std::size_t bytes = std::size_t(perThread) * threads * sizeof(Floats);
+    constexpr std::ptrdiff_t step = 4;
+    const std::ptrdiff_t length = (std::ptrdiff_t(1) << level) / streams / std::ptrdiff_t(sizeof(Floats)) / step * step;
+    const std::size_t bytes = std::size_t(length) * sizeof(Floats);
     Memory memory(0);
-    const auto* const a = static_cast<const Floats*>(memory.take(bytes));
-    const auto* const b = static_cast<const Floats*>(memory.take(bytes));
-    auto* const d = static_cast<Floats*>(memory.take(bytes));
-    std::fill_n(const_cast<float*>(reinterpret_cast<const float*>(a)), bytes / sizeof(float), 1.0f);
-    std::fill_n(const_cast<float*>(reinterpret_cast<const float*>(b)), bytes / sizeof(float), 1.0f);
-    std::fill_n(reinterpret_cast<float*>(d), bytes / sizeof(float), 1.0f);
+    Floats* operands[3];
+    for (Floats*& operand : operands) {
+        operand = static_cast<Floats*>(memory.take(bytes));
+        std::fill_n(reinterpret_cast<float*>(operand), bytes / sizeof(float), 1.0f);
+    }
 
     const auto run = readStreams == 1 ? (writes ? stream<1, true> : stream<1, false>)
                                       : (writes ? stream<2, true> : stream<2, false>);
     const int repeats = std::max(1, int(100e3 / double(bytes)));
     known = best(double(bytes) * streams * repeats, [&] {
-        if (threads == 1) {
-            for (int r = 0; r < repeats; ++r) run(a, b, d, perThread);
-        } else {
-#pragma omp parallel num_threads(threads)
-            for (int r = 0; r < repeats; ++r) {
-                const std::ptrdiff_t at = perThread * omp_get_thread_num();
-                run(a + at, b + at, d + at, perThread);
-            }
-        }
+        for (int r = 0; r < repeats; ++r)
+            run(operands[0], operands[1], operands[2], length);
     });
     return known;
 }
@@ -136,9 +121,9 @@ double Machine::bound(double bytesRead, double bytesWritten, double flops, bool 
     const double bytes = bytesRead + bytesWritten;
     // The mix of reads and writes that comes nearest.
     const double written = bytesWritten / bytes;
-    const double moving = bytes / bandwidth(bytes, written > 0.4 ? 1 : 2, written > 0.15, threads);
-    const double computing = flops / (peak(isDouble) * threads);
-    return std::max(moving, computing);
+    const double moving = bytes / bandwidth(bytes / threads, written > 0.4 ? 1 : 2, written > 0.15);
+    const double computing = flops / peak(isDouble);
+    return std::max(moving, computing) / threads;
 }
 
 std::string Machine::json() const
@@ -152,11 +137,11 @@ std::string Machine::json() const
     text += ", \"bandwidths\": [";
     const char* separator = "";
     for (const auto& [mix, bytesPerSecond] : bandwidths) {
-        const auto [level, readStreams, writes, threads] = mix;
+        const auto [level, readStreams, writes] = mix;
         std::snprintf(number, sizeof number,
-                      "%s{\"footprint_bytes\": %lld, \"read_streams\": %d, \"write_streams\": %d, \"threads\": %d, "
+                      "%s{\"footprint_bytes\": %lld, \"read_streams\": %d, \"write_streams\": %d, "
                       "\"gb_per_s\": %.1f}",
-                      separator, 1LL << level, readStreams, int(writes), threads, bytesPerSecond / 1e9);
+                      separator, 1LL << level, readStreams, int(writes), bytesPerSecond / 1e9);
         text += number;
         separator = ", ";
     }

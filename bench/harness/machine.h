@@ -12,10 +12,12 @@ namespace bench {
 class Machine {
 public:
     // Seconds that it takes to move the bytes of a call (which are also its footprint) and do its arithmetic.
+    // Threads are taken to disturb each other nowhere.
     double bound(double bytesRead, double bytesWritten, double flops, bool isDouble, int threads);
 
-    // Bytes per second of a loop over `footprint` bytes of `readStreams` arrays that are read and one that is written.
-    double bandwidth(double footprint, int readStreams, bool writes, int threads);
+    // Bytes per second of one thread in a loop over `footprint` bytes: `readStreams` arrays that are read, and one that
+    // is written or none.
+    double bandwidth(double footprint, int readStreams, bool writes);
     // Additions and multiplications per second, fused where the processor can.
     double peak(bool isDouble);
 
@@ -23,7 +25,7 @@ public:
     std::string json() const;
 
 private:
-    using Mix = std::tuple<int /* log2 of footprint */, int, bool, int>;
+    using Mix = std::tuple<int /* log2 of footprint */, int, bool>;
     std::map<Mix, double> bandwidths;
     std::map<bool, double> peaks;
 };

@@ -20,7 +20,7 @@ struct Timing {
 // Empty, or what differs. A row without a peer has nothing to be compared with, which is an error too.
 std::string checkResults(const Row& row);
 
-// About `seconds` for the row, at least 9 rounds.
+// About `seconds` for the row, and up to five times as long for at least 9 rounds.
 std::vector<Timing> measure(const Row& row, double seconds);
 
 // Thread i of the teams to come stays on the i-th processor that the process may use.

@@ -10,10 +10,7 @@ constexpr std::size_t hugePage = std::size_t(2) << 20;
 constexpr std::size_t stagger = 1344; // 21 cache lines: three operands, three far places of a page
 } // namespace
 
-Memory::~Memory()
-{
-    clear();
-}
+Memory::~Memory() { clear(); }
 
 void* Memory::take(std::size_t bytes)
 {
@@ -29,7 +26,8 @@ void* Memory::take(std::size_t bytes)
 
 void Memory::clear()
 {
-    for (const Block& block : blocks) munmap(block.base, block.size);
+    for (const Block& block : blocks)
+        munmap(block.base, block.size);
     blocks.clear();
 }
 

@@ -15,8 +15,7 @@ class Memory {
 public:
     explicit Memory(std::size_t offset)
         : offset(offset)
-    {
-    }
+    {}
     ~Memory();
     Memory(const Memory&) = delete;
     Memory& operator=(const Memory&) = delete;

@@ -34,35 +34,29 @@ std::string twoDecimals(double value)
 
 } // namespace
 
-const Entrant& Finding::bestPeer() const
+const Entrant& Finding::bestPeer() const { return quickest(entrants, Role::peer); }
+const Entrant& Finding::ours() const { return quickest(entrants, Role::ours); }
+
+const char* tableHead()
 {
-    return quickest(entrants, Role::peer);
-}
-const Entrant& Finding::ours() const
-{
-    return quickest(entrants, Role::ours);
+    return "| row | ours | ns | median | to best peer | by median | to bound | best peer | ns | others, ns |\n"
+           "|---|---|--:|--:|--:|--:|--:|---|--:|---|\n";
 }
 
-std::string markdownTable(const std::vector<Finding>& findings)
+std::string tableLines(const Finding& finding)
 {
-    std::string text =
-        "| row | ours | ns | median | to best peer | by median | to bound | best peer | ns | others, ns |\n"
-        "|---|---|--:|--:|--:|--:|--:|---|--:|---|\n";
-    for (const Finding& finding : findings) {
-        const Entrant& best = finding.bestPeer();
-        std::string others;
-        for (const Entrant& entrant : finding.entrants)
-            if (entrant.role != Role::ours && &entrant != &best)
-                others += (others.empty() ? "" : ", ") + entrant.name + " " + digits(entrant.minimum);
-        bool first = true;
-        for (const Entrant& ours : finding.entrants) {
-            if (ours.role != Role::ours) continue;
-            text += "| " + (first ? finding.row : "") + " | " + ours.name + " | " + digits(ours.minimum) + " | " +
-                    digits(ours.median) + " | " + twoDecimals(ours.minimum / best.minimum) + " | " +
-                    twoDecimals(ours.median / best.median) + " | " + twoDecimals(ours.minimum / finding.bound) + " | " +
-                    (first ? best.name + " | " + digits(best.minimum) + " | " + others : " | |") + " |\n";
-            first = false;
-        }
+    const Entrant& best = finding.bestPeer();
+    std::string others;
+    for (const Entrant& entrant : finding.entrants)
+        if (entrant.role != Role::ours && &entrant != &best)
+            others += (others.empty() ? "" : ", ") + entrant.name + " " + digits(entrant.minimum);
+    std::string text;
+    for (const Entrant& ours : finding.entrants) {
+        if (ours.role != Role::ours) continue;
+        text += "| " + (text.empty() ? finding.row : "") + " | " + ours.name + " | " + digits(ours.minimum) + " | " +
+                digits(ours.median) + " | " + twoDecimals(ours.minimum / best.minimum) + " | " +
+                twoDecimals(ours.median / best.median) + " | " + twoDecimals(ours.minimum / finding.bound) + " | " +
+                (text.empty() ? best.name + " | " + digits(best.minimum) + " | " + others : " | |") + " |\n";
     }
     return text;
 }

@@ -1,7 +1,9 @@
 // What a run has found: table, JSON, chart.
 //
 //   Finding        one row with the times of its contenders
-//   markdownTable  a line per row: ours, the best peer, the ratios
+//   tableHead, tableLines
+//                  a Markdown table, a line per row and build of ours: times and ratios
+//   summary        the ratios in short
 //   json           everything measured
 //   chart          a line per row, every contender at its time relative to the best peer
 //
@@ -35,7 +37,8 @@ struct Finding {
     const Entrant& ours() const;
 };
 
-std::string markdownTable(const std::vector<Finding>& findings);
+const char* tableHead();
+std::string tableLines(const Finding& finding);
 // Geometric mean and extremes of ours / best peer, one line per build of ours.
 std::string summary(const std::vector<Finding>& findings);
 // `machine` is JSON text.

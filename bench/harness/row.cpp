@@ -4,8 +4,7 @@ namespace bench {
 
 namespace {
 
-template <class T>
-void fillWith(T* values, std::size_t n, std::uint32_t& seed)
+template <class T> void fillWith(T* values, std::size_t n, std::uint32_t& seed)
 {
     for (std::size_t i = 0; i < n; ++i) {
         seed = seed * 1664525u + 1013904223u;
@@ -16,18 +15,13 @@ void fillWith(T* values, std::size_t n, std::uint32_t& seed)
 
 } // namespace
 
-void Row::fill(float* values, std::size_t n)
-{
-    fillWith(values, n, seed);
-}
-void Row::fill(double* values, std::size_t n)
-{
-    fillWith(values, n, seed);
-}
+void Row::fill(float* values, std::size_t n) { fillWith(values, n, seed); }
+void Row::fill(double* values, std::size_t n) { fillWith(values, n, seed); }
 
 void Rows::add(const std::string& name, const Prepare& prepare)
 {
-    for (const int count : {1, 1000, 100000}) add(name + "/" + std::to_string(count), count, 1, prepare);
+    for (const int count : {1, 1000, 100000})
+        add(name + "/" + std::to_string(count), count, 1, prepare);
     add(name + "/100000/2t", 100000, 2, prepare);
 }
 

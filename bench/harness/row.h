@@ -30,19 +30,14 @@
 namespace bench {
 
 // A value or all memory of which the compiler knows nothing any more.
-template <class T>
-inline T opaque(T value)
+template <class T> inline T opaque(T value)
 {
     asm volatile("" : "+r"(value));
     return value;
 }
-inline void clobberMemory()
-{
-    asm volatile("" ::: "memory");
-}
+inline void clobberMemory() { asm volatile("" ::: "memory"); }
 
-template <class Function>
-struct Member {
+template <class Function> struct Member {
     std::string symbol;
 };
 
@@ -79,27 +74,17 @@ public:
         , threads(threads)
         , memory(memory)
         , libraries(libraries)
-    {
-    }
+    {}
 
     const int count;
     const int threads;
 
     // `count` objects of `size` elements, packed: values of either sign between 0.5 and 2.
-    template <class T>
-    const T* source(int size)
-    {
-        return filled<T>(std::size_t(size) * count);
-    }
+    template <class T> const T* source(int size) { return filled<T>(std::size_t(size) * count); }
     // One such object for all.
-    template <class T>
-    const T* one(int size)
-    {
-        return filled<T>(size);
-    }
+    template <class T> const T* one(int size) { return filled<T>(size); }
     // `count` objects to be written.
-    template <class T>
-    T* result(int size);
+    template <class T> T* result(int size);
 
     // Arithmetic per object.
     void flops(double perObject) { flopsPerObject = perObject; }
@@ -107,19 +92,10 @@ public:
     void tolerance(double relative) { relativeTolerance = relative; }
 
     // `call(function, count)` returns the member's status.
-    template <class Function, class Call>
-    void ours(const Member<Function>& member, Call call);
+    template <class Function, class Call> void ours(const Member<Function>& member, Call call);
     // `call(first, last)` works on a range of objects, so that the harness can share them among threads.
-    template <class Call>
-    void peer(const std::string& name, Call call)
-    {
-        add(name, Role::peer, call);
-    }
-    template <class Call>
-    void floor(const std::string& name, Call call)
-    {
-        add(name, Role::floor, call);
-    }
+    template <class Call> void peer(const std::string& name, Call call) { add(name, Role::peer, call); }
+    template <class Call> void floor(const std::string& name, Call call) { add(name, Role::floor, call); }
 
     std::vector<Contender> contenders;
     std::vector<Result> results;
@@ -129,10 +105,8 @@ public:
     bool isDouble = false;
 
 private:
-    template <class T>
-    const T* filled(std::size_t elements);
-    template <class Call>
-    void add(const std::string& name, Role role, Call call);
+    template <class T> const T* filled(std::size_t elements);
+    template <class Call> void add(const std::string& name, Role role, Call call);
     void fill(float* values, std::size_t n);
     void fill(double* values, std::size_t n);
 
@@ -163,16 +137,11 @@ private:
 };
 
 // "32f" or "64f".
-template <class T>
-constexpr const char* typeName()
-{
-    return std::is_same_v<T, float> ? "32f" : "64f";
-}
+template <class T> constexpr const char* typeName() { return std::is_same_v<T, float> ? "32f" : "64f"; }
 
 // ---- definitions
 
-template <class T>
-T* Row::result(int size)
+template <class T> T* Row::result(int size)
 {
     const std::size_t bytes = std::size_t(size) * count * sizeof(T);
     T* const base = static_cast<T*>(memory.take(bytes));
@@ -181,8 +150,7 @@ T* Row::result(int size)
     return base;
 }
 
-template <class T>
-const T* Row::filled(std::size_t elements)
+template <class T> const T* Row::filled(std::size_t elements)
 {
     T* const base = static_cast<T*>(memory.take(elements * sizeof(T)));
     fill(base, elements);
@@ -191,8 +159,7 @@ const T* Row::filled(std::size_t elements)
     return base;
 }
 
-template <class Function, class Call>
-void Row::ours(const Member<Function>& member, Call call)
+template <class Function, class Call> void Row::ours(const Member<Function>& member, Call call)
 {
     for (const Library& library : libraries) {
         const auto function = library.function<Function>(member.symbol);
@@ -206,8 +173,7 @@ void Row::ours(const Member<Function>& member, Call call)
     }
 }
 
-template <class Call>
-void Row::add(const std::string& name, Role role, Call call)
+template <class Call> void Row::add(const std::string& name, Role role, Call call)
 {
     const auto batch = [call, count = count, threads = threads](std::int64_t calls) {
         for (; calls > 0; --calls) {

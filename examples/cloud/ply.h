@@ -3,8 +3,8 @@
 //   readPly   ASCII and both binary formats, any scalar type, further properties, elements and lists are skipped
 //   writePly  binary little-endian or ASCII
 //
-// Why our own: the lightest packaged library that reads and writes PLY narrows every coordinate to float, makes up points
-// where a file is cut short, and does not write clouds without faces; the next ones install more than 150 MB.
+// Why our own: the lightest packaged library that reads and writes PLY narrows every coordinate to float, and makes up points
+// where a file is cut short; the next ones install more than 150 MB (docs/design.md has the list).
 #pragma once
 
 #include "points.h"

@@ -9146,6 +9146,3911 @@ TARNM_API tarnmStatus tarnmGaxpy_mvav_64f_P(const double* const* ppSrc1, int32_t
     const double* const* ppSrc3, int32_t src3RoiShift, int32_t src3Len, double* const* ppDst, int32_t dstRoiShift,
     int32_t dstObjectStride, int32_t count);
 
+/* ---- DotProduct ---- */
+
+/* Computes the scalar product of two vectors.
+ *   pSrc1              first source: one vector of len elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one element, contiguous
+ *   len                elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vv_32f(const float* pSrc1, int32_t src1ElementStride, const float* pSrc2,
+    int32_t src2ElementStride, float* pDst, int32_t len);
+
+/* Computes the scalar product of two vectors.
+ *   ppSrc1        first source: table of pointers, one per element of one vector of len elements
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   ppSrc2        second source: table of pointers, one per element of one vector of len elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   pDst          result: one element, contiguous
+ *   len           elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vv_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    const float* const* ppSrc2, int32_t src2RoiShift, float* pDst, int32_t len);
+
+/* Computes the scalar product of two vectors.
+ *   pSrc1              first source: one vector of len elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one element, contiguous
+ *   len                elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vv_64f(const double* pSrc1, int32_t src1ElementStride, const double* pSrc2,
+    int32_t src2ElementStride, double* pDst, int32_t len);
+
+/* Computes the scalar product of two vectors.
+ *   ppSrc1        first source: table of pointers, one per element of one vector of len elements
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   ppSrc2        second source: table of pointers, one per element of one vector of len elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   pDst          result: one element, contiguous
+ *   len           elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vv_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    const double* const* ppSrc2, int32_t src2RoiShift, double* pDst, int32_t len);
+
+/* Computes the scalar product of two vectors.
+ *   pSrc1              first source: the first of count vectors of len elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one element for each object, contiguous
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vav_32f(const float* pSrc1, int32_t src1ObjectStride,
+    int32_t src1ElementStride, const float* pSrc2, int32_t src2ElementStride, float* pDst, int32_t len,
+    int32_t count);
+
+/* Computes the scalar product of two vectors.
+ *   ppSrc1             first source: table of count pointers, one per vector of len elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one element for each object, contiguous
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vav_32f_L(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, const float* pSrc2, int32_t src2ElementStride, float* pDst, int32_t len,
+    int32_t count);
+
+/* Computes the scalar product of two vectors.
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of len elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   ppSrc2            second source: table of pointers, one per element of one vector of len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   pDst              result: one element for each object, contiguous
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vav_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, const float* const* ppSrc2, int32_t src2RoiShift, float* pDst, int32_t len,
+    int32_t count);
+
+/* Computes the scalar product of two vectors.
+ *   pSrc1              first source: the first of count vectors of len elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one element for each object, contiguous
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vav_64f(const double* pSrc1, int32_t src1ObjectStride,
+    int32_t src1ElementStride, const double* pSrc2, int32_t src2ElementStride, double* pDst, int32_t len,
+    int32_t count);
+
+/* Computes the scalar product of two vectors.
+ *   ppSrc1             first source: table of count pointers, one per vector of len elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one element for each object, contiguous
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vav_64f_L(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, const double* pSrc2, int32_t src2ElementStride, double* pDst, int32_t len,
+    int32_t count);
+
+/* Computes the scalar product of two vectors.
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of len elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   ppSrc2            second source: table of pointers, one per element of one vector of len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   pDst              result: one element for each object, contiguous
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vav_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, const double* const* ppSrc2, int32_t src2RoiShift, double* pDst, int32_t len,
+    int32_t count);
+
+/* Computes the scalar product of two vectors.
+ *   pSrc1              first source: the first of count vectors of len elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: the first of count vectors of len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one element for each object, contiguous
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vava_32f(const float* pSrc1, int32_t src1ObjectStride,
+    int32_t src1ElementStride, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride, float* pDst,
+    int32_t len, int32_t count);
+
+/* Computes the scalar product of two vectors.
+ *   ppSrc1             first source: table of count pointers, one per vector of len elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   ppSrc2             second source: table of count pointers, one per vector of len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one element for each object, contiguous
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vava_32f_L(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ElementStride,
+    float* pDst, int32_t len, int32_t count);
+
+/* Computes the scalar product of two vectors.
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of len elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   pDst              result: one element for each object, contiguous
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vava_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    float* pDst, int32_t len, int32_t count);
+
+/* Computes the scalar product of two vectors.
+ *   pSrc1              first source: the first of count vectors of len elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: the first of count vectors of len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one element for each object, contiguous
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vava_64f(const double* pSrc1, int32_t src1ObjectStride,
+    int32_t src1ElementStride, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
+    double* pDst, int32_t len, int32_t count);
+
+/* Computes the scalar product of two vectors.
+ *   ppSrc1             first source: table of count pointers, one per vector of len elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   ppSrc2             second source: table of count pointers, one per vector of len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one element for each object, contiguous
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vava_64f_L(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ElementStride,
+    double* pDst, int32_t len, int32_t count);
+
+/* Computes the scalar product of two vectors.
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of len elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   pDst              result: one element for each object, contiguous
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDotProduct_vava_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    double* pDst, int32_t len, int32_t count);
+
+/* ---- L2Norm ---- */
+
+/* Computes the Euclidean length of a vector.
+ *   pSrc              source: one vector of len elements
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: one element, contiguous
+ *   len               elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmL2Norm_v_32f(const float* pSrc, int32_t srcElementStride, float* pDst, int32_t len);
+
+/* Computes the Euclidean length of a vector.
+ *   ppSrc        source: table of pointers, one per element of one vector of len elements
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pDst         result: one element, contiguous
+ *   len          elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmL2Norm_v_32f_P(const float* const* ppSrc, int32_t srcRoiShift, float* pDst, int32_t len);
+
+/* Computes the Euclidean length of a vector.
+ *   pSrc              source: one vector of len elements
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: one element, contiguous
+ *   len               elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmL2Norm_v_64f(const double* pSrc, int32_t srcElementStride, double* pDst, int32_t len);
+
+/* Computes the Euclidean length of a vector.
+ *   ppSrc        source: table of pointers, one per element of one vector of len elements
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pDst         result: one element, contiguous
+ *   len          elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmL2Norm_v_64f_P(const double* const* ppSrc, int32_t srcRoiShift, double* pDst, int32_t len);
+
+/* Computes the Euclidean length of a vector.
+ *   pSrc              source: the first of count vectors of len elements
+ *   srcObjectStride   bytes from one vector of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: one element for each object, contiguous
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmL2Norm_va_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcElementStride,
+    float* pDst, int32_t len, int32_t count);
+
+/* Computes the Euclidean length of a vector.
+ *   ppSrc             source: table of count pointers, one per vector of len elements
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: one element for each object, contiguous
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmL2Norm_va_32f_L(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcElementStride,
+    float* pDst, int32_t len, int32_t count);
+
+/* Computes the Euclidean length of a vector.
+ *   ppSrc            source: table of pointers, one per element of count vectors of len elements
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one vector of the source to the next
+ *   pDst             result: one element for each object, contiguous
+ *   len              elements of a vector
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmL2Norm_va_32f_P(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    float* pDst, int32_t len, int32_t count);
+
+/* Computes the Euclidean length of a vector.
+ *   pSrc              source: the first of count vectors of len elements
+ *   srcObjectStride   bytes from one vector of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: one element for each object, contiguous
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmL2Norm_va_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcElementStride,
+    double* pDst, int32_t len, int32_t count);
+
+/* Computes the Euclidean length of a vector.
+ *   ppSrc             source: table of count pointers, one per vector of len elements
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: one element for each object, contiguous
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmL2Norm_va_64f_L(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcElementStride,
+    double* pDst, int32_t len, int32_t count);
+
+/* Computes the Euclidean length of a vector.
+ *   ppSrc            source: table of pointers, one per element of count vectors of len elements
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one vector of the source to the next
+ *   pDst             result: one element for each object, contiguous
+ *   len              elements of a vector
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmL2Norm_va_64f_P(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    double* pDst, int32_t len, int32_t count);
+
+/* ---- CrossProduct ---- */
+
+/* Computes the cross product of two vectors of three elements.
+ *   pSrc1              first source: one vector of 3 elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: one vector of 3 elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one vector of 3 elements
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadStride (a stride is below 1
+ * or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vv_32f(const float* pSrc1, int32_t src1ElementStride, const float* pSrc2,
+    int32_t src2ElementStride, float* pDst, int32_t dstElementStride);
+
+/* Computes the cross product of two vectors of three elements.
+ *   ppSrc1        first source: table of pointers, one per element of one vector of 3 elements
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   ppSrc2        second source: table of pointers, one per element of one vector of 3 elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   ppDst         result: table of pointers, one per element of one vector of 3 elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vv_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    const float* const* ppSrc2, int32_t src2RoiShift, float* const* ppDst, int32_t dstRoiShift);
+
+/* Computes the cross product of two vectors of three elements.
+ *   pSrc1              first source: one vector of 3 elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: one vector of 3 elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one vector of 3 elements
+ *   dstElementStride   bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadStride (a stride is below 1
+ * or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vv_64f(const double* pSrc1, int32_t src1ElementStride, const double* pSrc2,
+    int32_t src2ElementStride, double* pDst, int32_t dstElementStride);
+
+/* Computes the cross product of two vectors of three elements.
+ *   ppSrc1        first source: table of pointers, one per element of one vector of 3 elements
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   ppSrc2        second source: table of pointers, one per element of one vector of 3 elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   ppDst         result: table of pointers, one per element of one vector of 3 elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vv_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    const double* const* ppSrc2, int32_t src2RoiShift, double* const* ppDst, int32_t dstRoiShift);
+
+/* Computes the cross product of two vectors of three elements.
+ *   pSrc1              first source: the first of count vectors of 3 elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: one vector of 3 elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of 3 elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadStride (a stride is below 1
+ * or not a multiple of the element size), StatusBadCount (count is below 1), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vav_32f(const float* pSrc1, int32_t src1ObjectStride,
+    int32_t src1ElementStride, const float* pSrc2, int32_t src2ElementStride, float* pDst, int32_t dstObjectStride,
+    int32_t dstElementStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   ppSrc1             first source: table of count pointers, one per vector of 3 elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: one vector of 3 elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of 3 elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadStride (a stride is below 1
+ * or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadCount (count is below 1), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vav_32f_L(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, const float* pSrc2, int32_t src2ElementStride, float* const* ppDst,
+    int32_t dstRoiShift, int32_t dstElementStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of 3 elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   ppSrc2            second source: table of pointers, one per element of one vector of 3 elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of 3 elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadStride (a stride is below 1
+ * or not a multiple of the element size), StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vav_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, const float* const* ppSrc2, int32_t src2RoiShift, float* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   pSrc1              first source: the first of count vectors of 3 elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: one vector of 3 elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of 3 elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadStride (a stride is below 1
+ * or not a multiple of the element size), StatusBadCount (count is below 1), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vav_64f(const double* pSrc1, int32_t src1ObjectStride,
+    int32_t src1ElementStride, const double* pSrc2, int32_t src2ElementStride, double* pDst, int32_t dstObjectStride,
+    int32_t dstElementStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   ppSrc1             first source: table of count pointers, one per vector of 3 elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: one vector of 3 elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of 3 elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadStride (a stride is below 1
+ * or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadCount (count is below 1), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vav_64f_L(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, const double* pSrc2, int32_t src2ElementStride, double* const* ppDst,
+    int32_t dstRoiShift, int32_t dstElementStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of 3 elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   ppSrc2            second source: table of pointers, one per element of one vector of 3 elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of 3 elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadStride (a stride is below 1
+ * or not a multiple of the element size), StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vav_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, const double* const* ppSrc2, int32_t src2RoiShift, double* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   pSrc1              first source: one vector of 3 elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: the first of count vectors of 3 elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of 3 elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vva_32f(const float* pSrc1, int32_t src1ElementStride, const float* pSrc2,
+    int32_t src2ObjectStride, int32_t src2ElementStride, float* pDst, int32_t dstObjectStride,
+    int32_t dstElementStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   pSrc1              first source: one vector of 3 elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   ppSrc2             second source: table of count pointers, one per vector of 3 elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of 3 elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vva_32f_L(const float* pSrc1, int32_t src1ElementStride,
+    const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ElementStride, float* const* ppDst,
+    int32_t dstRoiShift, int32_t dstElementStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   ppSrc1            first source: table of pointers, one per element of one vector of 3 elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of 3 elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of 3 elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vva_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, float* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   pSrc1              first source: one vector of 3 elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: the first of count vectors of 3 elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of 3 elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vva_64f(const double* pSrc1, int32_t src1ElementStride, const double* pSrc2,
+    int32_t src2ObjectStride, int32_t src2ElementStride, double* pDst, int32_t dstObjectStride,
+    int32_t dstElementStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   pSrc1              first source: one vector of 3 elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   ppSrc2             second source: table of count pointers, one per vector of 3 elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of 3 elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vva_64f_L(const double* pSrc1, int32_t src1ElementStride,
+    const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ElementStride, double* const* ppDst,
+    int32_t dstRoiShift, int32_t dstElementStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   ppSrc1            first source: table of pointers, one per element of one vector of 3 elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of 3 elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of 3 elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vva_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, double* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   pSrc1              first source: the first of count vectors of 3 elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: the first of count vectors of 3 elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of 3 elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vava_32f(const float* pSrc1, int32_t src1ObjectStride,
+    int32_t src1ElementStride, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride, float* pDst,
+    int32_t dstObjectStride, int32_t dstElementStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   ppSrc1             first source: table of count pointers, one per vector of 3 elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   ppSrc2             second source: table of count pointers, one per vector of 3 elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of 3 elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vava_32f_L(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ElementStride,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of 3 elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of 3 elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of 3 elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vava_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   pSrc1              first source: the first of count vectors of 3 elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: the first of count vectors of 3 elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of 3 elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vava_64f(const double* pSrc1, int32_t src1ObjectStride,
+    int32_t src1ElementStride, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
+    double* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   ppSrc1             first source: table of count pointers, one per vector of 3 elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   ppSrc2             second source: table of count pointers, one per vector of 3 elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of 3 elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vava_64f_L(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ElementStride,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t count);
+
+/* Computes the cross product of two vectors of three elements.
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of 3 elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of 3 elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of 3 elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift is
+ * negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCrossProduct_vava_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count);
+
+/* ---- LComb ---- */
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   pSrc1              first source: one vector of len elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val1               factor of the first source, the same for every object
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   val2               factor of the second source, the same for every object
+ *   pDst               result: one vector of len elements
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vv_32f(const float* pSrc1, int32_t src1ElementStride, float val1,
+    const float* pSrc2, int32_t src2ElementStride, float val2, float* pDst, int32_t dstElementStride, int32_t len);
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   ppSrc1        first source: table of pointers, one per element of one vector of len elements
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   val1          factor of the first source, the same for every object
+ *   ppSrc2        second source: table of pointers, one per element of one vector of len elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   val2          factor of the second source, the same for every object
+ *   ppDst         result: table of pointers, one per element of one vector of len elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   len           elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vv_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, float val1,
+    const float* const* ppSrc2, int32_t src2RoiShift, float val2, float* const* ppDst, int32_t dstRoiShift,
+    int32_t len);
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   pSrc1              first source: one vector of len elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val1               factor of the first source, the same for every object
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   val2               factor of the second source, the same for every object
+ *   pDst               result: one vector of len elements
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vv_64f(const double* pSrc1, int32_t src1ElementStride, double val1,
+    const double* pSrc2, int32_t src2ElementStride, double val2, double* pDst, int32_t dstElementStride, int32_t len);
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   ppSrc1        first source: table of pointers, one per element of one vector of len elements
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   val1          factor of the first source, the same for every object
+ *   ppSrc2        second source: table of pointers, one per element of one vector of len elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   val2          factor of the second source, the same for every object
+ *   ppDst         result: table of pointers, one per element of one vector of len elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   len           elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vv_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, double val1,
+    const double* const* ppSrc2, int32_t src2RoiShift, double val2, double* const* ppDst, int32_t dstRoiShift,
+    int32_t len);
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   pSrc1              first source: the first of count vectors of len elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val1               factor of the first source, the same for every object
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   val2               factor of the second source, the same for every object
+ *   pDst               result: the first of count vectors of len elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vav_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1ElementStride,
+    float val1, const float* pSrc2, int32_t src2ElementStride, float val2, float* pDst, int32_t dstObjectStride,
+    int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   ppSrc1             first source: table of count pointers, one per vector of len elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val1               factor of the first source, the same for every object
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   val2               factor of the second source, the same for every object
+ *   ppDst              result: table of count pointers, one per vector of len elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vav_32f_L(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, float val1, const float* pSrc2, int32_t src2ElementStride, float val2,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of len elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   val1              factor of the first source, the same for every object
+ *   ppSrc2            second source: table of pointers, one per element of one vector of len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   val2              factor of the second source, the same for every object
+ *   ppDst             result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vav_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, float val1, const float* const* ppSrc2, int32_t src2RoiShift, float val2,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count);
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   pSrc1              first source: the first of count vectors of len elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val1               factor of the first source, the same for every object
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   val2               factor of the second source, the same for every object
+ *   pDst               result: the first of count vectors of len elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vav_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1ElementStride,
+    double val1, const double* pSrc2, int32_t src2ElementStride, double val2, double* pDst, int32_t dstObjectStride,
+    int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   ppSrc1             first source: table of count pointers, one per vector of len elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val1               factor of the first source, the same for every object
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   val2               factor of the second source, the same for every object
+ *   ppDst              result: table of count pointers, one per vector of len elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vav_64f_L(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, double val1, const double* pSrc2, int32_t src2ElementStride, double val2,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of len elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   val1              factor of the first source, the same for every object
+ *   ppSrc2            second source: table of pointers, one per element of one vector of len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   val2              factor of the second source, the same for every object
+ *   ppDst             result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vav_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, double val1, const double* const* ppSrc2, int32_t src2RoiShift, double val2,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count);
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   pSrc1              first source: the first of count vectors of len elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val1               factor of the first source, the same for every object
+ *   pSrc2              second source: the first of count vectors of len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   val2               factor of the second source, the same for every object
+ *   pDst               result: the first of count vectors of len elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vava_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1ElementStride,
+    float val1, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride, float val2, float* pDst,
+    int32_t dstObjectStride, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   ppSrc1             first source: table of count pointers, one per vector of len elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val1               factor of the first source, the same for every object
+ *   ppSrc2             second source: table of count pointers, one per vector of len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   val2               factor of the second source, the same for every object
+ *   ppDst              result: table of count pointers, one per vector of len elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vava_32f_L(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, float val1, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, float val2, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
+    int32_t len, int32_t count);
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of len elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   val1              factor of the first source, the same for every object
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   val2              factor of the second source, the same for every object
+ *   ppDst             result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vava_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, float val1, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    float val2, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count);
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   pSrc1              first source: the first of count vectors of len elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val1               factor of the first source, the same for every object
+ *   pSrc2              second source: the first of count vectors of len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   val2               factor of the second source, the same for every object
+ *   pDst               result: the first of count vectors of len elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vava_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1ElementStride,
+    double val1, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride, double val2, double* pDst,
+    int32_t dstObjectStride, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   ppSrc1             first source: table of count pointers, one per vector of len elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val1               factor of the first source, the same for every object
+ *   ppSrc2             second source: table of count pointers, one per vector of len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   val2               factor of the second source, the same for every object
+ *   ppDst              result: table of count pointers, one per vector of len elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vava_64f_L(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, double val1, const double* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, double val2, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
+    int32_t len, int32_t count);
+
+/* Forms a weighted sum of two vectors. dst[k] = val1 * src1[k] + val2 * src2[k].
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of len elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   val1              factor of the first source, the same for every object
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   val2              factor of the second source, the same for every object
+ *   ppDst             result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLComb_vava_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, double val1, const double* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ObjectStride, double val2, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t len, int32_t count);
+
+/* ---- Saxpy ---- */
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   pSrc1              first source: one vector of len elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val                constant, the same for every object
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one vector of len elements
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vv_32f(const float* pSrc1, int32_t src1ElementStride, float val, const float* pSrc2,
+    int32_t src2ElementStride, float* pDst, int32_t dstElementStride, int32_t len);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   ppSrc1        first source: table of pointers, one per element of one vector of len elements
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   val           constant, the same for every object
+ *   ppSrc2        second source: table of pointers, one per element of one vector of len elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   ppDst         result: table of pointers, one per element of one vector of len elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   len           elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vv_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, float val,
+    const float* const* ppSrc2, int32_t src2RoiShift, float* const* ppDst, int32_t dstRoiShift, int32_t len);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   pSrc1              first source: one vector of len elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val                constant, the same for every object
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one vector of len elements
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vv_64f(const double* pSrc1, int32_t src1ElementStride, double val,
+    const double* pSrc2, int32_t src2ElementStride, double* pDst, int32_t dstElementStride, int32_t len);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   ppSrc1        first source: table of pointers, one per element of one vector of len elements
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   val           constant, the same for every object
+ *   ppSrc2        second source: table of pointers, one per element of one vector of len elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   ppDst         result: table of pointers, one per element of one vector of len elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   len           elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vv_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, double val,
+    const double* const* ppSrc2, int32_t src2RoiShift, double* const* ppDst, int32_t dstRoiShift, int32_t len);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   pSrc1              first source: the first of count vectors of len elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val                constant, the same for every object
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of len elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vav_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1ElementStride,
+    float val, const float* pSrc2, int32_t src2ElementStride, float* pDst, int32_t dstObjectStride,
+    int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   ppSrc1             first source: table of count pointers, one per vector of len elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val                constant, the same for every object
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of len elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vav_32f_L(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, float val, const float* pSrc2, int32_t src2ElementStride, float* const* ppDst,
+    int32_t dstRoiShift, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of len elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   val               constant, the same for every object
+ *   ppSrc2            second source: table of pointers, one per element of one vector of len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vav_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, float val, const float* const* ppSrc2, int32_t src2RoiShift, float* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   pSrc1              first source: the first of count vectors of len elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val                constant, the same for every object
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of len elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vav_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1ElementStride,
+    double val, const double* pSrc2, int32_t src2ElementStride, double* pDst, int32_t dstObjectStride,
+    int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   ppSrc1             first source: table of count pointers, one per vector of len elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val                constant, the same for every object
+ *   pSrc2              second source: one vector of len elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of len elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vav_64f_L(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, double val, const double* pSrc2, int32_t src2ElementStride, double* const* ppDst,
+    int32_t dstRoiShift, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of len elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   val               constant, the same for every object
+ *   ppSrc2            second source: table of pointers, one per element of one vector of len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   ppDst             result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vav_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, double val, const double* const* ppSrc2, int32_t src2RoiShift, double* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   pSrc1              first source: one vector of len elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val                constant, the same for every object
+ *   pSrc2              second source: the first of count vectors of len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of len elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vva_32f(const float* pSrc1, int32_t src1ElementStride, float val,
+    const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride, float* pDst, int32_t dstObjectStride,
+    int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   pSrc1              first source: one vector of len elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val                constant, the same for every object
+ *   ppSrc2             second source: table of count pointers, one per vector of len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of len elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vva_32f_L(const float* pSrc1, int32_t src1ElementStride, float val,
+    const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ElementStride, float* const* ppDst,
+    int32_t dstRoiShift, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   ppSrc1            first source: table of pointers, one per element of one vector of len elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   val               constant, the same for every object
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vva_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, float val,
+    const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, float* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   pSrc1              first source: one vector of len elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val                constant, the same for every object
+ *   pSrc2              second source: the first of count vectors of len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of len elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vva_64f(const double* pSrc1, int32_t src1ElementStride, double val,
+    const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride, double* pDst, int32_t dstObjectStride,
+    int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   pSrc1              first source: one vector of len elements
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val                constant, the same for every object
+ *   ppSrc2             second source: table of count pointers, one per vector of len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of len elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vva_64f_L(const double* pSrc1, int32_t src1ElementStride, double val,
+    const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ElementStride, double* const* ppDst,
+    int32_t dstRoiShift, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   ppSrc1            first source: table of pointers, one per element of one vector of len elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   val               constant, the same for every object
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vva_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, double val,
+    const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, double* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   pSrc1              first source: the first of count vectors of len elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val                constant, the same for every object
+ *   pSrc2              second source: the first of count vectors of len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of len elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vava_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1ElementStride,
+    float val, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride, float* pDst,
+    int32_t dstObjectStride, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   ppSrc1             first source: table of count pointers, one per vector of len elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val                constant, the same for every object
+ *   ppSrc2             second source: table of count pointers, one per vector of len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of len elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vava_32f_L(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, float val, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t len,
+    int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of len elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   val               constant, the same for every object
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vava_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, float val, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   pSrc1              first source: the first of count vectors of len elements
+ *   src1ObjectStride   bytes from one vector of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val                constant, the same for every object
+ *   pSrc2              second source: the first of count vectors of len elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of len elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vava_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1ElementStride,
+    double val, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride, double* pDst,
+    int32_t dstObjectStride, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   ppSrc1             first source: table of count pointers, one per vector of len elements
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   val                constant, the same for every object
+ *   ppSrc2             second source: table of count pointers, one per vector of len elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of len elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   len                elements of a vector
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vava_64f_L(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ElementStride, double val, const double* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t len,
+    int32_t count);
+
+/* Adds a vector to a scaled vector. dst[k] = val * src1[k] + src2[k].
+ *   ppSrc1            first source: table of pointers, one per element of count vectors of len elements
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one vector of the first source to the next
+ *   val               constant, the same for every object
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of len elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmSaxpy_vava_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, double val, const double* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ObjectStride, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t len,
+    int32_t count);
+
+/* ---- Copy ---- */
+
+/* Copies an array of vectors from one layout to another.
+ *   pSrc              source: the first of count vectors of len elements
+ *   srcObjectStride   bytes from one vector of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: the first of count vectors of len elements
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadStride (count is above 1 and an object stride is below 1 or not a multiple of the element size), else
+ * StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_32f_SS(const float* pSrc, int32_t srcObjectStride, int32_t srcElementStride,
+    float* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   pSrc              source: the first of count vectors of len elements
+ *   srcObjectStride   bytes from one vector of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of count pointers, one per vector of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstElementStride  bytes from one element of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_32f_SL(const float* pSrc, int32_t srcObjectStride, int32_t srcElementStride,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   pSrc              source: the first of count vectors of len elements
+ *   srcObjectStride   bytes from one vector of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_32f_SP(const float* pSrc, int32_t srcObjectStride, int32_t srcElementStride,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   ppSrc             source: table of count pointers, one per vector of len elements
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: the first of count vectors of len elements
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_32f_LS(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcElementStride,
+    float* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   ppSrc             source: table of count pointers, one per vector of len elements
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of count pointers, one per vector of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstElementStride  bytes from one element of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_32f_LL(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcElementStride,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   ppSrc             source: table of count pointers, one per vector of len elements
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_32f_LP(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcElementStride,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   ppSrc             source: table of pointers, one per element of count vectors of len elements
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcObjectStride   bytes from one vector of the source to the next
+ *   pDst              result: the first of count vectors of len elements
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_32f_PS(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    float* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   ppSrc             source: table of pointers, one per element of count vectors of len elements
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcObjectStride   bytes from one vector of the source to the next
+ *   ppDst             result: table of count pointers, one per vector of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstElementStride  bytes from one element of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_32f_PL(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   ppSrc            source: table of pointers, one per element of count vectors of len elements
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one vector of the source to the next
+ *   ppDst            result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one vector of the result to the next
+ *   len              elements of a vector
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (count is above 1 and an object stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_32f_PP(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   pSrc              source: the first of count vectors of len elements
+ *   srcObjectStride   bytes from one vector of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: the first of count vectors of len elements
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadStride (count is above 1 and an object stride is below 1 or not a multiple of the element size), else
+ * StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_64f_SS(const double* pSrc, int32_t srcObjectStride, int32_t srcElementStride,
+    double* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   pSrc              source: the first of count vectors of len elements
+ *   srcObjectStride   bytes from one vector of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of count pointers, one per vector of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstElementStride  bytes from one element of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_64f_SL(const double* pSrc, int32_t srcObjectStride, int32_t srcElementStride,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   pSrc              source: the first of count vectors of len elements
+ *   srcObjectStride   bytes from one vector of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_64f_SP(const double* pSrc, int32_t srcObjectStride, int32_t srcElementStride,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   ppSrc             source: table of count pointers, one per vector of len elements
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: the first of count vectors of len elements
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_64f_LS(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcElementStride,
+    double* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   ppSrc             source: table of count pointers, one per vector of len elements
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of count pointers, one per vector of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstElementStride  bytes from one element of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_64f_LL(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcElementStride,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   ppSrc             source: table of count pointers, one per vector of len elements
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_64f_LP(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcElementStride,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   ppSrc             source: table of pointers, one per element of count vectors of len elements
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcObjectStride   bytes from one vector of the source to the next
+ *   pDst              result: the first of count vectors of len elements
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_64f_PS(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    double* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   ppSrc             source: table of pointers, one per element of count vectors of len elements
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcObjectStride   bytes from one vector of the source to the next
+ *   ppDst             result: table of count pointers, one per vector of len elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstElementStride  bytes from one element of the result to the next
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_64f_PL(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t len, int32_t count);
+
+/* Copies an array of vectors from one layout to another.
+ *   ppSrc            source: table of pointers, one per element of count vectors of len elements
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one vector of the source to the next
+ *   ppDst            result: table of pointers, one per element of count vectors of len elements
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one vector of the result to the next
+ *   len              elements of a vector
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (count is above 1 and an object stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_va_64f_PP(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   pSrc              source: the first of count matrices of height x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: the first of count matrices of height x width
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadStride (count is above 1 and an object stride is below 1 or not a multiple of the element size), else
+ * StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_32f_SS(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDst, int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride,
+    int32_t width, int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   pSrc              source: the first of count matrices of height x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of count pointers, one per matrix of height x width
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_32f_SL(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   pSrc              source: the first of count matrices of height x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of pointers, one per element of count matrices of height x width, row by row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_32f_SP(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t width,
+    int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   ppSrc             source: table of count pointers, one per matrix of height x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: the first of count matrices of height x width
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_32f_LS(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDst, int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride,
+    int32_t width, int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   ppSrc             source: table of count pointers, one per matrix of height x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of count pointers, one per matrix of height x width
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_32f_LL(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   ppSrc             source: table of count pointers, one per matrix of height x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of pointers, one per element of count matrices of height x width, row by row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_32f_LP(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t width,
+    int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   ppSrc             source: table of pointers, one per element of count matrices of height x width, row by row
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   pDst              result: the first of count matrices of height x width
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_32f_PS(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    float* pDst, int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, int32_t width,
+    int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   ppSrc             source: table of pointers, one per element of count matrices of height x width, row by row
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   ppDst             result: table of count pointers, one per matrix of height x width
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_32f_PL(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, int32_t width,
+    int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   ppSrc            source: table of pointers, one per element of count matrices of height x width, row by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   ppDst            result: table of pointers, one per element of count matrices of height x width, row by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   width            columns of the result
+ *   height           rows of the result
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (count is above 1 and an object stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_32f_PP(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t width, int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   pSrc              source: the first of count matrices of height x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: the first of count matrices of height x width
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadStride (count is above 1 and an object stride is below 1 or not a multiple of the element size), else
+ * StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_64f_SS(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, double* pDst, int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride,
+    int32_t width, int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   pSrc              source: the first of count matrices of height x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of count pointers, one per matrix of height x width
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_64f_SL(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   pSrc              source: the first of count matrices of height x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of pointers, one per element of count matrices of height x width, row by row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_64f_SP(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t width,
+    int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   ppSrc             source: table of count pointers, one per matrix of height x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: the first of count matrices of height x width
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_64f_LS(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, double* pDst, int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride,
+    int32_t width, int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   ppSrc             source: table of count pointers, one per matrix of height x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of count pointers, one per matrix of height x width
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_64f_LL(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   ppSrc             source: table of count pointers, one per matrix of height x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of pointers, one per element of count matrices of height x width, row by row
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_64f_LP(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t width,
+    int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   ppSrc             source: table of pointers, one per element of count matrices of height x width, row by row
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   pDst              result: the first of count matrices of height x width
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_64f_PS(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    double* pDst, int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride, int32_t width,
+    int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   ppSrc             source: table of pointers, one per element of count matrices of height x width, row by row
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   ppDst             result: table of count pointers, one per matrix of height x width
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadStride (count is above
+ * 1 and an object stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_64f_PL(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride, int32_t dstElementStride, int32_t width,
+    int32_t height, int32_t count);
+
+/* Copies an array of matrices from one layout to another.
+ *   ppSrc            source: table of pointers, one per element of count matrices of height x width, row by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   ppDst            result: table of pointers, one per element of count matrices of height x width, row by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   width            columns of the result
+ *   height           rows of the result
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (count is above 1 and an object stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmCopy_ma_64f_PP(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t width, int32_t height, int32_t count);
+
+/* ---- Extract ---- */
+
+/* Gathers vectors into one dense block.
+ *   pSrc              source: one vector of len elements
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: len elements, contiguous
+ *   len               elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_v_32f(const float* pSrc, int32_t srcElementStride, float* pDst, int32_t len);
+
+/* Gathers vectors into one dense block.
+ *   ppSrc        source: table of pointers, one per element of one vector of len elements
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pDst         result: len elements, contiguous
+ *   len          elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_v_32f_P(const float* const* ppSrc, int32_t srcRoiShift, float* pDst, int32_t len);
+
+/* Gathers vectors into one dense block.
+ *   pSrc              source: one vector of len elements
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: len elements, contiguous
+ *   len               elements of a vector
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_v_64f(const double* pSrc, int32_t srcElementStride, double* pDst, int32_t len);
+
+/* Gathers vectors into one dense block.
+ *   ppSrc        source: table of pointers, one per element of one vector of len elements
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pDst         result: len elements, contiguous
+ *   len          elements of a vector
+ * Statuses, first failure first: StatusBadSize (a size is below 1), StatusNullPointer (a pointer argument is null),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_v_64f_P(const double* const* ppSrc, int32_t srcRoiShift, double* pDst,
+    int32_t len);
+
+/* Gathers vectors into one dense block.
+ *   pSrc              source: the first of count vectors of len elements
+ *   srcObjectStride   bytes from one vector of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: len elements for each object, contiguous
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_va_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcElementStride,
+    float* pDst, int32_t len, int32_t count);
+
+/* Gathers vectors into one dense block.
+ *   ppSrc             source: table of count pointers, one per vector of len elements
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: len elements for each object, contiguous
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_va_32f_L(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcElementStride,
+    float* pDst, int32_t len, int32_t count);
+
+/* Gathers vectors into one dense block.
+ *   ppSrc            source: table of pointers, one per element of count vectors of len elements
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one vector of the source to the next
+ *   pDst             result: len elements for each object, contiguous
+ *   len              elements of a vector
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_va_32f_P(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    float* pDst, int32_t len, int32_t count);
+
+/* Gathers vectors into one dense block.
+ *   pSrc              source: the first of count vectors of len elements
+ *   srcObjectStride   bytes from one vector of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: len elements for each object, contiguous
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_va_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcElementStride,
+    double* pDst, int32_t len, int32_t count);
+
+/* Gathers vectors into one dense block.
+ *   ppSrc             source: table of count pointers, one per vector of len elements
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: len elements for each object, contiguous
+ *   len               elements of a vector
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_va_64f_L(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcElementStride, double* pDst, int32_t len, int32_t count);
+
+/* Gathers vectors into one dense block.
+ *   ppSrc            source: table of pointers, one per element of count vectors of len elements
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one vector of the source to the next
+ *   pDst             result: len elements for each object, contiguous
+ *   len              elements of a vector
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_va_64f_P(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    double* pDst, int32_t len, int32_t count);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   pSrc              source: one matrix of height x width
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: width * height elements, contiguous
+ *   width             columns of the source
+ *   height            rows of the source
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_m_32f(const float* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    float* pDst, int32_t width, int32_t height);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   ppSrc        source: table of pointers, one per element of one matrix of height x width, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pDst         result: width * height elements, contiguous
+ *   width        columns of the source
+ *   height       rows of the source
+ * Statuses, first failure first: StatusBadSize (a size is below 1), StatusNullPointer (a pointer argument is null),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift, float* pDst,
+    int32_t width, int32_t height);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   pSrc              source: one matrix of height x width
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: width * height elements, contiguous
+ *   width             columns of the source
+ *   height            rows of the source
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_m_64f(const double* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    double* pDst, int32_t width, int32_t height);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   ppSrc        source: table of pointers, one per element of one matrix of height x width, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pDst         result: width * height elements, contiguous
+ *   width        columns of the source
+ *   height       rows of the source
+ * Statuses, first failure first: StatusBadSize (a size is below 1), StatusNullPointer (a pointer argument is null),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift, double* pDst,
+    int32_t width, int32_t height);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   pSrc              source: one matrix of width x height as stored, read transposed
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: width * height elements, contiguous
+ *   width             columns of the source
+ *   height            rows of the source
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_t_32f(const float* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    float* pDst, int32_t width, int32_t height);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   ppSrc        source: table of pointers, one per element of one matrix of width x height as stored, read
+ *                transposed, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pDst         result: width * height elements, contiguous
+ *   width        columns of the source
+ *   height       rows of the source
+ * Statuses, first failure first: StatusBadSize (a size is below 1), StatusNullPointer (a pointer argument is null),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_t_32f_P(const float* const* ppSrc, int32_t srcRoiShift, float* pDst,
+    int32_t width, int32_t height);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   pSrc              source: one matrix of width x height as stored, read transposed
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: width * height elements, contiguous
+ *   width             columns of the source
+ *   height            rows of the source
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_t_64f(const double* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    double* pDst, int32_t width, int32_t height);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   ppSrc        source: table of pointers, one per element of one matrix of width x height as stored, read
+ *                transposed, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pDst         result: width * height elements, contiguous
+ *   width        columns of the source
+ *   height       rows of the source
+ * Statuses, first failure first: StatusBadSize (a size is below 1), StatusNullPointer (a pointer argument is null),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_t_64f_P(const double* const* ppSrc, int32_t srcRoiShift, double* pDst,
+    int32_t width, int32_t height);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   pSrc              source: the first of count matrices of height x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: width * height elements for each object, contiguous
+ *   width             columns of the source
+ *   height            rows of the source
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_ma_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDst, int32_t width, int32_t height, int32_t count);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   ppSrc             source: table of count pointers, one per matrix of height x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: width * height elements for each object, contiguous
+ *   width             columns of the source
+ *   height            rows of the source
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDst, int32_t width, int32_t height, int32_t count);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   ppSrc            source: table of pointers, one per element of count matrices of height x width, row by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pDst             result: width * height elements for each object, contiguous
+ *   width            columns of the source
+ *   height           rows of the source
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    float* pDst, int32_t width, int32_t height, int32_t count);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   pSrc              source: the first of count matrices of height x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: width * height elements for each object, contiguous
+ *   width             columns of the source
+ *   height            rows of the source
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_ma_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, double* pDst, int32_t width, int32_t height, int32_t count);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   ppSrc             source: table of count pointers, one per matrix of height x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: width * height elements for each object, contiguous
+ *   width             columns of the source
+ *   height            rows of the source
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, double* pDst, int32_t width, int32_t height, int32_t count);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   ppSrc            source: table of pointers, one per element of count matrices of height x width, row by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pDst             result: width * height elements for each object, contiguous
+ *   width            columns of the source
+ *   height           rows of the source
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    double* pDst, int32_t width, int32_t height, int32_t count);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   pSrc              source: the first of count matrices of width x height as stored, read transposed
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: width * height elements for each object, contiguous
+ *   width             columns of the source
+ *   height            rows of the source
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_ta_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDst, int32_t width, int32_t height, int32_t count);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   ppSrc             source: table of count pointers, one per matrix of width x height as stored, read transposed
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: width * height elements for each object, contiguous
+ *   width             columns of the source
+ *   height            rows of the source
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_ta_32f_L(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDst, int32_t width, int32_t height, int32_t count);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   ppSrc            source: table of pointers, one per element of count matrices of width x height as stored, read
+ *                    transposed, row by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pDst             result: width * height elements for each object, contiguous
+ *   width            columns of the source
+ *   height           rows of the source
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_ta_32f_P(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    float* pDst, int32_t width, int32_t height, int32_t count);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   pSrc              source: the first of count matrices of width x height as stored, read transposed
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: width * height elements for each object, contiguous
+ *   width             columns of the source
+ *   height            rows of the source
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_ta_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, double* pDst, int32_t width, int32_t height, int32_t count);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   ppSrc             source: table of count pointers, one per matrix of width x height as stored, read transposed
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: width * height elements for each object, contiguous
+ *   width             columns of the source
+ *   height            rows of the source
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_ta_64f_L(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, double* pDst, int32_t width, int32_t height, int32_t count);
+
+/* Gathers matrices, read as stored or transposed, into one dense block.
+ *   ppSrc            source: table of pointers, one per element of count matrices of width x height as stored, read
+ *                    transposed, row by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pDst             result: width * height elements for each object, contiguous
+ *   width            columns of the source
+ *   height           rows of the source
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmExtract_ta_64f_P(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    double* pDst, int32_t width, int32_t height, int32_t count);
+
+/* ---- Transpose ---- */
+
+/* Writes the transpose of a matrix.
+ *   pSrc              source: one matrix of height x width
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   height            rows of the source
+ *   pDst              result: one matrix of width x height
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTranspose_m_32f(const float* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    int32_t width, int32_t height, float* pDst, int32_t dstRowStride, int32_t dstElementStride);
+
+/* Writes the transpose of a matrix.
+ *   ppSrc        source: table of pointers, one per element of one matrix of height x width, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   width        columns of the source
+ *   height       rows of the source
+ *   ppDst        result: table of pointers, one per element of one matrix of width x height, row by row
+ *   dstRoiShift  bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTranspose_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift, int32_t width,
+    int32_t height, float* const* ppDst, int32_t dstRoiShift);
+
+/* Writes the transpose of a matrix.
+ *   pSrc              source: one matrix of height x width
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   height            rows of the source
+ *   pDst              result: one matrix of width x height
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTranspose_m_64f(const double* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    int32_t width, int32_t height, double* pDst, int32_t dstRowStride, int32_t dstElementStride);
+
+/* Writes the transpose of a matrix.
+ *   ppSrc        source: table of pointers, one per element of one matrix of height x width, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   width        columns of the source
+ *   height       rows of the source
+ *   ppDst        result: table of pointers, one per element of one matrix of width x height, row by row
+ *   dstRoiShift  bytes added to every pointer of the table of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTranspose_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift, int32_t width,
+    int32_t height, double* const* ppDst, int32_t dstRoiShift);
+
+/* Writes the transpose of a matrix.
+ *   pSrc              source: the first of count matrices of height x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   height            rows of the source
+ *   pDst              result: the first of count matrices of width x height
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmTranspose_ma_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t width, int32_t height, float* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Writes the transpose of a matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of height x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   height            rows of the source
+ *   ppDst             result: table of count pointers, one per matrix of width x height
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTranspose_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t width, int32_t height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Writes the transpose of a matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of height x width, row by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   width            columns of the source
+ *   height           rows of the source
+ *   ppDst            result: table of pointers, one per element of count matrices of width x height, row by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTranspose_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, int32_t width, int32_t height, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstObjectStride, int32_t count);
+
+/* Writes the transpose of a matrix.
+ *   pSrc              source: the first of count matrices of height x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   height            rows of the source
+ *   pDst              result: the first of count matrices of width x height
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmTranspose_ma_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t width, int32_t height, double* pDst, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Writes the transpose of a matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of height x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   height            rows of the source
+ *   ppDst             result: table of count pointers, one per matrix of width x height
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTranspose_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t width, int32_t height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, int32_t count);
+
+/* Writes the transpose of a matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of height x width, row by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   width            columns of the source
+ *   height           rows of the source
+ *   ppDst            result: table of pointers, one per element of count matrices of width x height, row by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTranspose_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, int32_t width, int32_t height, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstObjectStride, int32_t count);
+
+/* ---- LoadIdentity ---- */
+
+/* Fills matrices with the identity pattern.
+ *   pDst              result: the first of count matrices of height x width
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadStride (count is above 1 and an object stride is below 1 or not a multiple of the element size), else
+ * StatusOk. */
+TARNM_API tarnmStatus tarnmLoadIdentity_ma_32f(float* pDst, int32_t dstObjectStride, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Fills matrices with the identity pattern.
+ *   ppDst             result: table of count pointers, one per matrix of height x width
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLoadIdentity_ma_32f_L(float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Fills matrices with the identity pattern.
+ *   ppDst            result: table of pointers, one per element of count matrices of height x width, row by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   width            columns of the result
+ *   height           rows of the result
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusBadCount (count is below
+ * 1), StatusBadStride (count is above 1 and an object stride is below 1 or not a multiple of the element size), else
+ * StatusOk. */
+TARNM_API tarnmStatus tarnmLoadIdentity_ma_32f_P(float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t width, int32_t height, int32_t count);
+
+/* Fills matrices with the identity pattern.
+ *   pDst              result: the first of count matrices of height x width
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadStride (count is above 1 and an object stride is below 1 or not a multiple of the element size), else
+ * StatusOk. */
+TARNM_API tarnmStatus tarnmLoadIdentity_ma_64f(double* pDst, int32_t dstObjectStride, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Fills matrices with the identity pattern.
+ *   ppDst             result: table of count pointers, one per matrix of height x width
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLoadIdentity_ma_64f_L(double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Fills matrices with the identity pattern.
+ *   ppDst            result: table of pointers, one per element of count matrices of height x width, row by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   width            columns of the result
+ *   height           rows of the result
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (count is above 1 and an object stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmLoadIdentity_ma_64f_P(double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t width, int32_t height, int32_t count);
+
+/* ---- Trace ---- */
+
+/* Sums the diagonal of a square matrix.
+ *   pSrc              source: one matrix of width x width
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   pDst              result: one element, contiguous
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTrace_m_32f(const float* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    int32_t width, float* pDst);
+
+/* Sums the diagonal of a square matrix.
+ *   ppSrc        source: table of pointers, one per element of one matrix of width x width, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   width        columns of the source
+ *   pDst         result: one element, contiguous
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTrace_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift, int32_t width, float* pDst);
+
+/* Sums the diagonal of a square matrix.
+ *   pSrc              source: one matrix of width x width
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   pDst              result: one element, contiguous
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTrace_m_64f(const double* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    int32_t width, double* pDst);
+
+/* Sums the diagonal of a square matrix.
+ *   ppSrc        source: table of pointers, one per element of one matrix of width x width, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   width        columns of the source
+ *   pDst         result: one element, contiguous
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTrace_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift, int32_t width,
+    double* pDst);
+
+/* Sums the diagonal of a square matrix.
+ *   pSrc              source: the first of count matrices of width x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   pDst              result: one element for each object, contiguous
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmTrace_ma_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t width, float* pDst, int32_t count);
+
+/* Sums the diagonal of a square matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of width x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   pDst              result: one element for each object, contiguous
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTrace_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t width, float* pDst, int32_t count);
+
+/* Sums the diagonal of a square matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of width x width, row by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   width            columns of the source
+ *   pDst             result: one element for each object, contiguous
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTrace_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    int32_t width, float* pDst, int32_t count);
+
+/* Sums the diagonal of a square matrix.
+ *   pSrc              source: the first of count matrices of width x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   pDst              result: one element for each object, contiguous
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmTrace_ma_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t width, double* pDst, int32_t count);
+
+/* Sums the diagonal of a square matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of width x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   pDst              result: one element for each object, contiguous
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTrace_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t width, double* pDst, int32_t count);
+
+/* Sums the diagonal of a square matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of width x width, row by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   width            columns of the source
+ *   pDst             result: one element for each object, contiguous
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmTrace_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    int32_t width, double* pDst, int32_t count);
+
+/* ---- FrobNorm ---- */
+
+/* Computes the square root of the sum of the squares of all elements of a matrix.
+ *   pSrc              source: one matrix of height x width
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   height            rows of the source
+ *   pDst              result: one element, contiguous
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmFrobNorm_m_32f(const float* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    int32_t width, int32_t height, float* pDst);
+
+/* Computes the square root of the sum of the squares of all elements of a matrix.
+ *   ppSrc        source: table of pointers, one per element of one matrix of height x width, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   width        columns of the source
+ *   height       rows of the source
+ *   pDst         result: one element, contiguous
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmFrobNorm_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift, int32_t width,
+    int32_t height, float* pDst);
+
+/* Computes the square root of the sum of the squares of all elements of a matrix.
+ *   pSrc              source: one matrix of height x width
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   height            rows of the source
+ *   pDst              result: one element, contiguous
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmFrobNorm_m_64f(const double* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    int32_t width, int32_t height, double* pDst);
+
+/* Computes the square root of the sum of the squares of all elements of a matrix.
+ *   ppSrc        source: table of pointers, one per element of one matrix of height x width, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   width        columns of the source
+ *   height       rows of the source
+ *   pDst         result: one element, contiguous
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmFrobNorm_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift, int32_t width,
+    int32_t height, double* pDst);
+
+/* Computes the square root of the sum of the squares of all elements of a matrix.
+ *   pSrc              source: the first of count matrices of height x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   height            rows of the source
+ *   pDst              result: one element for each object, contiguous
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmFrobNorm_ma_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t width, int32_t height, float* pDst, int32_t count);
+
+/* Computes the square root of the sum of the squares of all elements of a matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of height x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   height            rows of the source
+ *   pDst              result: one element for each object, contiguous
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmFrobNorm_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t width, int32_t height, float* pDst, int32_t count);
+
+/* Computes the square root of the sum of the squares of all elements of a matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of height x width, row by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   width            columns of the source
+ *   height           rows of the source
+ *   pDst             result: one element for each object, contiguous
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmFrobNorm_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    int32_t width, int32_t height, float* pDst, int32_t count);
+
+/* Computes the square root of the sum of the squares of all elements of a matrix.
+ *   pSrc              source: the first of count matrices of height x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   height            rows of the source
+ *   pDst              result: one element for each object, contiguous
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmFrobNorm_ma_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t width, int32_t height, double* pDst, int32_t count);
+
+/* Computes the square root of the sum of the squares of all elements of a matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of height x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   width             columns of the source
+ *   height            rows of the source
+ *   pDst              result: one element for each object, contiguous
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmFrobNorm_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t width, int32_t height, double* pDst, int32_t count);
+
+/* Computes the square root of the sum of the squares of all elements of a matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of height x width, row by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   width            columns of the source
+ *   height           rows of the source
+ *   pDst             result: one element for each object, contiguous
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmFrobNorm_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, int32_t width, int32_t height, double* pDst, int32_t count);
+
+/* ---- EigenValues ---- */
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstValuesRe      result: widthHeight elements, contiguous
+ *   pDstValuesIm      result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_m_32f(const float* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift   bytes added to every pointer of the table of the source
+ *   pDstValuesRe  result: widthHeight elements, contiguous
+ *   pDstValuesIm  result: widthHeight elements, contiguous
+ *   widthHeight   rows and columns of a square matrix
+ *   pBuffer       scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift, float* pDstValuesRe,
+    float* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstValuesRe      result: widthHeight elements, contiguous
+ *   pDstValuesIm      result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_m_64f(const double* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift   bytes added to every pointer of the table of the source
+ *   pDstValuesRe  result: widthHeight elements, contiguous
+ *   pDstValuesIm  result: widthHeight elements, contiguous
+ *   widthHeight   rows and columns of a square matrix
+ *   pBuffer       scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift, double* pDstValuesRe,
+    double* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_ma_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, int32_t count,
+    void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, int32_t count,
+    void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pDstValuesRe     result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm     result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ *   pBuffer          scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, int32_t count,
+    void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_ma_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, int32_t count,
+    void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the real and complex eigenvalues of a general real matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pDstValuesRe     result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm     result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ *   pBuffer          scratch of widthHeight*elementSize*(widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValues_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, int32_t count,
+    void* pBuffer);
+
+/* ---- EigenValuesGetBufSize ---- */
+
+/* Tells the size of the scratch block of EigenValues.
+ *   widthHeight  rows and columns of a square matrix
+ *   pSizeBytes   the size in bytes
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesGetBufSize_32f(int32_t widthHeight, int32_t* pSizeBytes);
+
+/* Tells the size of the scratch block of EigenValues.
+ *   widthHeight  rows and columns of a square matrix
+ *   pSizeBytes   the size in bytes
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesGetBufSize_64f(int32_t widthHeight, int32_t* pSizeBytes);
+
+/* ---- EigenValuesVectors ---- */
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   pSrc                   source: one matrix of widthHeight x widthHeight
+ *   srcRowStride           bytes from one row of the source to the next
+ *   srcElementStride       bytes from one element of the source to the next
+ *   pDstVectorsRight       result right: one matrix of widthHeight x widthHeight
+ *   dstRightRowStride      bytes from one row of the result right to the next
+ *   dstRightElementStride  bytes from one element of the result right to the next
+ *   pDstVectorsLeft        result left: one matrix of widthHeight x widthHeight
+ *   dstLeftRowStride       bytes from one row of the result left to the next
+ *   dstLeftElementStride   bytes from one element of the result left to the next
+ *   pDstValuesRe           result: widthHeight elements, contiguous
+ *   pDstValuesIm           result: widthHeight elements, contiguous
+ *   widthHeight            rows and columns of a square matrix
+ *   pBuffer                scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined
+ *                          on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in the back
+ * substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_m_32f(const float* pSrc, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDstVectorsRight, int32_t dstRightRowStride, int32_t dstRightElementStride,
+    float* pDstVectorsLeft, int32_t dstLeftRowStride, int32_t dstLeftElementStride, float* pDstValuesRe,
+    float* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   ppSrc              source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by
+ *                      row
+ *   srcRoiShift        bytes added to every pointer of the table of the source
+ *   ppDstVectorsRight  result right: table of pointers, one per element of one matrix of widthHeight x widthHeight,
+ *                      row by row
+ *   dstRightRoiShift   bytes added to every pointer of the table of the result right
+ *   ppDstVectorsLeft   result left: table of pointers, one per element of one matrix of widthHeight x widthHeight,
+ *                      row by row
+ *   dstLeftRoiShift    bytes added to every pointer of the table of the result left
+ *   pDstValuesRe       result: widthHeight elements, contiguous
+ *   pDstValuesIm       result: widthHeight elements, contiguous
+ *   widthHeight        rows and columns of a square matrix
+ *   pBuffer            scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                      return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in
+ * the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    float* const* ppDstVectorsRight, int32_t dstRightRoiShift, float* const* ppDstVectorsLeft,
+    int32_t dstLeftRoiShift, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   pSrc                   source: one matrix of widthHeight x widthHeight
+ *   srcRowStride           bytes from one row of the source to the next
+ *   srcElementStride       bytes from one element of the source to the next
+ *   pDstVectorsRight       result right: one matrix of widthHeight x widthHeight
+ *   dstRightRowStride      bytes from one row of the result right to the next
+ *   dstRightElementStride  bytes from one element of the result right to the next
+ *   pDstVectorsLeft        result left: one matrix of widthHeight x widthHeight
+ *   dstLeftRowStride       bytes from one row of the result left to the next
+ *   dstLeftElementStride   bytes from one element of the result left to the next
+ *   pDstValuesRe           result: widthHeight elements, contiguous
+ *   pDstValuesIm           result: widthHeight elements, contiguous
+ *   widthHeight            rows and columns of a square matrix
+ *   pBuffer                scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined
+ *                          on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in the back
+ * substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_m_64f(const double* pSrc, int32_t srcRowStride,
+    int32_t srcElementStride, double* pDstVectorsRight, int32_t dstRightRowStride, int32_t dstRightElementStride,
+    double* pDstVectorsLeft, int32_t dstLeftRowStride, int32_t dstLeftElementStride, double* pDstValuesRe,
+    double* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   ppSrc              source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by
+ *                      row
+ *   srcRoiShift        bytes added to every pointer of the table of the source
+ *   ppDstVectorsRight  result right: table of pointers, one per element of one matrix of widthHeight x widthHeight,
+ *                      row by row
+ *   dstRightRoiShift   bytes added to every pointer of the table of the result right
+ *   ppDstVectorsLeft   result left: table of pointers, one per element of one matrix of widthHeight x widthHeight,
+ *                      row by row
+ *   dstLeftRoiShift    bytes added to every pointer of the table of the result left
+ *   pDstValuesRe       result: widthHeight elements, contiguous
+ *   pDstValuesIm       result: widthHeight elements, contiguous
+ *   widthHeight        rows and columns of a square matrix
+ *   pBuffer            scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                      return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in
+ * the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    double* const* ppDstVectorsRight, int32_t dstRightRoiShift, double* const* ppDstVectorsLeft,
+    int32_t dstLeftRoiShift, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   pSrc                   source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride        bytes from one matrix of the source to the next
+ *   srcRowStride           bytes from one row of the source to the next
+ *   srcElementStride       bytes from one element of the source to the next
+ *   pDstVectorsRight       result right: the first of count matrices of widthHeight x widthHeight
+ *   dstRightObjectStride   bytes from one matrix of the result right to the next
+ *   dstRightRowStride      bytes from one row of the result right to the next
+ *   dstRightElementStride  bytes from one element of the result right to the next
+ *   pDstVectorsLeft        result left: the first of count matrices of widthHeight x widthHeight
+ *   dstLeftObjectStride    bytes from one matrix of the result left to the next
+ *   dstLeftRowStride       bytes from one row of the result left to the next
+ *   dstLeftElementStride   bytes from one element of the result left to the next
+ *   pDstValuesRe           result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm           result: widthHeight elements for each object, contiguous
+ *   widthHeight            rows and columns of a square matrix
+ *   count                  number of objects
+ *   pBuffer                scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined
+ *                          on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex system of order 2
+ * had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_ma_32f(const float* pSrc, int32_t srcObjectStride,
+    int32_t srcRowStride, int32_t srcElementStride, float* pDstVectorsRight, int32_t dstRightObjectStride,
+    int32_t dstRightRowStride, int32_t dstRightElementStride, float* pDstVectorsLeft, int32_t dstLeftObjectStride,
+    int32_t dstLeftRowStride, int32_t dstLeftElementStride, float* pDstValuesRe, float* pDstValuesIm,
+    int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   ppSrc                  source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift            bytes added to every pointer of the table of the source
+ *   srcRowStride           bytes from one row of the source to the next
+ *   srcElementStride       bytes from one element of the source to the next
+ *   ppDstVectorsRight      result right: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRightRoiShift       bytes added to every pointer of the table of the result right
+ *   dstRightRowStride      bytes from one row of the result right to the next
+ *   dstRightElementStride  bytes from one element of the result right to the next
+ *   ppDstVectorsLeft       result left: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstLeftRoiShift        bytes added to every pointer of the table of the result left
+ *   dstLeftRowStride       bytes from one row of the result left to the next
+ *   dstLeftElementStride   bytes from one element of the result left to the next
+ *   pDstValuesRe           result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm           result: widthHeight elements for each object, contiguous
+ *   widthHeight            rows and columns of a square matrix
+ *   count                  number of objects
+ *   pBuffer                scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined
+ *                          on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, float* const* ppDstVectorsRight, int32_t dstRightRoiShift,
+    int32_t dstRightRowStride, int32_t dstRightElementStride, float* const* ppDstVectorsLeft,
+    int32_t dstLeftRoiShift, int32_t dstLeftRowStride, int32_t dstLeftElementStride, float* pDstValuesRe,
+    float* pDstValuesIm, int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   ppSrc                 source: table of pointers, one per element of count matrices of widthHeight x widthHeight,
+ *                         row by row
+ *   srcRoiShift           bytes added to every pointer of the table of the source
+ *   srcObjectStride       bytes from one matrix of the source to the next
+ *   ppDstVectorsRight     result right: table of pointers, one per element of count matrices of widthHeight x
+ *                         widthHeight, row by row
+ *   dstRightRoiShift      bytes added to every pointer of the table of the result right
+ *   dstRightObjectStride  bytes from one matrix of the result right to the next
+ *   ppDstVectorsLeft      result left: table of pointers, one per element of count matrices of widthHeight x
+ *                         widthHeight, row by row
+ *   dstLeftRoiShift       bytes added to every pointer of the table of the result left
+ *   dstLeftObjectStride   bytes from one matrix of the result left to the next
+ *   pDstValuesRe          result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm          result: widthHeight elements for each object, contiguous
+ *   widthHeight           rows and columns of a square matrix
+ *   count                 number of objects
+ *   pBuffer               scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                         return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, float* const* ppDstVectorsRight, int32_t dstRightRoiShift, int32_t dstRightObjectStride,
+    float* const* ppDstVectorsLeft, int32_t dstLeftRoiShift, int32_t dstLeftObjectStride, float* pDstValuesRe,
+    float* pDstValuesIm, int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   pSrc                   source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride        bytes from one matrix of the source to the next
+ *   srcRowStride           bytes from one row of the source to the next
+ *   srcElementStride       bytes from one element of the source to the next
+ *   pDstVectorsRight       result right: the first of count matrices of widthHeight x widthHeight
+ *   dstRightObjectStride   bytes from one matrix of the result right to the next
+ *   dstRightRowStride      bytes from one row of the result right to the next
+ *   dstRightElementStride  bytes from one element of the result right to the next
+ *   pDstVectorsLeft        result left: the first of count matrices of widthHeight x widthHeight
+ *   dstLeftObjectStride    bytes from one matrix of the result left to the next
+ *   dstLeftRowStride       bytes from one row of the result left to the next
+ *   dstLeftElementStride   bytes from one element of the result left to the next
+ *   pDstValuesRe           result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm           result: widthHeight elements for each object, contiguous
+ *   widthHeight            rows and columns of a square matrix
+ *   count                  number of objects
+ *   pBuffer                scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined
+ *                          on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex system of order 2
+ * had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_ma_64f(const double* pSrc, int32_t srcObjectStride,
+    int32_t srcRowStride, int32_t srcElementStride, double* pDstVectorsRight, int32_t dstRightObjectStride,
+    int32_t dstRightRowStride, int32_t dstRightElementStride, double* pDstVectorsLeft, int32_t dstLeftObjectStride,
+    int32_t dstLeftRowStride, int32_t dstLeftElementStride, double* pDstValuesRe, double* pDstValuesIm,
+    int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   ppSrc                  source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift            bytes added to every pointer of the table of the source
+ *   srcRowStride           bytes from one row of the source to the next
+ *   srcElementStride       bytes from one element of the source to the next
+ *   ppDstVectorsRight      result right: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRightRoiShift       bytes added to every pointer of the table of the result right
+ *   dstRightRowStride      bytes from one row of the result right to the next
+ *   dstRightElementStride  bytes from one element of the result right to the next
+ *   ppDstVectorsLeft       result left: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstLeftRoiShift        bytes added to every pointer of the table of the result left
+ *   dstLeftRowStride       bytes from one row of the result left to the next
+ *   dstLeftElementStride   bytes from one element of the result left to the next
+ *   pDstValuesRe           result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm           result: widthHeight elements for each object, contiguous
+ *   widthHeight            rows and columns of a square matrix
+ *   count                  number of objects
+ *   pBuffer                scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined
+ *                          on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, double* const* ppDstVectorsRight, int32_t dstRightRoiShift,
+    int32_t dstRightRowStride, int32_t dstRightElementStride, double* const* ppDstVectorsLeft,
+    int32_t dstLeftRoiShift, int32_t dstLeftRowStride, int32_t dstLeftElementStride, double* pDstValuesRe,
+    double* pDstValuesIm, int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and both sets of eigenvectors of a general real matrix.
+ *   ppSrc                 source: table of pointers, one per element of count matrices of widthHeight x widthHeight,
+ *                         row by row
+ *   srcRoiShift           bytes added to every pointer of the table of the source
+ *   srcObjectStride       bytes from one matrix of the source to the next
+ *   ppDstVectorsRight     result right: table of pointers, one per element of count matrices of widthHeight x
+ *                         widthHeight, row by row
+ *   dstRightRoiShift      bytes added to every pointer of the table of the result right
+ *   dstRightObjectStride  bytes from one matrix of the result right to the next
+ *   ppDstVectorsLeft      result left: table of pointers, one per element of count matrices of widthHeight x
+ *                         widthHeight, row by row
+ *   dstLeftRoiShift       bytes added to every pointer of the table of the result left
+ *   dstLeftObjectStride   bytes from one matrix of the result left to the next
+ *   pDstValuesRe          result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm          result: widthHeight elements for each object, contiguous
+ *   widthHeight           rows and columns of a square matrix
+ *   count                 number of objects
+ *   pBuffer               scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                         return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectors_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, double* const* ppDstVectorsRight, int32_t dstRightRoiShift,
+    int32_t dstRightObjectStride, double* const* ppDstVectorsLeft, int32_t dstLeftRoiShift,
+    int32_t dstLeftObjectStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, int32_t count,
+    void* pBuffer);
+
+/* ---- EigenValuesVectorsLeft ---- */
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements, contiguous
+ *   pDstValuesIm      result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in the back
+ * substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_m_32f(const float* pSrc, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDstVectors, int32_t dstRowStride, int32_t dstElementStride,
+    float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift   bytes added to every pointer of the table of the source
+ *   ppDstVectors  result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   pDstValuesRe  result: widthHeight elements, contiguous
+ *   pDstValuesIm  result: widthHeight elements, contiguous
+ *   widthHeight   rows and columns of a square matrix
+ *   pBuffer       scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in
+ * the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    float* const* ppDstVectors, int32_t dstRoiShift, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight,
+    void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements, contiguous
+ *   pDstValuesIm      result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in the back
+ * substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_m_64f(const double* pSrc, int32_t srcRowStride,
+    int32_t srcElementStride, double* pDstVectors, int32_t dstRowStride, int32_t dstElementStride,
+    double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift   bytes added to every pointer of the table of the source
+ *   ppDstVectors  result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   pDstValuesRe  result: widthHeight elements, contiguous
+ *   pDstValuesIm  result: widthHeight elements, contiguous
+ *   widthHeight   rows and columns of a square matrix
+ *   pBuffer       scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in
+ * the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    double* const* ppDstVectors, int32_t dstRoiShift, double* pDstValuesRe, double* pDstValuesIm,
+    int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex system of order 2
+ * had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_ma_32f(const float* pSrc, int32_t srcObjectStride,
+    int32_t srcRowStride, int32_t srcElementStride, float* pDstVectors, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDstVectors      result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, float* const* ppDstVectors, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   ppDstVectors     result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   pDstValuesRe     result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm     result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ *   pBuffer          scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                    return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, float* const* ppDstVectors, int32_t dstRoiShift, int32_t dstObjectStride,
+    float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex system of order 2
+ * had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_ma_64f(const double* pSrc, int32_t srcObjectStride,
+    int32_t srcRowStride, int32_t srcElementStride, double* pDstVectors, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDstVectors      result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, double* const* ppDstVectors, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the left eigenvectors of a general real matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   ppDstVectors     result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   pDstValuesRe     result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm     result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ *   pBuffer          scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                    return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsLeft_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, double* const* ppDstVectors, int32_t dstRoiShift, int32_t dstObjectStride,
+    double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* ---- EigenValuesVectorsRight ---- */
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements, contiguous
+ *   pDstValuesIm      result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in the back
+ * substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_m_32f(const float* pSrc, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDstVectors, int32_t dstRowStride, int32_t dstElementStride,
+    float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift   bytes added to every pointer of the table of the source
+ *   ppDstVectors  result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   pDstValuesRe  result: widthHeight elements, contiguous
+ *   pDstValuesIm  result: widthHeight elements, contiguous
+ *   widthHeight   rows and columns of a square matrix
+ *   pBuffer       scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in
+ * the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    float* const* ppDstVectors, int32_t dstRoiShift, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight,
+    void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements, contiguous
+ *   pDstValuesIm      result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in the back
+ * substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_m_64f(const double* pSrc, int32_t srcRowStride,
+    int32_t srcElementStride, double* pDstVectors, int32_t dstRowStride, int32_t dstElementStride,
+    double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift   bytes added to every pointer of the table of the source
+ *   ppDstVectors  result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   pDstValuesRe  result: widthHeight elements, contiguous
+ *   pDstValuesIm  result: widthHeight elements, contiguous
+ *   widthHeight   rows and columns of a square matrix
+ *   pBuffer       scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusError (a complex system of order 2 had no usable pivot in
+ * the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    double* const* ppDstVectors, int32_t dstRoiShift, double* pDstValuesRe, double* pDstValuesIm,
+    int32_t widthHeight, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex system of order 2
+ * had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_ma_32f(const float* pSrc, int32_t srcObjectStride,
+    int32_t srcRowStride, int32_t srcElementStride, float* pDstVectors, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDstVectors      result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, float* const* ppDstVectors, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   ppDstVectors     result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   pDstValuesRe     result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm     result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ *   pBuffer          scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                    return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, float* const* ppDstVectors, int32_t dstRoiShift, int32_t dstObjectStride,
+    float* pDstValuesRe, float* pDstValuesIm, int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstVectors       result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex system of order 2
+ * had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_ma_64f(const double* pSrc, int32_t srcObjectStride,
+    int32_t srcRowStride, int32_t srcElementStride, double* pDstVectors, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDstVectors      result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValuesRe      result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm      result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ *   pBuffer           scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                     return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, double* const* ppDstVectors, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight,
+    int32_t count, void* pBuffer);
+
+/* Computes the eigenvalues and the right eigenvectors of a general real matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   ppDstVectors     result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   pDstValuesRe     result: widthHeight elements for each object, contiguous
+ *   pDstValuesIm     result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ *   pBuffer          scratch of widthHeight*elementSize*(3*widthHeight + 5) bytes; its contents are undefined on
+ *                    return
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusBadRoiShift (a roi shift
+ * is negative or not a multiple of the element size), StatusBadStride (a stride is below 1 or not a multiple of the
+ * element size), StatusNotConverged (the iteration reached its limit without convergence), StatusError (a complex
+ * system of order 2 had no usable pivot in the back substitution), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsRight_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, double* const* ppDstVectors, int32_t dstRoiShift, int32_t dstObjectStride,
+    double* pDstValuesRe, double* pDstValuesIm, int32_t widthHeight, int32_t count, void* pBuffer);
+
+/* ---- EigenValuesVectorsGetBufSize ---- */
+
+/* Tells the size of the scratch block of EigenValuesVectors, EigenValuesVectorsLeft and EigenValuesVectorsRight.
+ *   widthHeight  rows and columns of a square matrix
+ *   pSizeBytes   the size in bytes
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsGetBufSize_32f(int32_t widthHeight, int32_t* pSizeBytes);
+
+/* Tells the size of the scratch block of EigenValuesVectors, EigenValuesVectorsLeft and EigenValuesVectorsRight.
+ *   widthHeight  rows and columns of a square matrix
+ *   pSizeBytes   the size in bytes
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsGetBufSize_64f(int32_t widthHeight, int32_t* pSizeBytes);
+
 /* ---- Add ---- */
 
 /* Adds two vectors.

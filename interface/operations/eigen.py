@@ -11,6 +11,68 @@ NO_PIVOT = ("StatusError", "a complex system of order 2 had no usable pivot in t
 VALUES_BUFFER = "widthHeight * elementSize * (widthHeight + 5)"
 VECTORS_BUFFER = "widthHeight * elementSize * (3 * widthHeight + 5)"
 
+GENERAL_METHOD = """
+The problem that is solved is that of the transpose of the source. Each object goes through a Householder reduction to
+Hessenberg form without balancing, a Francis iteration with implicit double shifts, and the standardisation of 2x2
+diagonal blocks. One budget of 30 steps per row serves all eigenvalues of an object; steps 10 and 20 towards a block take
+exceptional shifts.
+
+A complex pair stands at neighbouring positions, the positive imaginary part first. Eigenvalues are not sorted. A 2x2
+block whose diagonal elements are equal, to within twice the smallest normal number, counts as a complex pair with
+imaginary part sqrt(|b|) sqrt(|c|), also where b and c have one sign and the eigenvalues are real.
+
+**Order of additions.** Sums run in ascending order of their index. In `32f` the sums of magnitudes that start a step and
+the roots of norms and rotations are formed in double precision and rounded once. Results of an object do not depend on
+its neighbours, its position or the number of threads.
+
+**Accuracy.** Backward errors are of the order of n eps |S|. The norms of reflectors are formed from squares without
+scaling:
+
+| size of the elements that a reflector eliminates | `32f` | `64f` |
+|---|---|---|
+| above | 1e19: the squares overflow | 1e154 |
+| below | 1e-19: bits are lost, from 1e-23 on the elements are dropped | 1e-154, 1e-162 |
+
+**Failures.** `StatusNotConverged`: the positions of the eigenvalues that had split off by then are written, from the end
+of the object's run, the others are not. A serial call ends at the first object that fails: those before it are complete,
+those behind it untouched. In a parallel call this holds within the run of objects of each thread, and the status is that
+of the first thread to report a failure. A singular matrix is no failure. Objects with NaN or infinities come to an end, with
+`StatusNotConverged` or with results that are not numbers.
+
+**Aliasing.** Results that overlap the source are not supported. `pBuffer` needs no alignment; its contents are undefined
+on return. A parallel call takes scratch of its own, but `pBuffer` must not be null.
+"""
+
+GENERAL_VALUES_NOTES = """
+`pDstValuesRe` and `pDstValuesIm` take the real and the imaginary parts: n elements for each object, one object behind the
+other in every layout.
+
+Subdiagonal elements are neglected up to the epsilon of the type, whatever stands beside them: a matrix whose elements off
+the diagonal are that small returns its diagonal. Scale such matrices before the call. Where b and c of a nearly defective
+block come out with one sign, the eigenvalues are its mean plus and minus the old half difference of its diagonal; the
+families with vectors use the roots of b and c there, so that their eigenvalues can differ.
+""" + GENERAL_METHOD
+
+GENERAL_VECTORS_NOTES = """
+The sets are named for the transpose of the source S: right vectors v satisfy transpose(S) v = lambda v, **left vectors u
+satisfy S u = lambda u**. A caller who wants the vectors of S x = lambda x takes the left ones. Vector j is column j. For
+a complex pair at positions j and j+1, column j is the real part and column j+1 the imaginary part of the vector of
+eigenvalue j; the vector of eigenvalue j+1 is its conjugate.
+
+Vectors have unit Euclidean length, a pair counted over both columns, and the largest component of a pair is real up to
+rounding. The squares of a column are summed without a guard against overflow.
+
+Subdiagonal elements are neglected by comparison with their diagonal neighbours. The shifts are formed in single precision
+for both types: in `64f`, elements outside the range of single precision converge slowly or not at all. A 2x2 block with
+equal diagonal elements and b and c of one sign is not rotated afresh but takes the rotation of the block before it in the
+same object; where there is none, two columns of vectors come out as 0 or NaN, with `StatusOk`.
+
+**Failures of the substitution.** `StatusError`: a complex system of order 2 had no usable pivot. The eigenvalues of the
+object are complete, its vectors are not written. A real system of order 2 without a usable pivot ends the call with
+`StatusOk` in the same state, for this and all later objects.
+""" + GENERAL_METHOD
+
+
 
 def checks(code, layout, type_):
     if not is_array_code(code):
@@ -25,7 +87,7 @@ def alternating_checks(code, layout, type_):
     return checks(code, layout, type_)
 
 
-def vectors_row(operation, destinations, pointers, **more):
+def vectors_row(operation, destinations, pointers, kernel, **more):
     return Row(
         operation=operation,
         directory="eigen",
@@ -37,11 +99,14 @@ def vectors_row(operation, destinations, pointers, **more):
         checks=alternating_checks,
         dense=False,
         statuses=(NOT_CONVERGED, NO_PIVOT),
+        kernel=f"{kernel}, {{pDstValuesRe}}, {{pDstValuesIm}}, widthHeight, pBuffer, {{place}})",
+        headers=("eigen/general_kernels.h",),
+        notes=GENERAL_VECTORS_NOTES,
         **more,
     )
 
 
-def buffer_query_row(operation, size):
+def buffer_query_row(operation, size, function):
     return Row(
         operation=operation,
         directory="eigen",
@@ -50,6 +115,8 @@ def buffer_query_row(operation, size):
         shapes={"pSizeBytes": "1"},
         checks=lambda code, layout, type_: "N Z",
         dense=False,
+        kernel=f"storeBufferSize(general::{function}<{{T}}>(widthHeight), pSizeBytes)",
+        headers=("eigen/general_kernels.h",),
         purpose=f"Tells the size of the scratch block of {size}.",
     )
 
@@ -98,13 +165,17 @@ ROWS = [
         scratch=VECTORS_BUFFER,
         merges_status=True,
         statuses=(NOT_CONVERGED,),
+        kernel="generalValues<{T}>({src}, {pDstValuesRe}, {pDstValuesIm}, widthHeight, pBuffer, {place})",
+        headers=("eigen/general_kernels.h",),
+        notes=GENERAL_VALUES_NOTES,
         purpose="Computes the real and complex eigenvalues of a general real matrix.",
     ),
-    buffer_query_row("EigenValuesGetBufSize", "EigenValues"),
+    buffer_query_row("EigenValuesGetBufSize", "EigenValues", "valuesBufferSize"),
     vectors_row(
         "EigenValuesVectors",
         "dstRight:DstVectorsRight dstLeft:DstVectorsLeft",
         ("dstRight", "dstLeft"),
+        kernel="generalBothVectors<{T}>({src}, {dstRight}, {dstLeft}",
         measure=lambda code: "widthHeight * (3 * widthHeight + 1) * count",
         parallel=lambda code, layout, type_: (501, 501),
         scratch=VECTORS_BUFFER,
@@ -112,9 +183,11 @@ ROWS = [
         purpose="Computes the eigenvalues and both sets of eigenvectors of a general real matrix.",
     ),
     vectors_row("EigenValuesVectorsLeft", "dst:DstVectors", ("dst",),
+                kernel="generalVectors<general::Sets::left, {T}>({src}, {dst}",
                 purpose="Computes the eigenvalues and the left eigenvectors of a general real matrix."),
     vectors_row("EigenValuesVectorsRight", "dst:DstVectors", ("dst",),
+                kernel="generalVectors<general::Sets::right, {T}>({src}, {dst}",
                 purpose="Computes the eigenvalues and the right eigenvectors of a general real matrix."),
     buffer_query_row("EigenValuesVectorsGetBufSize",
-                     "EigenValuesVectors, EigenValuesVectorsLeft and EigenValuesVectorsRight"),
+                     "EigenValuesVectors, EigenValuesVectorsLeft and EigenValuesVectorsRight", "vectorsBufferSize"),
 ]  # fmt: skip

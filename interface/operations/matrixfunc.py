@@ -26,6 +26,9 @@ ROWS = [
         shapes={"src": "width x width", "pDst": "1"},
         measure=lambda code: "width * count",
         parallel=lambda code, layout, type_: (3601, 3601),
+        kernel="traces({src}, {pDst}, width, {place})",
+        headers=("matrixfunc/trace.h",),
+        notes="Ascending, one rounding per addition.",
         purpose="Sums the diagonal of a square matrix.",
     ),
     Row(
@@ -36,6 +39,10 @@ ROWS = [
         shapes={"src": "height x width", "pDst": "1"},
         measure=lambda code: "width * height * count",
         parallel=lambda code, layout, type_: FROBENIUS_LIMITS[layout, type_],
+        kernel="frobeniusNorms<{path}>({src}, {pDst}, height, width, {place})",
+        headers=("matrixfunc/frobenius.h",),
+        notes="""Sums are in the element type and nothing is scaled: the norm is an infinity where the sum of the squares overflows. The
+order of additions differs between layouts and types; the last bit is not promised to agree between them.""",
         purpose="Computes the square root of the sum of the squares of all elements of a matrix.",
     ),
     Row(

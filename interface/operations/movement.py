@@ -40,6 +40,9 @@ def layout_pairs(code):
     return list(COPY_CHECKS)
 
 
+COPY_NOTES = """Elements are moved as bit patterns, objects, rows and elements in ascending order: signalling NaNs, denormals
+and negative zeros arrive unchanged. A result that overlaps its source further on receives what has been copied before."""
+
 ROWS = [
     Row(
         operation="Copy",
@@ -49,7 +52,10 @@ ROWS = [
         shapes={"src": "len", "dst": "len"},
         checks=copy_checks,
         layouts=layout_pairs,
-        dense=False,
+        vectors_as_rows=True,
+        kernel="copyObjects({src}, {dst}, 1, len, {place})",
+        headers=("movement/copy.h",),
+        notes=COPY_NOTES,
         purpose="Copies an array of vectors from one layout to another.",
     ),
     Row(
@@ -61,7 +67,9 @@ ROWS = [
         result="m",
         checks=copy_checks,
         layouts=layout_pairs,
-        dense=False,
+        kernel="copyObjects({src}, {dst}, height, width, {place})",
+        headers=("movement/copy.h",),
+        notes=COPY_NOTES,
         purpose="Copies an array of matrices from one layout to another.",
     ),
     Row(
@@ -71,7 +79,10 @@ ROWS = [
         signature="src pDst len",
         shapes={"src": "len", "pDst": "len"},
         checks=extract_checks,
-        dense=False,
+        vectors_as_rows=True,
+        kernel="copyObjects({src}, packedBlock(pDst, 1, len), 1, len, {place})",
+        headers=("movement/copy.h",),
+        notes=COPY_NOTES,
         purpose="Gathers vectors into one dense block.",
     ),
     Row(
@@ -81,7 +92,9 @@ ROWS = [
         signature="src pDst width height",
         shapes={"src": "height x width", "pDst": "width * height"},
         checks=extract_checks,
-        dense=False,
+        kernel="copyObjects({src}, packedBlock(pDst, height, width), height, width, {place})",
+        headers=("movement/copy.h",),
+        notes=COPY_NOTES,
         purpose="Gathers matrices, read as stored or transposed, into one dense block.",
     ),
     Row(
@@ -91,6 +104,9 @@ ROWS = [
         signature="src width height dst",
         shapes={"src": "height x width", "dst": "width x height"},
         result="m",
+        kernel="transposeObjects<{path}>({src}, {dst}, width, height, {place})",
+        headers=("movement/transpose.h",),
+        notes="Result element (c, r) is source element (r, c), moved as a bit pattern. Source and result must not overlap.",
         purpose="Writes the transpose of a matrix.",
     ),
     Row(
@@ -102,7 +118,9 @@ ROWS = [
         shapes={"dst": "height x width"},
         result="m",
         checks=identity_checks,
-        dense=False,
+        kernel="loadIdentities({dst}, height, width, {place})",
+        headers=("movement/identity.h",),
+        notes="Element (r, c) is 1 where r equals c and 0 elsewhere, also where width and height differ.",
         purpose="Fills matrices with the identity pattern.",
     ),
 ]

@@ -23,16 +23,32 @@
 namespace tarnm {
 
 struct Plus {
-    template <class T> T operator()(T a, T b) const { return a + b; }
+    template <class T>
+    T operator()(T a, T b) const
+    {
+        return a + b;
+    }
 };
 struct Minus {
-    template <class T> T operator()(T a, T b) const { return a - b; }
+    template <class T>
+    T operator()(T a, T b) const
+    {
+        return a - b;
+    }
 };
 struct MinusReversed {
-    template <class T> T operator()(T a, T b) const { return b - a; }
+    template <class T>
+    T operator()(T a, T b) const
+    {
+        return b - a;
+    }
 };
 struct Times {
-    template <class T> T operator()(T a, T b) const { return b * a; }
+    template <class T>
+    T operator()(T a, T b) const
+    {
+        return b * a;
+    }
 };
 
 struct Extent {
@@ -46,20 +62,21 @@ enum class Cases { none, vectors3to6, squares3to5, squares3to6 };
 namespace elementwise {
 
 // Elements of one object held in local values; stands for a single operand across the loop over objects.
-template <class T, int rows, int columns> struct Held {
+template <class T, int rows, int columns>
+struct Held {
     std::array<T, rows * columns> values;
 
     T operator()(std::ptrdiff_t r, std::ptrdiff_t c) const { return values[r * columns + c]; }
 };
 
-template <int rows, int columns, class Array> auto hold(const Array& array)
+template <int rows, int columns, class Array>
+auto hold(const Array& array)
 {
     if constexpr (Array::isSingle) {
         using T = typename Array::ObjectView::Element;
         Held<T, rows, columns> held;
         for (int r = 0; r < rows; ++r)
-            for (int c = 0; c < columns; ++c)
-                held.values[r * columns + c] = array.object(r, c);
+            for (int c = 0; c < columns; ++c) held.values[r * columns + c] = array.object(r, c);
         return Single<Held<T, rows, columns>>{held};
     } else {
         return array;
@@ -70,8 +87,7 @@ template <class Operation, class A, class B, class D>
 void combineObject(Operation operation, const A& a, const B& b, const D& d, Extent extent)
 {
     for (std::int32_t r = 0; r < extent.rows; ++r)
-        for (std::int32_t c = 0; c < extent.columns; ++c)
-            d.set(r, c, operation(a(r, c), b(r, c)));
+        for (std::int32_t c = 0; c < extent.columns; ++c) d.set(r, c, operation(a(r, c), b(r, c)));
 }
 
 template <class Operation, class A, class B, class D>
@@ -84,17 +100,17 @@ void combineObjects(Operation operation, const A& a, const B& b, const D& d, Ext
 template <int rows, int columns, class Operation, class A, class B, class D>
 void combineCase(Operation operation, const A& a, const B& b, const D& d, Place place)
 {
-    const auto heldA = hold<rows, columns>(a);
-    const auto heldB = hold<rows, columns>(b);
-    combineObjects(operation, heldA, heldB, d, Extent{rows, columns}, place);
+    if constexpr (D::isSingle)
+        combineObjects(operation, a, b, d, Extent{rows, columns}, place);
+    else
+        combineObjects(operation, hold<rows, columns>(a), hold<rows, columns>(b), d, Extent{rows, columns}, place);
 }
 
 template <Cases cases, int order, class Operation, class A, class B, class D>
 bool combineInCase(Operation operation, const A& a, const B& b, const D& d, Extent extent, Place place)
 {
     constexpr int rows = cases == Cases::vectors3to6 ? 1 : order;
-    if (extent.rows != rows || extent.columns != order)
-        return false;
+    if (extent.rows != rows || extent.columns != order) return false;
     combineCase<rows, order>(operation, a, b, d, place);
     return true;
 }
@@ -105,8 +121,7 @@ template <Cases cases, class Operation, class A, class B, class D>
 tarnmStatus combine(Operation operation, const A& a, const B& b, const D& d, Extent extent, Place place)
 {
     using namespace elementwise;
-    if (combineAsStream(operation, a, b, d, extent.rows, extent.columns, place))
-        return StatusOk;
+    if (combineAsStream(operation, a, b, d, extent.rows, extent.columns, place)) return StatusOk;
     if constexpr (cases != Cases::none) {
         if (combineInCase<cases, 3>(operation, a, b, d, extent, place) ||
             combineInCase<cases, 4>(operation, a, b, d, extent, place) ||
@@ -114,8 +129,7 @@ tarnmStatus combine(Operation operation, const A& a, const B& b, const D& d, Ext
             return StatusOk;
     }
     if constexpr (cases == Cases::vectors3to6 || cases == Cases::squares3to6) {
-        if (combineInCase<cases, 6>(operation, a, b, d, extent, place))
-            return StatusOk;
+        if (combineInCase<cases, 6>(operation, a, b, d, extent, place)) return StatusOk;
     }
     combineObjects(operation, a, b, d, extent, place);
     return StatusOk;

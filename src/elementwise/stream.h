@@ -14,6 +14,7 @@
 #include <type_traits>
 
 #include "frame/operands.h"
+#include "frame/overlap.h"
 
 namespace tarnm::elementwise {
 
@@ -50,14 +51,6 @@ bool isPacked(const ObjectArray<StridedMatrix<T, Spacing::dense>>& array, std::i
 }
 
 template <class T> bool isPacked(const Single<Constant<T>>&, std::int32_t, std::int32_t) { return true; }
-
-// Bytes of [a, a + sizeA) and [b, b + sizeB) have none in common.
-inline bool apart(const void* a, std::uint64_t sizeA, const void* b, std::uint64_t sizeB)
-{
-    const auto beginA = reinterpret_cast<std::uintptr_t>(a);
-    const auto beginB = reinterpret_cast<std::uintptr_t>(b);
-    return beginA <= beginB ? beginB - beginA >= sizeA : beginA - beginB >= sizeB;
-}
 
 // d[i] = operation(a[i], b[i]) over memory that is the same or apart, so that iterations are independent.
 template <class Operation, class T>

@@ -413,15 +413,32 @@ template <class S, class V, class Object> TARNM_INLINE void loadInterleaved(cons
 template <class S, class V, class Array>
 TARNM_INLINE void loadByElement(const Array& array, std::ptrdiff_t first, int live, V* a)
 {
-    using Object = typename Array::ObjectView;
-    TARNM_UNROLL
-    for (int r = 0; r < S::rows; ++r)
+    constexpr int N = lane_count_v<V>;
+    if constexpr (requires { pattern(array).base; }) {
+        const auto bases = basesOf<N>(array, first, live);
+        const auto object = pattern(array).at(nullptr);
         TARNM_UNROLL
-        for (int c = 0; c < S::columns; ++c)
-            a[r * S::columns + c] = gathered<V>([&](int l) __attribute__((always_inline)) {
-                const Object object = array[first + (l < live ? l : live - 1)];
-                return elementAddress(object, r, c);
-            });
+        for (int r = 0; r < S::rows; ++r)
+            TARNM_UNROLL
+            for (int c = 0; c < S::columns; ++c)
+                a[r * S::columns + c] = gathered<V>([&](int l) __attribute__((always_inline)) {
+                    return moved(bases[l], r * rowStrideOf(object) + c * object.elementStride.bytes);
+                });
+    } else {
+        const auto object = array[first];
+        std::ptrdiff_t distance[N];
+        TARNM_UNROLL
+        for (int l = 0; l < N; ++l)
+            distance[l] = (l < live ? l : live - 1) * array.objectStride;
+        TARNM_UNROLL
+        for (int r = 0; r < S::rows; ++r)
+            TARNM_UNROLL
+            for (int c = 0; c < S::columns; ++c) {
+                const auto* address = elementAddress(object, r, c);
+                a[r * S::columns + c] = gathered<V>(
+                    [&](int l) __attribute__((always_inline)) { return moved(address, distance[l]); });
+            }
+    }
 }
 
 template <class S, class V, class Array>
@@ -456,39 +473,58 @@ TARNM_INLINE void loadElementsOf(const Array& array, std::ptrdiff_t first, int l
 
 // ---- Storing ----
 
+// In the order of objects, rows, columns. Out of line and through memory: as fast as taking lanes apart one by one in
+// registers, and a fraction of the code.
 template <class S, class V, class Array>
-TARNM_INLINE void storeByElement(const Array& array, std::ptrdiff_t first, int live, const V* a)
+[[gnu::noinline]] void storeLanes(const Array& array, std::ptrdiff_t first, int live, const V* a)
 {
+    using T = scalar_t<V>;
+    const T* values = reinterpret_cast<const T*>(a);
     for (int l = 0; l < live; ++l) {
         const auto object = array[first + l];
-        TARNM_UNROLL
         for (int r = 0; r < S::rows; ++r)
             TARNM_UNROLL
             for (int c = 0; c < S::columns; ++c)
-                setElement(object, r, c, lane(a[r * S::columns + c], l));
+                setElement(object, r, c, loadElement(values + (r * S::columns + c) * lane_count_v<V> + l));
     }
 }
 
+// The copy lets `a` itself stay in registers on every other path.
 template <class S, class V, class Array>
-TARNM_INLINE void storeDense(const Array& array, std::ptrdiff_t first, const V* a)
+TARNM_INLINE void storeByElement(const Array& array, std::ptrdiff_t first, int live, const V* a)
+{
+    V copy[S::elements];
+    TARNM_UNROLL
+    for (int i = 0; i < S::elements; ++i)
+        copy[i] = a[i];
+    storeLanes<S>(array, first, live, copy);
+}
+
+// Whether the block could be stored in runs: not, if objects overlap.
+template <class S, class V, class Array>
+TARNM_INLINE bool storedDense(const Array& array, std::ptrdiff_t first, const V* a)
 {
     using T = scalar_t<V>;
     constexpr int N = lane_count_v<V>;
     const auto& object = pattern(array);
     if constexpr (isArray<Array>) {
         constexpr std::ptrdiff_t rowBytes = S::columns * sizeof(T);
-        if (rowsTouch<S>(object) && array.objectStride == S::rows * rowBytes)
-            return storePacked<S::elements>(array[first].base, a);
+        if (rowsTouch<S>(object) && array.objectStride == S::rows * rowBytes) {
+            storePacked<S::elements>(array[first].base, a);
+            return true;
+        }
         const bool isDisjoint = array.objectStride >= (S::rows - 1) * rowStrideOf(object) + rowBytes;
-        if (!isDisjoint)
-            return storeByElement<S>(array, first, N, a);
+        if (!isDisjoint) return false;
     }
     const auto bases = basesOf<N>(array, first, N);
-    if (rowsTouch<S>(object))
-        return storeRuns<S::elements>(bases, a);
+    if (rowsTouch<S>(object)) {
+        storeRuns<S::elements>(bases, a);
+        return true;
+    }
     TARNM_UNROLL
     for (int r = 0; r < S::rows; ++r)
         storeRuns<S::columns>(bases.shifted(r * rowStrideOf(object)), a + r * S::columns);
+    return true;
 }
 
 // Whether elements are so far apart that N objects side by side keep clear of the next element.
@@ -518,14 +554,20 @@ TARNM_INLINE void storeElementsOf(const Array& array, std::ptrdiff_t first, int 
 {
     using Object = typename Array::ObjectView;
     constexpr int N = lane_count_v<V>;
-    if constexpr (N > 1)
-        if (live == N) {
-            if constexpr (requires { requires Object::isDense; })
-                return storeDense<S>(array, first, a);
-            else if constexpr (isArray<Array>)
-                if (array.objectStride == sizeof(scalar_t<V>) && isClearInterleaved<S, N>(array.first))
-                    return storeInterleaved<S>(array[first], a);
-        }
+    if constexpr (N == 1) {
+        const auto object = array[first];
+        TARNM_UNROLL
+        for (int r = 0; r < S::rows; ++r)
+            TARNM_UNROLL
+            for (int c = 0; c < S::columns; ++c)
+                setElement(object, r, c, a[r * S::columns + c]);
+        return;
+    } else if constexpr (requires { requires Object::isDense; }) {
+        if (live == N && storedDense<S>(array, first, a)) return;
+    } else if constexpr (isArray<Array>) {
+        if (live == N && array.objectStride == sizeof(scalar_t<V>) && isClearInterleaved<S, N>(array.first))
+            return storeInterleaved<S>(array[first], a);
+    }
     storeByElement<S>(array, first, live, a);
 }
 

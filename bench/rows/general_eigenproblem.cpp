@@ -1,0 +1,175 @@
+// Eigenvalues and eigenvectors of packed general matrices.
+//
+//   eigen_values     values alone
+//   eigen_right      values and one set of vectors
+//   eigen_both       values and both sets
+//
+// The order of the values and the phases of the vectors are each library's own, so that the contenders' results are not
+// compared with each other here.
+#include <algorithm>
+#include <limits>
+#include <string>
+
+#include "rows/rows.h"
+
+#ifdef BENCH_HAS_EIGEN
+#include <Eigen/Eigenvalues>
+#endif
+#ifdef BENCH_HAS_LAPACKE
+#include <lapacke.h>
+#endif
+
+namespace bench {
+namespace {
+
+template <class Element, int matrixOrder> struct Square {
+    using T = Element;
+    static constexpr int order = matrixOrder, size = order * order, element = sizeof(T), row = order * element,
+                         object = size * element;
+    static std::string name() { return std::to_string(order) + "/" + typeName<T>(); }
+};
+
+template <class S> constexpr int scratchElements = S::order*(3 * S::order + 5);
+
+template <class S> struct Operands {
+    using T = typename S::T;
+
+    explicit Operands(Row& row)
+        : a(row.source<T>(S::size))
+        , re(row.result<T>(S::order))
+        , im(row.result<T>(S::order))
+    {
+        row.tolerance(std::numeric_limits<double>::infinity());
+    }
+
+    const T* a;
+    T *re, *im;
+};
+
+#ifdef BENCH_HAS_EIGEN
+template <class S> void eigenPeer(Row& row, const Operands<S>& o, typename S::T* vectors)
+{
+    using T = typename S::T;
+    using Object = Eigen::Matrix<T, S::order, S::order, Eigen::RowMajor>;
+    row.peer("Eigen", [=](int first, int last) {
+        Eigen::EigenSolver<Object> solver;
+        for (int n = first; n < last; ++n) {
+            solver.compute(Eigen::Map<const Object>(o.a + n * S::size), vectors != nullptr);
+            for (int k = 0; k < S::order; ++k) {
+                o.re[n * S::order + k] = solver.eigenvalues()[k].real();
+                o.im[n * S::order + k] = solver.eigenvalues()[k].imag();
+            }
+            if (vectors != nullptr) Eigen::Map<Object>(vectors + n * S::size) = solver.eigenvectors().real();
+        }
+    });
+}
+#endif
+
+#ifdef BENCH_HAS_LAPACKE
+void geev(char left, char right, int n, float* a, float* re, float* im, float* vl, float* vr, float* work, int length)
+{
+    LAPACKE_sgeev_work(LAPACK_COL_MAJOR, left, right, n, a, n, re, im, vl, n, vr, n, work, length);
+}
+void geev(char left, char right, int n, double* a, double* re, double* im, double* vl, double* vr, double* work,
+          int length)
+{
+    LAPACKE_dgeev_work(LAPACK_COL_MAJOR, left, right, n, a, n, re, im, vl, n, vr, n, work, length);
+}
+
+template <class S> void lapackPeer(Row& row, const Operands<S>& o, typename S::T* right, typename S::T* left)
+{
+    using T = typename S::T;
+    row.peer("LAPACK", [=](int first, int last) {
+        constexpr int length = 64 * S::order;
+        T copy[S::size], work[length];
+        for (int n = first; n < last; ++n) {
+            std::copy_n(o.a + n * S::size, S::size, copy);
+            geev(left ? 'V' : 'N', right ? 'V' : 'N', S::order, copy, o.re + n * S::order, o.im + n * S::order,
+                 left + (left ? n * S::size : 0), right + (right ? n * S::size : 0), work, length);
+        }
+    });
+}
+#endif
+
+template <class S> void peers([[maybe_unused]] Row& row, [[maybe_unused]] const Operands<S>& o, [[maybe_unused]] typename S::T* right,
+           [[maybe_unused]] typename S::T* left)
+{
+#ifdef BENCH_HAS_EIGEN
+    if (left == nullptr) eigenPeer<S>(row, o, right);
+#endif
+#ifdef BENCH_HAS_LAPACKE
+    lapackPeer<S>(row, o, right, left);
+#endif
+}
+
+template <class S> void values(Row& row)
+{
+    using T = typename S::T;
+    const Operands<S> o(row);
+    row.ours(MEMBER(T, tarnmEigenValues_ma), [=](auto f, int count) {
+        T scratch[scratchElements<S>];
+        return f(o.a, S::object, S::row, S::element, o.re, o.im, S::order, count, scratch);
+    });
+    peers<S>(row, o, nullptr, nullptr);
+}
+
+template <class S> void rightVectors(Row& row)
+{
+    using T = typename S::T;
+    const Operands<S> o(row);
+    T* const v = row.result<T>(S::size);
+    row.ours(MEMBER(T, tarnmEigenValuesVectorsRight_ma), [=](auto f, int count) {
+        T scratch[scratchElements<S>];
+        return f(o.a, S::object, S::row, S::element, v, S::object, S::row, S::element, o.re, o.im, S::order, count,
+                 scratch);
+    });
+    peers<S>(row, o, v, nullptr);
+}
+
+template <class S> void bothVectors(Row& row)
+{
+    using T = typename S::T;
+    const Operands<S> o(row);
+    T* const right = row.result<T>(S::size);
+    T* const left = row.result<T>(S::size);
+    row.ours(MEMBER(T, tarnmEigenValuesVectors_ma), [=](auto f, int count) {
+        T scratch[scratchElements<S>];
+        return f(o.a, S::object, S::row, S::element, right, S::object, S::row, S::element, left, S::object, S::row,
+                 S::element, o.re, o.im, S::order, count, scratch);
+    });
+    peers<S>(row, o, right, left);
+}
+
+template <class T, int order> void valueRows(Rows& rows)
+{
+    using S = Square<T, order>;
+    rows.add("eigen_values/" + S::name(), values<S>);
+}
+
+template <class T, int order> void rightRows(Rows& rows)
+{
+    using S = Square<T, order>;
+    rows.add("eigen_right/" + S::name(), rightVectors<S>);
+}
+
+template <class T> void rowsOfType(Rows& rows)
+{
+    valueRows<T, 3>(rows);
+    valueRows<T, 4>(rows);
+    valueRows<T, 6>(rows);
+    valueRows<T, 8>(rows);
+    rightRows<T, 3>(rows);
+    rightRows<T, 4>(rows);
+    rightRows<T, 6>(rows);
+    rows.add("eigen_both/" + Square<T, 4>::name(), bothVectors<Square<T, 4>>);
+}
+
+} // namespace
+
+void generalEigenproblemRows(Rows& rows)
+{
+    rowsOfType<float>(rows);
+    rowsOfType<double>(rows);
+}
+
+} // namespace bench

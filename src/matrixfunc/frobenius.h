@@ -1,0 +1,137 @@
+// The Frobenius norm: the square root of the sum of the squares of all elements.
+//
+//   sumOfSquares        how a kernel adds
+//   frobeniusNorms      the kernel of all members
+//
+// All sums are in the element type and nothing is scaled: a norm overflows where the sum of the squares does. The
+// order of additions differs between types and layouts and is the same for one object and for an array:
+//
+//   single precision     four partial sums by column modulo 4, folded as (0 + 1) + (2 + 3)
+//   double precision     one running sum; rows of 16 columns and more through eight partial sums per block of 16
+//   tables of elements   two partial sums, of the even and the odd elements; a last odd one is added at the end
+#pragma once
+
+#include "frame/blocks.h"
+#include "frame/path.h"
+#include "tarnm/tarnm.h"
+
+namespace tarnm {
+
+namespace frobenius {
+
+template <class V>
+TARNM_INLINE V square(V x)
+{
+    return x * x;
+}
+
+// `element(r, c)` gives values of V: one matrix, or one in each lane.
+template <class V, class Element>
+TARNM_INLINE V sumByColumns(std::int32_t rows, std::int32_t columns, const Element& element)
+{
+    V sums[4] = {V(0), V(0), V(0), V(0)};
+    for (std::int32_t r = 0; r < rows; ++r)
+        for (std::int32_t c = 0; c < columns; ++c) sums[c % 4] = sums[c % 4] + square(element(r, c));
+    return (sums[0] + sums[1]) + (sums[2] + sums[3]);
+}
+
+// Sixteen columns: the squares of columns k and k + 8 in partial sum k, and the eight folded.
+template <class V, class Element>
+TARNM_INLINE V sumOfBlock(std::int32_t r, std::int32_t begin, const Element& element)
+{
+    V s[8];
+    for (int k = 0; k < 8; ++k) s[k] = square(element(r, begin + k)) + square(element(r, begin + k + 8));
+    return ((s[0] + s[4]) + (s[2] + s[6])) + ((s[1] + s[5]) + (s[3] + s[7]));
+}
+
+template <class V, class Element>
+TARNM_INLINE V sumRunning(std::int32_t rows, std::int32_t columns, const Element& element)
+{
+    V sum = V(0);
+    for (std::int32_t r = 0; r < rows; ++r) {
+        std::int32_t c = 0;
+        for (; c + 16 <= columns; c += 16) sum = sum + sumOfBlock<V>(r, c, element);
+        for (; c < columns; ++c) sum = sum + square(element(r, c));
+    }
+    return sum;
+}
+
+template <class V, class Element>
+TARNM_INLINE V sumByPairs(std::int32_t rows, std::int32_t columns, const Element& element)
+{
+    const std::int32_t length = rows * columns;
+    V even = V(0), odd = V(0);
+    std::int32_t r = 0, c = 0;
+    const auto next = [&] {
+        const V value = square(element(r, c));
+        if (++c == columns) {
+            c = 0;
+            ++r;
+        }
+        return value;
+    };
+    for (std::int32_t k = 0; k + 1 < length; k += 2) {
+        even = even + next();
+        odd = odd + next();
+    }
+    const V sum = even + odd;
+    return length % 2 == 0 ? sum : sum + next();
+}
+
+template <Path path, class V, class Element>
+TARNM_INLINE V sumOfSquares(std::int32_t rows, std::int32_t columns, const Element& element)
+{
+    if constexpr (path == Path::pointer)
+        return sumByPairs<V>(rows, columns, element);
+    else if constexpr (sizeof(scalar_t<V>) == 4)
+        return sumByColumns<V>(rows, columns, element);
+    else
+        return sumRunning<V>(rows, columns, element);
+}
+
+template <int order, Path path, class S, class D>
+void squareNorms(const S& from, const D& to, Place place)
+{
+    const auto kernel = [](const auto& a, auto& norm) __attribute__((always_inline))
+    {
+        using V = std::remove_cvref_t<decltype(norm)>;
+        norm = sqrt(sumOfSquares<path, V>(order, order, [&](int r, int c) __attribute__((always_inline)) {
+            return a[r][c];
+        }));
+    };
+    forEachBlock(place, kernel, source<order, order>(from), result(to));
+}
+
+} // namespace frobenius
+
+template <Path path, class S, class D>
+tarnmStatus frobeniusNorms(const S& from, const D& to, std::int32_t rows, std::int32_t columns, Place place)
+{
+    using namespace frobenius;
+    using T = typename S::ObjectView::Element;
+    if constexpr (path != Path::strided && !S::isSingle) {
+        if (rows == columns) switch (rows) {
+            case 3:
+                squareNorms<3, path>(from, to, place);
+                return StatusOk;
+            case 4:
+                squareNorms<4, path>(from, to, place);
+                return StatusOk;
+            case 5:
+                squareNorms<5, path>(from, to, place);
+                return StatusOk;
+            case 6:
+                squareNorms<6, path>(from, to, place);
+                return StatusOk;
+            }
+    }
+    for (std::ptrdiff_t n = place.first; n < std::ptrdiff_t(place.first) + place.count; ++n) {
+        const auto object = from[n];
+        to.set(n, sqrt(sumOfSquares<path, T>(rows, columns, [&](std::ptrdiff_t r, std::ptrdiff_t c) {
+                   return object(r, c);
+               })));
+    }
+    return StatusOk;
+}
+
+} // namespace tarnm

@@ -1,0 +1,136 @@
+// Copies of vectors and matrices between layouts.
+//
+//   copyElement     one element, as the bits that it has
+//   copyObjects     all elements of all objects, in ascending order
+//   packedBlock     the view of a dense block without strides
+//
+// Elements are moved as bit patterns: a signalling NaN, a denormal or a negative zero arrives as it was. A result that
+// overlaps its source further on receives what has been copied before, as the ascending order gives. Where result and
+// source lie apart the order does not show, and whole blocks are moved.
+#pragma once
+
+#include <cstring>
+
+#include "frame/blocks.h"
+#include "frame/overlap.h"
+#include "tarnm/tarnm.h"
+
+namespace tarnm {
+
+// Through memory and not as a value, which could pass through a register that quiets NaNs.
+template <class T>
+TARNM_INLINE void copyElement(T* to, const T* from)
+{
+    __builtin_memcpy(to, from, sizeof(T));
+}
+
+// One object after the other, row by row, no gaps.
+template <class T>
+ObjectArray<StridedMatrix<T, Spacing::dense>> packedBlock(T* base, std::int32_t rows, std::int32_t columns)
+{
+    const std::ptrdiff_t rowStride = std::ptrdiff_t(sizeof(T)) * columns;
+    return {{base, rowStride, {}}, rowStride * rows};
+}
+
+namespace movement {
+
+template <class View>
+inline constexpr bool isDenseArray = false;
+template <class T>
+inline constexpr bool isDenseArray<ObjectArray<StridedMatrix<T, Spacing::dense>>> = true;
+
+template <class View>
+inline constexpr bool isScatteredArray = false;
+template <class T>
+inline constexpr bool isScatteredArray<ObjectArray<ScatteredMatrix<T>>> = true;
+
+template <class T>
+bool isPacked(const ObjectArray<StridedMatrix<T, Spacing::dense>>& array, std::int32_t rows, std::int32_t columns)
+{
+    const std::ptrdiff_t rowBytes = std::ptrdiff_t(sizeof(T)) * columns;
+    return (rows == 1 || array.first.rowStride == rowBytes) && array.objectStride == rowBytes * rows;
+}
+
+template <class S, class D>
+bool copyPacked(const S& from, const D& to, std::int32_t rows, std::int32_t columns, Place place)
+{
+    if (!isPacked(from, rows, columns) || !isPacked(to, rows, columns)) return false;
+    const std::uint64_t bytes = std::uint64_t(to.objectStride) * std::uint64_t(place.count);
+    if (!apart(from[place.first].base, bytes, to[place.first].base, bytes)) return false;
+    std::memcpy(to[place.first].base, from[place.first].base, bytes);
+    return true;
+}
+
+// Elements of neighbouring objects side by side on one hand, packed objects on the other: a transposition in lanes.
+template <int R, int C, class S, class D>
+bool copyInLanes(const S& from, const D& to, Place place)
+{
+    using T = typename D::ObjectView::Element;
+    const auto& table = [&]() -> const auto& {
+        if constexpr (isScatteredArray<S>)
+            return from;
+        else
+            return to;
+    }();
+    const auto& block = [&]() -> const auto& {
+        if constexpr (isScatteredArray<S>)
+            return to;
+        else
+            return from;
+    }();
+    if (!isInterleaved(table) || !isPacked(block, R, C)) return false;
+    const std::uint64_t bytes = std::uint64_t(block.objectStride) * std::uint64_t(place.count);
+    for (int r = 0; r < R; ++r)
+        for (int c = 0; c < C; ++c)
+            if (!apart(table[place.first].address(r, c), stretch(table, place), block[place.first].base, bytes))
+                return false;
+
+    // Whole blocks only: a single value is never held.
+    using V = native_lanes<T>;
+    const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;
+    std::ptrdiff_t n = place.first;
+    for (; n + V::size() <= end; n += V::size()) {
+        V elements[R][C];
+        loadBlock(from, n, V::size(), elements);
+        storeBlock(to, n, V::size(), elements);
+    }
+    for (; n < end; ++n)
+        for (int r = 0; r < R; ++r)
+            for (int c = 0; c < C; ++c) copyElement<T>(to[n].address(r, c), from[n].address(r, c));
+    return true;
+}
+
+template <class S, class D>
+bool copyAsBlock(const S& from, const D& to, std::int32_t rows, std::int32_t columns, Place place)
+{
+    if constexpr (isDenseArray<S> && isDenseArray<D>) return copyPacked(from, to, rows, columns, place);
+    if constexpr ((isDenseArray<S> && isScatteredArray<D>) || (isScatteredArray<S> && isDenseArray<D>)) {
+        if (place.count < native_lane_count_v<typename D::ObjectView::Element>) return false;
+        if (rows == 1 && columns == 3) return copyInLanes<1, 3>(from, to, place);
+        if (rows == 1 && columns == 4) return copyInLanes<1, 4>(from, to, place);
+        if (rows == 3 && columns == 3) return copyInLanes<3, 3>(from, to, place);
+        if (rows == 4 && columns == 4) return copyInLanes<4, 4>(from, to, place);
+    }
+    return false;
+}
+
+template <class S, class D>
+void copyObject(const S& from, const D& to, std::int32_t rows, std::int32_t columns)
+{
+    using T = typename D::Element;
+    for (std::ptrdiff_t r = 0; r < rows; ++r)
+        for (std::ptrdiff_t c = 0; c < columns; ++c) copyElement<T>(to.address(r, c), from.address(r, c));
+}
+
+} // namespace movement
+
+template <class S, class D>
+tarnmStatus copyObjects(const S& from, const D& to, std::int32_t rows, std::int32_t columns, Place place)
+{
+    if (movement::copyAsBlock(from, to, rows, columns, place)) return StatusOk;
+    for (std::ptrdiff_t n = place.first; n < std::ptrdiff_t(place.first) + place.count; ++n)
+        movement::copyObject(from[n], to[n], rows, columns);
+    return StatusOk;
+}
+
+} // namespace tarnm

@@ -1,0 +1,128 @@
+// Transposes of matrices.
+//
+//   transposeObjects    the kernel of all members
+//
+// Elements are moved as bit patterns. Source and result must not overlap. Square matrices of 3 to 6 rows have code of
+// their own, dense ones of 4 rows in vectors; larger dense ones go by blocks of rows and tiles of 4x4, so that both
+// sides are touched in runs.
+#pragma once
+
+#include "frame/blocks.h"
+#include "frame/path.h"
+#include "movement/copy.h"
+#include "tarncore/tarncore.h"
+#include "tarnm/tarnm.h"
+
+namespace tarnm {
+
+namespace movement {
+
+inline constexpr std::int32_t rowsOfBlock = 32;
+inline constexpr std::int32_t tile = 4;
+
+// Four rows of four elements as four objects of a block, whose lanes are the columns.
+template <class S, class D>
+TARNM_INLINE void transposeTile(const S& from, const D& to, std::ptrdiff_t r, std::ptrdiff_t c)
+{
+    using T = typename D::Element;
+    using Rows = ObjectArray<StridedVector<const T, Spacing::dense>>;
+    using V = lanes<T, tile>;
+    const Rows rows{{from.address(r, c), {}}, from.rowStride};
+    V columns[tile];
+    loadBlock(rows, 0, tile, columns);
+    TARNM_UNROLL
+    for (int k = 0; k < tile; ++k) store(to.address(c + k, r), columns[k]);
+}
+
+template <int n, class S, class D>
+TARNM_INLINE void transposeSquare(const S& from, const D& to)
+{
+    using T = typename D::Element;
+    if constexpr (n == tile && D::isDense && S::isDense)
+        transposeTile(from, to, 0, 0);
+    else
+        for (int r = 0; r < n; ++r)
+            for (int c = 0; c < n; ++c) copyElement<T>(to.address(c, r), from.address(r, c));
+}
+
+template <class S, class D>
+void transposeBlocked(const S& from, const D& to, std::int32_t width, std::int32_t height)
+{
+    using T = typename D::Element;
+    const std::ptrdiff_t wholeColumns = width - width % tile;
+    for (std::ptrdiff_t begin = 0; begin < height; begin += rowsOfBlock) {
+        const std::ptrdiff_t end = height - begin < rowsOfBlock ? height : begin + rowsOfBlock;
+        const std::ptrdiff_t wholeRows = end - (end - begin) % tile;
+        for (std::ptrdiff_t c = 0; c < wholeColumns; c += tile)
+            for (std::ptrdiff_t r = begin; r < wholeRows; r += tile) transposeTile(from, to, r, c);
+        for (std::ptrdiff_t c = 0; c < width; ++c)
+            for (std::ptrdiff_t r = c < wholeColumns ? wholeRows : begin; r < end; ++r)
+                copyElement<T>(to.address(c, r), from.address(r, c));
+    }
+}
+
+template <class S, class D>
+void transposeObject(const S& from, const D& to, std::int32_t width, std::int32_t height)
+{
+    if constexpr (requires { requires S::isDense && D::isDense; })
+        transposeBlocked(from, to, width, height);
+    else
+        copyObject(from, Transposed<D>{to}, height, width);
+}
+
+template <int n, class S, class D>
+void transposeSquares(const S& from, const D& to, Place place)
+{
+    for (std::ptrdiff_t i = place.first; i < std::ptrdiff_t(place.first) + place.count; ++i)
+        if constexpr (requires { requires S::ObjectView::isDense && D::ObjectView::isDense; })
+            transposeSquare<n>(from[i], to[i]);
+        else {
+            using T = typename D::ObjectView::Element;
+            const auto source = from[i];
+            const auto result = to[i];
+            for (int r = 0; r < n; ++r)
+                for (int c = 0; c < n; ++c) copyElement<T>(result.address(c, r), source.address(r, c));
+        }
+}
+
+// Whether an array of singles is larger than three quarters of the cache. No path depends on it: arrays that are not
+// in the cache and those that are go by the same blocks.
+inline bool exceedsCache(std::int32_t width, std::int32_t height, std::int32_t count)
+{
+    const std::int64_t bytes = std::int64_t(8) * width * height * count;
+    if (bytes <= 131072) return false;
+    std::int32_t cache = 0;
+    tarnGetMaxCacheSizeB(&cache);
+    return cache != 0 && bytes > cache - cache / 4;
+}
+
+} // namespace movement
+
+// `width` and `height` are those of the source.
+template <Path path, class S, class D>
+tarnmStatus transposeObjects(const S& from, const D& to, std::int32_t width, std::int32_t height, Place place)
+{
+    using namespace movement;
+    if (width == height) switch (width) {
+        case 3:
+            transposeSquares<3>(from, to, place);
+            return StatusOk;
+        case 4:
+            transposeSquares<4>(from, to, place);
+            return StatusOk;
+        case 5:
+            transposeSquares<5>(from, to, place);
+            return StatusOk;
+        case 6:
+            transposeSquares<6>(from, to, place);
+            return StatusOk;
+        }
+    using T = typename D::ObjectView::Element;
+    if constexpr (path == Path::dense && sizeof(T) == 4 && !D::isSingle)
+        static_cast<void>(exceedsCache(width, height, place.total));
+    for (std::ptrdiff_t n = place.first; n < std::ptrdiff_t(place.first) + place.count; ++n)
+        transposeObject(from[n], to[n], width, height);
+    return StatusOk;
+}
+
+} // namespace tarnm

@@ -1,0 +1,3 @@
+#include "block_mover_of.h"
+
+BlockMovers doubleMovers() { return tarnm::moversOf<double>(); }

@@ -1,0 +1,3 @@
+#include "block_mover_of.h"
+
+BlockMovers singleMovers() { return tarnm::moversOf<float>(); }
