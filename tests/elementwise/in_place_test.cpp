@@ -36,7 +36,11 @@ void fill(Call& call)
         }
         for (int n = 0; n < call.objects(i); ++n)
             for (int r = 0; r < call.rows(i); ++r)
-                for (int c = 0; c < call.columns(i); ++c) call.write(i, n, r, c, next = next * T(1.01) + T(0.75));
+                for (int c = 0; c < call.columns(i); ++c) {
+                    call.write(i, n, r, c, next);
+                    // Back to the start long before a difference of infinities.
+                    next = next > T(1000) ? T(1.25) : next * T(1.01) + T(0.75);
+                }
     }
 }
 
