@@ -74,9 +74,14 @@ template <class T, class Mul> T strided(Mul mul, const std::vector<T>& a, const 
 TEST(MatrixProduct, MtSumsInLanesFromSixteenProductsOn)
 {
     for (const int inner : {15, 16, 17}) {
-        const auto a = randomNumbers<float>(inner, 1), b = randomNumbers<float>(inner, 2);
-        const auto p = rounded(a, b);
-        ASSERT_NE(fromZero(p), inLanes(p, 0, 2)) << "these numbers do not tell the orders apart";
+        std::vector<float> a, b, p;
+        for (unsigned seed = 1; seed < 100 && (p.empty() || fromZero(p) == inLanes(p, 0, 2)); ++seed) {
+            a = randomNumbers<float>(inner, seed);
+            b = randomNumbers<float>(inner, seed + 100);
+            p = rounded(a, b);
+        }
+        // Fifteen products fill no step of lanes.
+        ASSERT_EQ(fromZero(p) != inLanes(p, 0, 2), inner >= 16) << "these numbers do not tell the orders apart";
         EXPECT_EQ(strided(tarnmMul_mt_32f, a, b), inner == 15 ? fromZero(p) : inLanes(p, 0, 2)) << inner;
     }
     for (const int inner : {7, 8, 9}) {
@@ -224,8 +229,12 @@ TEST_P(GuardOfLanes, IsExactToTheByte)
 {
     const bool againstSecond = GetParam();
     constexpr int inner = 16, stride = 24, start = 64;
-    const auto a = randomNumbers<float>(inner, 14), b = randomNumbers<float>(inner, 15);
-    const auto p = rounded(a, b);
+    std::vector<float> a, b, p;
+    for (unsigned seed = 14; seed < 100 && (p.empty() || fromZero(p) == inLanes(p, 0, 2)); ++seed) {
+        a = randomNumbers<float>(inner, seed);
+        b = randomNumbers<float>(inner, seed + 100);
+        p = rounded(a, b);
+    }
     ASSERT_NE(fromZero(p), inLanes(p, 0, 2)) << "these numbers do not tell the orders apart";
 
     struct {
