@@ -4,7 +4,10 @@
 //   multiply      the kernel of all members that multiply a matrix by a matrix
 #pragma once
 
+#include "products/block_product.h"
 #include "products/one_product.h"
+#include "products/one_vector_product.h"
+#include "products/row_product.h"
 #include "tarnm/tarnm.h"
 
 namespace tarnm {
@@ -44,16 +47,81 @@ void multiplyObjectOfCase(const A& a, const B& b, const D& d)
         multiplyCase<n, n == 5 ? plan.groupingOf5 : Grouping::none>(a, b, d);
 }
 
+template <class Object> Single<Transposed<Object>> transposedOnce(const Single<Object>& matrix)
+{
+    return {{matrix.object}};
+}
+template <class Object> Single<Object> transposedOnce(const Single<Transposed<Object>>& matrix)
+{
+    return {matrix.object.stored};
+}
+
+// The rows of many matrices times one matrix are many vectors times its transpose.
+template <int n, class A, class B, class D> bool multipliedAsVectors(const A& a, const B& b, const D& d, Place place)
+{
+    using T = typename D::ObjectView::Element;
+    if constexpr (
+        B::isSingle &&
+        requires {
+            requires A::ObjectView::isDense;
+            requires D::ObjectView::isDense;
+        } &&
+        requires {
+            a.first;
+            d.first;
+        }) {
+        using Rows = ObjectArray<StridedVector<const T, Spacing::dense>>;
+        using Results = ObjectArray<StridedVector<T, Spacing::dense>>;
+        const std::ptrdiff_t rowStride = a.first.rowStride, resultStride = d.first.rowStride;
+        const bool areEvenlySpaced = a.objectStride == n * rowStride && d.objectStride == n * resultStride;
+        if (!areEvenlySpaced || place.total > INT32_MAX / n) return false;
+        const Rows rows{{a.first.base, {}}, rowStride};
+        const Results results{{d.first.base, {}}, resultStride};
+        const Place allRows{place.first * n, place.count * n, place.total * n};
+        const auto matrix = transposedOnce(b);
+        multiplyVectorsInBlocks<n, RowGrouping::none>(
+            matrix, rows, NoSummand{}, results, allRows,
+            [&](std::ptrdiff_t r) { multiplyVectorCase<n>(matrix.object, rows[r], results[r]); });
+        return true;
+    } else
+        return false;
+}
+
+template <ProductPlan plan, int n, class A, class B, class D>
+void multiplyObjectsOfCase(const A& a, const B& b, const D& d, Place place)
+{
+    using T = typename D::ObjectView::Element;
+    using Object = typename D::ObjectView;
+    constexpr bool isDense = requires { requires Object::isDense; };
+    constexpr bool isSinglePrecision = sizeof(T) == 4;
+    const auto object = [&](std::ptrdiff_t o) { multiplyObjectOfCase<plan, n>(a[o], b[o], d[o]); };
+    if constexpr (D::isSingle)
+        object(0);
+    else if constexpr (isDense && isSinglePrecision && n == 4)
+        multiplyByRows4(a, b, d, place);
+    else if constexpr (isDense && isSinglePrecision && n == 6)
+        multiplyByRows6(a, b, d, place);
+    else {
+        constexpr bool hasRowsOfVector = isDense && n == 4;
+        if constexpr (!isStrided<Object> && !hasRowsOfVector) {
+            if constexpr (n == 3)
+                if (multipliedAsVectors<n>(a, b, d, place)) return;
+            if (movesInBlocks(a) && movesInBlocks(b) && movesInBlocks(d))
+                return multiplyInBlocks<n>(a, b, d, place, object);
+        }
+        for (std::ptrdiff_t o = place.first; o < std::ptrdiff_t(place.first) + place.count; ++o)
+            object(o);
+    }
+}
+
 template <ProductPlan plan, int n, class A, class B, class D>
 bool multipliedAsCase(const A& a, const B& b, const D& d, Extents extents, Place place)
 {
-    if constexpr (n <= plan.largestCase) {
+    if constexpr (n <= plan.largestCase)
         if (isCase<plan>(n, extents)) {
-            for (std::ptrdiff_t o = place.first; o < std::ptrdiff_t(place.first) + place.count; ++o)
-                multiplyObjectOfCase<plan, n>(a[o], b[o], d[o]);
+            multiplyObjectsOfCase<plan, n>(a, b, d, place);
             return true;
         }
-    }
     return false;
 }
 

@@ -7,6 +7,7 @@
 // the whole call: results do not depend on how it is spread over threads.
 #pragma once
 
+#include "products/block_product.h"
 #include "products/one_vector_product.h"
 #include "tarnm/tarnm.h"
 
@@ -27,28 +28,31 @@ template <class... Address> bool areMultiplesOf(std::uintptr_t unit, Address... 
     return (((std::uintptr_t)(addresses) | ...) & (unit - 1)) == 0;
 }
 
+template <int n, RowGrouping grouping, class M, class X, class D>
+void multiplyVectorsGrouped(const M& m, const X& x, const D& d, Place place)
+{
+    const auto object = [&](std::ptrdiff_t o) { multiplyVectorCase<n, grouping>(m[o], x[o], d[o]); };
+    if constexpr (!D::isSingle && !isStrided<typename D::ObjectView>)
+        if (movesInBlocks(m) && movesInBlocks(x) && movesInBlocks(d))
+            return multiplyVectorsInBlocks<n, grouping>(m, x, NoSummand{}, d, place, object);
+    for (std::ptrdiff_t o = place.first; o < std::ptrdiff_t(place.first) + place.count; ++o)
+        object(o);
+}
+
 template <VectorPlan plan, int n, class M, class X, class D>
 void multiplyVectorsOfCase(const M& m, const X& x, const D& d, Place place)
 {
-    const std::ptrdiff_t first = place.first, end = first + place.count;
     if constexpr (plan.looksAtAlignment && n == 4) {
         const auto& matrix = m.object;
         if (matrix.rowStride == 16 &&
-            areMultiplesOf(16, matrix.base, x.first.base, x.objectStride, d.first.base, d.objectStride)) {
-            for (std::ptrdiff_t o = first; o < end; ++o)
-                multiplyVectorCase<4, RowGrouping::evenAndOdd>(m[o], x[o], d[o]);
-            return;
-        }
+            areMultiplesOf(16, matrix.base, x.first.base, x.objectStride, d.first.base, d.objectStride))
+            return multiplyVectorsGrouped<n, RowGrouping::evenAndOdd>(m, x, d, place);
     }
     if constexpr (plan.looksAtAlignment && n == 5) {
-        if (place.total >= 5 && areMultiplesOf(16, x.first.base, x.objectStride, d.first.base, d.objectStride)) {
-            for (std::ptrdiff_t o = first; o < end; ++o)
-                multiplyVectorCase<5, RowGrouping::neighbours>(m[o], x[o], d[o]);
-            return;
-        }
+        if (place.total >= 5 && areMultiplesOf(16, x.first.base, x.objectStride, d.first.base, d.objectStride))
+            return multiplyVectorsGrouped<n, RowGrouping::neighbours>(m, x, d, place);
     }
-    for (std::ptrdiff_t o = first; o < end; ++o)
-        multiplyVectorCase<n>(m[o], x[o], d[o]);
+    multiplyVectorsGrouped<n, RowGrouping::none>(m, x, d, place);
 }
 
 template <RowSum inPair, RowSum alone, class M, class X, class D>

@@ -1,5 +1,7 @@
 #include "products/one_product.h"
 
+#include "products/row_case.h"
+
 namespace tarnm {
 namespace {
 
@@ -77,9 +79,33 @@ template <Sum sum, class A, class B, class D> void multiplyObject(const A& a, co
     }
 }
 
+namespace {
+
+// Whole rows of the result in one vector.
+template <class A, class B, class D> void multiplyCaseByRows(const A& a, const B& b, const D& d)
+{
+    constexpr int n = 4;
+    using V = lanes<typename D::Element, n>;
+    V rows[n], results[n];
+    TARNM_UNROLL
+    for (int k = 0; k < n; ++k)
+        rows[k] = elementsAt<V>(b, k, 0);
+    TARNM_UNROLL
+    for (int i = 0; i < n; ++i)
+        results[i] = rowOfCase<n, RowGrouping::none>(
+            [&](int k) __attribute__((always_inline)) { return V(a(i, k)); }, [&](int k) __attribute__((
+                                                                                  always_inline)) { return rows[k]; });
+    TARNM_UNROLL
+    for (int i = 0; i < n; ++i)
+        store(d.address(i, 0), results[i]);
+}
+
+} // namespace
+
 template <int n, Grouping grouping, class A, class B, class D> void multiplyCase(const A& a, const B& b, const D& d)
 {
     using T = typename D::Element;
+    if constexpr (n == 4 && requires { requires D::isDense; }) return multiplyCaseByRows(a, b, d);
     T x[n][n], y[n][n], z[n][n];
     for (int r = 0; r < n; ++r)
         for (int c = 0; c < n; ++c) {
@@ -88,19 +114,11 @@ template <int n, Grouping grouping, class A, class B, class D> void multiplyCase
         }
     for (int i = 0; i < n; ++i)
         for (int j = 0; j < n; ++j) {
-            T p[n];
-            for (int k = 0; k < n; ++k)
-                p[k] = x[i][k] * y[k][j];
-            T sum = p[0];
-            if (grouping == Grouping::lastColumn && j == n - 1) {
-                sum = ((p[0] + p[1]) + (p[2] + p[3]));
-                for (int k = 4; k < n; ++k)
-                    sum += p[k];
-            } else {
-                for (int k = 1; k < n; ++k)
-                    sum += p[k];
-            }
-            z[i][j] = sum;
+            const auto row = [&](int k) { return x[i][k]; };
+            const auto column = [&](int k) { return y[k][j]; };
+            z[i][j] = grouping == Grouping::lastColumn && j == n - 1
+                          ? rowOfCase<n, RowGrouping::neighbours>(row, column)
+                          : rowOfCase<n, RowGrouping::none>(row, column);
         }
     for (int r = 0; r < n; ++r)
         for (int c = 0; c < n; ++c)

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "frame/operands.h"
+#include "products/block_product.h"
 #include "products/inner_lanes.h"
 #include "products/row_case.h"
 #include "tarnm/tarnm.h"
@@ -57,31 +58,39 @@ void gaxpyRow(const M& m, const X& x, const U& u, const D& d, std::ptrdiff_t i, 
     d.set(i, d[i] + u[i]);
 }
 
+template <int n, RowGrouping grouping, class M, class X, class U, class D>
+void gaxpyObjectsOfCase(const M& m, const X& x, const U& u, const D& d, Place place)
+{
+    const auto object = [&](std::ptrdiff_t o) { gaxpyCase<n, grouping>(m[o], x[o], u[o], d[o]); };
+    if constexpr (!D::isSingle && !isStrided<typename D::ObjectView>)
+        if (movesInBlocks(m) && movesInBlocks(x) && movesInBlocks(u) && movesInBlocks(d))
+            return multiplyVectorsInBlocks<n, grouping>(m, x, u, d, place, object);
+    for (std::ptrdiff_t o = place.first; o < std::ptrdiff_t(place.first) + place.count; ++o)
+        object(o);
+}
+
 } // namespace products
 
 template <GaxpyPlan plan, class M, class X, class U, class D>
 tarnmStatus gaxpy(const M& m, const X& x, const U& u, const D& d, std::int32_t rows, std::int32_t inner, Place place)
 {
     using namespace products;
-    const int order = rows == inner && rows >= 3 && rows <= 6 ? rows : 0;
-    for (std::ptrdiff_t o = place.first; o < std::ptrdiff_t(place.first) + place.count; ++o)
-        switch (order) {
+    if (rows == inner) {
+        constexpr RowGrouping grouping = plan.groupingOf4to6;
+        switch (rows) {
         case 3:
-            gaxpyCase<3, RowGrouping::none>(m[o], x[o], u[o], d[o]);
-            break;
+            return gaxpyObjectsOfCase<3, RowGrouping::none>(m, x, u, d, place), StatusOk;
         case 4:
-            gaxpyCase<4, plan.groupingOf4to6>(m[o], x[o], u[o], d[o]);
-            break;
+            return gaxpyObjectsOfCase<4, grouping>(m, x, u, d, place), StatusOk;
         case 5:
-            gaxpyCase<5, plan.groupingOf4to6>(m[o], x[o], u[o], d[o]);
-            break;
+            return gaxpyObjectsOfCase<5, grouping>(m, x, u, d, place), StatusOk;
         case 6:
-            gaxpyCase<6, plan.groupingOf4to6>(m[o], x[o], u[o], d[o]);
-            break;
-        default:
-            for (std::ptrdiff_t i = 0; i < rows; ++i)
-                gaxpyRow<plan>(m[o], x[o], u[o], d[o], i, inner);
+            return gaxpyObjectsOfCase<6, grouping>(m, x, u, d, place), StatusOk;
         }
+    }
+    for (std::ptrdiff_t o = place.first; o < std::ptrdiff_t(place.first) + place.count; ++o)
+        for (std::ptrdiff_t i = 0; i < rows; ++i)
+            gaxpyRow<plan>(m[o], x[o], u[o], d[o], i, inner);
     return StatusOk;
 }
 
