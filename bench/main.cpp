@@ -92,6 +92,7 @@ std::vector<Rows::Plan> chosenRows(const Options& options)
     Rows rows;
     frameRows(rows);
     elementwiseRows(rows);
+    geometryRows(rows);
     generalEigenproblemRows(rows);
     std::vector<Rows::Plan> chosen;
     const auto matchesAny = [](const std::string& name, const std::vector<std::string>& texts) {

@@ -7,6 +7,7 @@ namespace bench {
 
 void frameRows(Rows& rows);
 void elementwiseRows(Rows& rows);
+void geometryRows(Rows& rows);
 void generalEigenproblemRows(Rows& rows);
 
 } // namespace bench
