@@ -8,6 +8,7 @@ namespace bench {
 void frameRows(Rows& rows);
 void elementwiseRows(Rows& rows);
 void productRows(Rows& rows);
+void geometryRows(Rows& rows);
 void generalEigenproblemRows(Rows& rows);
 
 } // namespace bench
