@@ -20,6 +20,7 @@
 #endif
 #ifdef BENCH_HAS_CGLM
 #include <cglm/cglm.h>
+#include <cglm/clipspace/persp_rh_zo.h>
 #endif
 
 namespace bench {
@@ -193,8 +194,10 @@ void normalize(Row& row)
     float* const d = row.result<float>(3);
     row.ours(FIXED_MEMBER(tarnmNormalize_v3_32f), [=](auto divide, int) { return divide(a, d); });
 #ifdef BENCH_HAS_EIGEN
-    row.peer("Eigen",
-             [=](int, int) { Eigen::Map<Eigen::Vector3f>(d) = Eigen::Map<const Eigen::Vector3f>(a).normalized(); });
+    row.peer("Eigen", [=](int, int) {
+        Eigen::Map<Eigen::Vector3f> result(d);
+        result = Eigen::Map<const Eigen::Vector3f>(a).normalized();
+    });
 #endif
 #ifdef BENCH_HAS_GLM
     row.peer("GLM", [=](int, int) { as<glm::vec3>(d) = glm::normalize(as<glm::vec3>(a)); });
