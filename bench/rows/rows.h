@@ -8,5 +8,6 @@ namespace bench {
 void frameRows(Rows& rows);
 void elementwiseRows(Rows& rows);
 void generalEigenproblemRows(Rows& rows);
+void symmetricEigenproblemRows(Rows& rows);
 
 } // namespace bench
