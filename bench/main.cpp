@@ -95,6 +95,7 @@ std::vector<Rows::Plan> chosenRows(const Options& options)
     productRows(rows);
     geometryRows(rows);
     generalEigenproblemRows(rows);
+    symmetricEigenproblemRows(rows);
     std::vector<Rows::Plan> chosen;
     const auto matchesAny = [](const std::string& name, const std::vector<std::string>& texts) {
         return std::any_of(texts.begin(), texts.end(),

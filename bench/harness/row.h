@@ -91,6 +91,11 @@ public:
     // How far results may lie apart, relative to the largest element of their object; by default 32 roundings.
     void tolerance(double relative) { relativeTolerance = relative; }
 
+    // The member in one of the builds, for operands that it must take.
+    template <class Function> Function chooser(const Member<Function>& member) const
+    {
+        return libraries.front().function<Function>(member.symbol);
+    }
     // `call(function, count)` returns the member's status.
     template <class Function, class Call> void ours(const Member<Function>& member, Call call);
     // `call(first, last)` works on a range of objects, so that the harness can share them among threads.

@@ -10,5 +10,6 @@ void elementwiseRows(Rows& rows);
 void productRows(Rows& rows);
 void geometryRows(Rows& rows);
 void generalEigenproblemRows(Rows& rows);
+void symmetricEigenproblemRows(Rows& rows);
 
 } // namespace bench

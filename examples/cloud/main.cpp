@@ -1,8 +1,9 @@
-// cloud: reads a cloud of points, normalises it with tarnm, and writes it.
+// cloud: reads a cloud of points, normalises it and computes its normals with tarnm, and writes it.
 //
 // Exit status: 0, 1 when something is wrong with a file or the layouts do not agree, 2 for a mistake in the command line.
 
 #include "normalise.h"
+#include "normals.h"
 #include "options.h"
 #include "placement.h"
 #include "ply.h"
@@ -45,9 +46,11 @@ template <class T> void process(Points<T> points, const Options& options)
     reportCloud(std::cout, name, points, removed, placement);
     const Normalised<T> normalised = normalise(points, placement, options.repeat);
     reportTimes(std::cout, normalised.times, tarnGetNumThreads(), options.repeat);
+    const Normals normals = normalsOf(normalised.points, static_cast<std::size_t>(options.neighbours));
+    reportNormals(std::cout, normals.report);
     if (options.output.empty()) return;
     writePly(options.output, normalised.points, commentOn(placement),
-             options.ascii ? PlyFormat::Ascii : PlyFormat::BinaryLittleEndian);
+             options.ascii ? PlyFormat::Ascii : PlyFormat::BinaryLittleEndian, &normals.surface);
     std::cout << "Wrote " << options.output << ".\n";
 }
 

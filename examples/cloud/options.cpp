@@ -11,7 +11,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv)
     Options& options = line.options;
     CLI::App app(
         "Moves a cloud of points to the origin and scales it to the size of 1, with the same calls of tarnm in each of "
-        "its three memory layouts, and proves that the results agree bit for bit.",
+        "its three memory layouts, proves that the results agree bit for bit, and computes a normal for every point.",
         "cloud");
     app.add_option("input", options.input,
                    "PLY file, ASCII or binary; without one a scene of terrain, spheres and boxes");
@@ -23,6 +23,9 @@ CommandLine parseCommandLine(int argc, const char* const* argv)
         ->capture_default_str();
     app.add_option("--repeat", options.repeat, "how many times to measure")
         ->check(CLI::Range(1, 1000000))
+        ->capture_default_str();
+    app.add_option("--neighbours", options.neighbours, "points that a normal comes from, its own among them")
+        ->check(CLI::Range(3, 256))
         ->capture_default_str();
     app.add_option("--threads", options.threads, "threads for a call; 0 for as many as OpenMP would take")
         ->check(CLI::Range(0, 1024))

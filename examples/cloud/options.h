@@ -12,7 +12,8 @@ struct Options {
     bool ascii = false;
     int points = 20000; // of the built-in scene
     int repeat = 20;
-    int threads = 0; // 0: the default of tarncore
+    int neighbours = 16; // that a normal comes from, its own point among them
+    int threads = 0;     // 0: the default of tarncore
 };
 
 struct CommandLine {

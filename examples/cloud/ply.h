@@ -7,7 +7,7 @@
 // where a file is cut short; the next ones install more than 150 MB (docs/design.md has the list).
 #pragma once
 
-#include "points.h"
+#include "surface.h"
 
 #include <string>
 
@@ -22,9 +22,10 @@ Cloud readPly(const std::string& file);
 
 enum class PlyFormat { Ascii, BinaryLittleEndian };
 
-// Writes x, y and z; numbers in ASCII have as many digits as it takes to read the same number again. The comment may have
-// several lines. Throws std::runtime_error if the file cannot be written.
+// Writes x, y and z and, with a surface, nx, ny, nz and curvature; numbers in ASCII have as many digits as it takes to read
+// the same number again. The comment may have several lines. Throws std::runtime_error if the file cannot be written.
 template <class T>
-void writePly(const std::string& file, const Points<T>& points, const std::string& comment, PlyFormat format);
+void writePly(const std::string& file, const Points<T>& points, const std::string& comment, PlyFormat format,
+              const Surface* surface = nullptr);
 
 } // namespace cloud

@@ -46,6 +46,15 @@ void reportTimes(std::ostream& out, const std::vector<LayoutTime>& times, int th
     out << "The three results agree bit for bit.\n";
 }
 
+void reportNormals(std::ostream& out, const NormalsReport& report)
+{
+    out << std::fixed << std::setprecision(0) << "\nNormals from " << report.neighbours
+        << (report.neighbours == 1 ? " point" : " points") << " each, ns per point: search " << report.search
+        << ", covariance " << report.covariance << ", axes " << report.axes << "\nSpecial: " << report.coincident
+        << " with all points at one place, " << report.onLine << " with all on a line, " << report.alone
+        << " solved alone, " << report.unsolved << " unsolved.\n";
+}
+
 template void reportCloud(std::ostream&, const std::string&, const Points<float>&, std::size_t,
                           const Placement<float>&);
 template void reportCloud(std::ostream&, const std::string&, const Points<double>&, std::size_t,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "normalise.h"
+#include "normals.h"
 #include "placement.h"
 
 #include <ostream>
@@ -13,5 +14,7 @@ void reportCloud(std::ostream& out, const std::string& name, const Points<T>& po
                  const Placement<T>& placement);
 
 void reportTimes(std::ostream& out, const std::vector<LayoutTime>& times, int threads, int repeat);
+
+void reportNormals(std::ostream& out, const NormalsReport& report);
 
 } // namespace cloud

@@ -12122,6 +12122,362 @@ TARNM_API tarnmStatus tarnmFrobNorm_ma_64f_L(const double* const* ppSrc, int32_t
 TARNM_API tarnmStatus tarnmFrobNorm_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
     int32_t srcObjectStride, int32_t width, int32_t height, double* pDst, int32_t count);
 
+/* ---- EigenValuesSym ---- */
+
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   pDstValues        result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesSym_m_32f(const float* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    void* pBuffer, float* pDstValues, int32_t widthHeight);
+
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
+ *   ppSrc        source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pBuffer      scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   pDstValues   result: widthHeight elements, contiguous
+ *   widthHeight  rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesSym_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift, void* pBuffer,
+    float* pDstValues, int32_t widthHeight);
+
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   pDstValues        result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesSym_m_64f(const double* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    void* pBuffer, double* pDstValues, int32_t widthHeight);
+
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
+ *   ppSrc        source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pBuffer      scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   pDstValues   result: widthHeight elements, contiguous
+ *   widthHeight  rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesSym_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift, void* pBuffer,
+    double* pDstValues, int32_t widthHeight);
+
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   pDstValues        result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusSingular (the product of the
+ * eigenvalues is zero within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesSym_ma_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, void* pBuffer, float* pDstValues, int32_t widthHeight, int32_t count);
+
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   pDstValues        result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesSym_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, void* pBuffer, float* pDstValues, int32_t widthHeight,
+    int32_t count);
+
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pBuffer          scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   pDstValues       result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesSym_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, void* pBuffer, float* pDstValues, int32_t widthHeight, int32_t count);
+
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   pDstValues        result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusSingular (the product of the
+ * eigenvalues is zero within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesSym_ma_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, void* pBuffer, double* pDstValues, int32_t widthHeight, int32_t count);
+
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   pDstValues        result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesSym_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, void* pBuffer, double* pDstValues, int32_t widthHeight,
+    int32_t count);
+
+/* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pBuffer          scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   pDstValues       result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesSym_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, void* pBuffer, double* pDstValues, int32_t widthHeight, int32_t count);
+
+/* ---- EigenValuesVectorsSym ---- */
+
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   pDstVectors       result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValues        result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_m_32f(const float* pSrc, int32_t srcRowStride,
+    int32_t srcElementStride, void* pBuffer, float* pDstVectors, int32_t dstRowStride, int32_t dstElementStride,
+    float* pDstValues, int32_t widthHeight);
+
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
+ *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift   bytes added to every pointer of the table of the source
+ *   pBuffer       scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   ppDstVectors  result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   pDstValues    result: widthHeight elements, contiguous
+ *   widthHeight   rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    void* pBuffer, float* const* ppDstVectors, int32_t dstRoiShift, float* pDstValues, int32_t widthHeight);
+
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   pDstVectors       result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValues        result: widthHeight elements, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the iteration
+ * reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_m_64f(const double* pSrc, int32_t srcRowStride,
+    int32_t srcElementStride, void* pBuffer, double* pDstVectors, int32_t dstRowStride, int32_t dstElementStride,
+    double* pDstValues, int32_t widthHeight);
+
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
+ *   ppSrc         source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift   bytes added to every pointer of the table of the source
+ *   pBuffer       scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   ppDstVectors  result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   pDstValues    result: widthHeight elements, contiguous
+ *   widthHeight   rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    void* pBuffer, double* const* ppDstVectors, int32_t dstRoiShift, double* pDstValues, int32_t widthHeight);
+
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   pDstVectors       result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValues        result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusSingular (the product of the
+ * eigenvalues is zero within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_ma_32f(const float* pSrc, int32_t srcObjectStride,
+    int32_t srcRowStride, int32_t srcElementStride, void* pBuffer, float* pDstVectors, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, float* pDstValues, int32_t widthHeight, int32_t count);
+
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   ppDstVectors      result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValues        result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, void* pBuffer, float* const* ppDstVectors, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, float* pDstValues, int32_t widthHeight, int32_t count);
+
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pBuffer          scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   ppDstVectors     result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   pDstValues       result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, void* pBuffer, float* const* ppDstVectors, int32_t dstRoiShift, int32_t dstObjectStride,
+    float* pDstValues, int32_t widthHeight, int32_t count);
+
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   pDstVectors       result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValues        result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotConverged (the iteration reached its limit without convergence), StatusSingular (the product of the
+ * eigenvalues is zero within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_ma_64f(const double* pSrc, int32_t srcObjectStride,
+    int32_t srcRowStride, int32_t srcElementStride, void* pBuffer, double* pDstVectors, int32_t dstObjectStride,
+    int32_t dstRowStride, int32_t dstElementStride, double* pDstValues, int32_t widthHeight, int32_t count);
+
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   ppDstVectors      result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   pDstValues        result: widthHeight elements for each object, contiguous
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, void* pBuffer, double* const* ppDstVectors, int32_t dstRoiShift,
+    int32_t dstRowStride, int32_t dstElementStride, double* pDstValues, int32_t widthHeight, int32_t count);
+
+/* Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix. src dst = dst diag(pDstValues).
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pBuffer          scratch of widthHeight*widthHeight*elementSize bytes; its contents are undefined on return
+ *   ppDstVectors     result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   pDstValues       result: widthHeight elements for each object, contiguous
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadCount (count is below 1), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotConverged (the
+ * iteration reached its limit without convergence), StatusSingular (the product of the eigenvalues is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmEigenValuesVectorsSym_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, void* pBuffer, double* const* ppDstVectors, int32_t dstRoiShift,
+    int32_t dstObjectStride, double* pDstValues, int32_t widthHeight, int32_t count);
+
 /* ---- EigenValues ---- */
 
 /* Computes the real and complex eigenvalues of a general real matrix.

@@ -120,6 +120,68 @@ def buffer_query_row(operation, size, function):
         purpose=f"Tells the size of the scratch block of {size}.",
     )
 
+SYMMETRIC_NOTES = """
+## Steps
+
+Symmetry is assumed and never tested: order 2 reads the upper element only, higher orders whatever the reduction and the
+lower side of its band hold. A row of values is contiguous, object k at element k * widthHeight, in every layout.
+{vectors}
+- Order 1: the element itself, whatever it is. Cannot fail.
+- Order 2: closed form. The first value is the one of larger magnitude; with a negative trace that is the smaller one.
+  The pair is not sorted.
+- Order 3 and above: Householder reduction to tridiagonal form over the whole working matrix, sums in ascending order;
+  then shifted QL iteration where the last diagonal element of the band is larger in magnitude than the first, else QR
+  from the end; then a selection sort, descending, under a strict comparison.
+
+All tolerances are absolute, E = 2^-23 for `32f` and 2^-52 for `64f`: scale a matrix so that its norm is near 1. An
+element of the band is negligible up to 2E, a column of the reduction where its squares sum to E or less. Rotations
+below E break off a chain, and a last rotation below E goes without the closing update; then an element of the band is
+lost, and with it the accuracy of the values concerned.
+
+Working scalars: {precision}
+
+## What a failure leaves
+
+An array call stops at the first object that fails (in a parallel call: each thread at its own first). The objects
+before it are complete, those behind it untouched.
+
+- `StatusSingular`, order 2, where E is at or above the magnitude of the determinant: nothing is written for the object.
+- `StatusSingular`, higher orders, where E is at or above the magnitude of the product of the values: {singular}
+- `StatusNotConverged`, after 30 steps for one value: values and vectors hold what the iteration had reached. Nothing is
+  sorted, and no part of it is promised to mean anything.
+
+A singular matrix is thus no failure of the computation: the values are there. A well conditioned matrix of small norm is
+reported too, for example diag(0.001, 0.001, 0.001) in `32f`.
+
+## Special input
+
+NaN and infinities run through the same comparisons; every call ends. A matrix of NaN goes backward to the step limit.
+Results must not overlap the source. `pBuffer` is scratch of widthHeight * widthHeight elements, not touched by a call
+that uses threads and by array calls up to order 8, but never null.
+"""
+
+SYMMETRIC_VALUES_NOTES = SYMMETRIC_NOTES.format(
+    vectors="",
+    precision="""single for `32f`, double for `64f`. The dense `m` member in `32f` forms the root of the forward shift
+in double. The array members skip a column of the reduction that is negligible, or that the reflection would hardly turn.
+The dense array member in `32f` tests the determinant of order 2 against 2^-52.""",
+    singular="""all values are written, not sorted. A backward search multiplies a value into the
+  product at every hit, several times over where a block takes several steps, so a product can fall to E although that of
+  the values has not.""",
+)
+SYMMETRIC_VECTORS_NOTES = SYMMETRIC_NOTES.format(
+    vectors="""
+Column j of the result belongs to value j: element (r, j) is component r of the vector. Columns are orthonormal up to
+rounding; their signs are those that the steps give.
+""",
+    precision="""double in the array members, also for `32f`, where the matrix, the vectors and the band stay in single
+precision in memory. The `m` members in `32f` are single, but for the roots of the shifts and of the rotation of order 2.
+All members skip a column that the reflection would hardly turn, the array members also one that is negligible. The array
+member for lists of matrices in `32f`, with both element strides packed, reduces with the tolerance 2^-52.""",
+    singular="""values and vectors are written; the `m` members sort
+  them first, the array members leave them unsorted.""",
+)
+
 
 ROWS = [
     Row(
@@ -134,6 +196,10 @@ ROWS = [
         scratch="widthHeight * widthHeight * elementSize",
         merges_status=True,
         statuses=(NOT_CONVERGED, SINGULAR),
+        kernel="symmetricEigenvalues<{layout}, {path}>({src}, pBuffer, pDstValues, widthHeight, {place})",
+        headers=("eigen/symmetric.h",),
+        formula=lambda code: "det(src - pDstValues[j] I) = 0",
+        notes=SYMMETRIC_VALUES_NOTES,
         purpose="Computes the eigenvalues of a symmetric matrix.",
     ),
     Row(
@@ -150,6 +216,10 @@ ROWS = [
         scratch="widthHeight * widthHeight * elementSize",
         merges_status=True,
         statuses=(NOT_CONVERGED, SINGULAR),
+        kernel="symmetricEigenvectors<{layout}, {path}>({src}, pBuffer, {dst}, pDstValues, widthHeight, {place})",
+        headers=("eigen/symmetric.h",),
+        formula=lambda code: "src dst = dst diag(pDstValues)",
+        notes=SYMMETRIC_VECTORS_NOTES,
         purpose="Computes the eigenvalues and the orthonormal eigenvectors of a symmetric matrix.",
     ),
     Row(

@@ -323,6 +323,22 @@ TEST_F(Ply, WritesMoreThanOnePieceOfMemory)
               header("binary_little_endian", xyz("float", 20000)) + binary(points, Order::Little));
 }
 
+TEST_F(Ply, WritesTheSurfaceBehindThePoints)
+{
+    const cloud::Surface surface{{{1, 0, 0}, {0, 0.6F, 0.8F}}, {0.25F, 0}};
+    const std::string declarations =
+        xyz("float", 2) + "property float nx\nproperty float ny\nproperty float nz\nproperty float curvature\n";
+    cloud::writePly(folder.path("out.ply"), twoFloats, "", PlyFormat::BinaryLittleEndian, &surface);
+    std::string data;
+    for (std::size_t n = 0; n < 2; ++n) {
+        data += binary(Points<float>{twoFloats[n], surface.normals[n]}, Order::Little);
+        data += bytesOf(surface.curvature[n], Order::Little);
+    }
+    EXPECT_EQ(folder.read("out.ply"), header("binary_little_endian", declarations) + data);
+    cloud::writePly(folder.path("out.ply"), Points<float>{{1, 2, 3}, {4, 5, 6}}, "", PlyFormat::Ascii, &surface);
+    EXPECT_EQ(folder.read("out.ply"), header("ascii", declarations) + "1 2 3 1 0 0 0.25\n4 5 6 0 0.6 0.8 0\n");
+}
+
 TEST_F(Ply, CannotBeWritten)
 {
     EXPECT_THROW(cloud::writePly(folder.path("none/out.ply"), twoFloats, "", PlyFormat::Ascii), std::runtime_error);

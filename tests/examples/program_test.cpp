@@ -3,6 +3,7 @@
 #include "examples/ply_file.h"
 
 #include "normalise.h"
+#include "normals.h"
 #include "ply.h"
 #include "scene.h"
 
@@ -102,6 +103,32 @@ TEST_F(CloudProgram, TheNumberOfThreadsDoesNotShowInTheResult)
     }
 }
 
+// ---- normals
+
+TEST_F(CloudProgram, WritesANormalForEveryPoint)
+{
+    const Result result = run("--neighbours 12 --repeat 1 --output '" + folder.path("out.ply") + "'");
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_TRUE(contains(result.output, "\nNormals from 12 points each, ns per point: search ")) << result.output;
+    EXPECT_TRUE(contains(result.output, "\nSpecial: 0 with all points at one place, 0 with all on a line, "))
+        << result.output;
+    EXPECT_TRUE(contains(result.output, " solved alone, 0 unsolved.\n")) << result.output;
+
+    const Points<float> points = normalisedScene(20000);
+    const auto surface = cloud::normalsOf(points, 12).surface;
+    std::string data;
+    for (std::size_t n = 0; n < points.size(); ++n) {
+        for (const auto& numbers : {points[n], surface.normals[n]}) {
+            for (float value : numbers)
+                data += bytesOf(value, Order::Little);
+        }
+        data += bytesOf(surface.curvature[n], Order::Little);
+    }
+    const std::string content = folder.read("out.ply");
+    ASSERT_GT(content.size(), data.size());
+    EXPECT_EQ(content.substr(content.size() - data.size()), data);
+}
+
 // ---- files
 
 TEST_F(CloudProgram, AsciiAndBinaryGiveTheSameResult)
@@ -134,7 +161,9 @@ TEST_F(CloudProgram, DoubleCoordinatesStayDouble)
     EXPECT_TRUE(contains(result.output, ": 2 points, double precision\n")) << result.output;
     const std::string comments = "comment normalised: position = (original - centre) * scale\n"
                                  "comment centre 1000000000.25 0 0\ncomment scale 4\n";
-    EXPECT_EQ(folder.read("out.ply"), header("ascii", comments + xyz("double", 2)) + "-1 0 0\n1 0 0\n");
+    const std::string surface = "property float nx\nproperty float ny\nproperty float nz\nproperty float curvature\n";
+    EXPECT_EQ(folder.read("out.ply"),
+              header("ascii", comments + xyz("double", 2) + surface) + "-1 0 0 0 0 1 0\n1 0 0 0 0 1 0\n");
 }
 
 TEST_F(CloudProgram, ReportsAndSkipsPointsThatAreNotFinite)
@@ -199,14 +228,15 @@ TEST_F(CloudProgram, Help)
     const Result result = run("--help");
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.errors, "");
-    for (const char* option : {"input", "--output", "--ascii", "--points", "--repeat", "--threads", "--help"})
+    for (const char* option :
+         {"input", "--output", "--ascii", "--points", "--repeat", "--neighbours", "--threads", "--help"})
         EXPECT_TRUE(contains(result.output, option)) << option;
 }
 
 TEST_F(CloudProgram, MistakesInTheCommandLine)
 {
-    for (const char* arguments : {"--points 0", "--points many", "--points 5 some.ply", "--repeat 0", "--threads -1",
-                                  "--no", "a.ply b.ply", "--ascii", "''"}) {
+    for (const char* arguments : {"--points 0", "--points many", "--points 5 some.ply", "--repeat 0", "--neighbours 2",
+                                  "--threads -1", "--no", "a.ply b.ply", "--ascii", "''"}) {
         const Result result = run(arguments);
         EXPECT_EQ(result.status, 2) << arguments;
         EXPECT_NE(result.errors, "") << arguments;

@@ -1,0 +1,67 @@
+#include "eigen/symmetric_blocks.h"
+
+#include "eigen/symmetric_solve.h"
+
+namespace tarnm::symmetric {
+
+namespace {
+
+template <class W> TARNM_INLINE bool succeeded(const Outcome<W>& outcome)
+{
+    return none(outcome.notConverged) && none(outcome.singular);
+}
+
+template <class W, class S, class Vectors>
+TARNM_INLINE bool solveLanes(scalar_t<S>* matrix, scalar_t<S>* values, Vectors& vectors, int n, const Variant& variant)
+{
+    setIdentity<S>(vectors, n);
+    return succeeded(solve<W>(Matrix<S>{{matrix}, n}, Cells<S>{values}, vectors, variant));
+}
+
+template <class W, class S, class Vectors>
+TARNM_INLINE bool solveOrder2Lanes(Cells<S> a, Cells<S> values, Vectors& vectors, const Variant& variant)
+{
+    return succeeded(solveOrder2<W>(a.get(0), a.get(1), a.get(3), values, vectors, variant));
+}
+
+} // namespace
+
+template <Family family, class W, class T> bool solveBlock(Block<W, T>& block, int n, const Variant& variant)
+{
+    using S = StoredLanes<W, T>;
+    using Wide = WorkingLanes<W, T>;
+    // The most frequent orders have code of their own, with loops of constant length.
+    const auto solveOrder = [&](int order) __attribute__((always_inline))
+    {
+        if constexpr (family == Family::values) {
+            NoVectors none;
+            return order == 2 ? solveOrder2Lanes<Wide>(Cells<S>{block.matrix}, Cells<S>{block.values}, none, variant)
+                              : solveLanes<Wide, S>(block.matrix, block.values, none, order, variant);
+        } else {
+            LaneVectors<S, Wide> vectors{{block.vectors}, {block.columns}, order};
+            if (order == 2) {
+                vectors.columns.set(0, Wide(0));
+                vectors.columns.set(1, Wide(1));
+                return solveOrder2Lanes<Wide>(Cells<S>{block.matrix}, Cells<S>{block.values}, vectors, variant);
+            }
+            return solveLanes<Wide, S>(block.matrix, block.values, vectors, order, variant);
+        }
+    };
+    switch (n) {
+    case 2:
+        return solveOrder(2);
+    case 3:
+        return solveOrder(3);
+    case 4:
+        return solveOrder(4);
+    default:
+        return solveOrder(n);
+    }
+}
+
+template bool solveBlock<Family::values>(Block<float, float>&, int, const Variant&);
+template bool solveBlock<Family::values>(Block<double, double>&, int, const Variant&);
+template bool solveBlock<Family::vectors>(Block<double, float>&, int, const Variant&);
+template bool solveBlock<Family::vectors>(Block<double, double>&, int, const Variant&);
+
+} // namespace tarnm::symmetric
