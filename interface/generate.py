@@ -11,7 +11,7 @@ import sys
 from pathlib import Path
 
 import registry
-from writers import entries, exports, header, reference, table
+from writers import cpp_members, entries, exports, header, reference, table
 
 ROOT = Path(__file__).resolve().parent.parent
 
@@ -23,6 +23,7 @@ def outputs():
     members = registry.implemented()
     files = {
         "include/tarnm/tarnm.h": header.render(members),
+        "include/tarnm/detail/members.h": cpp_members.render(members, {member.operation for member in registry.members()}),
         "src/frame/exports.map": exports.render(members),
         "tests/support/member_table.cpp": table.render(members),
     }
