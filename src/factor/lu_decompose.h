@@ -5,8 +5,7 @@
 // A call ends at its first singular object: the objects before it are complete, those behind it untouched.
 #pragma once
 
-#include "factor/lu_elimination.h"
-#include "frame/blocks.h"
+#include "factor/lu_lanes.h"
 
 namespace tarnm {
 namespace lu {
@@ -38,12 +37,6 @@ template <class S, class D> tarnmStatus decomposeInPlace(const S& from, RowIndex
     return eliminateInPlace(to, index, n);
 }
 
-// The index arrays of all objects lie one behind the other.
-template <class Index> Index indexOfObject(Index first, std::ptrdiff_t object, std::int32_t n)
-{
-    return first.shifted(object * n * std::ptrdiff_t(sizeof(std::int32_t)));
-}
-
 template <class Decompose> tarnmStatus untilSingular(Place place, const Decompose& decompose)
 {
     tarnmStatus status = StatusOk;
@@ -53,10 +46,38 @@ template <class Decompose> tarnmStatus untilSingular(Place place, const Decompos
     return status;
 }
 
+// Whether no object of the block is singular; else nothing is written.
+template <int n, class V, class S, class D>
+TARNM_INLINE bool decomposeBlock(const S& from, RowIndex index, const D& to, std::ptrdiff_t first, int live)
+{
+    V a[n][n], rows[n];
+    loadBlock(from, first, live, a);
+    if (any(eliminateCase(a, rows, [](int) {}))) return false;
+    const RowIndex ofBlock = indexOfObject(index, first, n);
+    storeIndex(ofBlock, live, rows);
+    storeNamedRows(to, first, live, ofBlock, a, rows);
+    return true;
+}
+
+// A block with a singular object is worked on again object by object, which leaves of that object what one alone leaves.
 template <int n, class S, class D> tarnmStatus decomposeCases(const S& from, RowIndex index, const D& to, Place place)
 {
-    return untilSingular(
-        place, [&](std::ptrdiff_t o) { return decomposeCase<n>(from[o], indexOfObject(index, o, n), to[o]); });
+    using V = native_lanes<typename D::ObjectView::Element>;
+    const auto one = [&](std::ptrdiff_t o) { return decomposeCase<n>(from[o], indexOfObject(index, o, n), to[o]); };
+    if constexpr (D::isSingle)
+        return one(0);
+    else {
+        const std::int32_t end = place.first + place.count;
+        for (std::int32_t o = place.first; o < end;) {
+            const int live = end - o < lane_count_v<V> ? end - o : lane_count_v<V>;
+            if (live == 1 || !decomposeBlock<n, V>(from, index, to, o, live)) [[unlikely]] {
+                const tarnmStatus status = untilSingular({o, live, place.total}, one);
+                if (status != StatusOk) return status;
+            }
+            o += live;
+        }
+        return StatusOk;
+    }
 }
 
 } // namespace lu

@@ -8,8 +8,7 @@
 // side. Nothing is tested: a zero on the diagonal gives infinities and NaN.
 #pragma once
 
-#include "factor/lu_elimination.h"
-#include "frame/blocks.h"
+#include "factor/lu_lanes.h"
 
 namespace tarnm {
 
@@ -75,56 +74,90 @@ void substituteInPlace(const M& factor, ConstRowIndex index, const B& b, const X
     }
 }
 
-// One factor serves all vectors, or each has its own.
-template <class Factors> ConstRowIndex indexOf(const std::int32_t* first, std::ptrdiff_t object, std::int32_t n)
+template <int n, class M, class B, class X>
+void solveCaseAlone(const M& stored, ConstRowIndex index, const B& from, const X& to)
 {
-    const std::ptrdiff_t indices = Factors::isSingle ? 0 : object * n;
-    return {moved(first, indices * std::ptrdiff_t(sizeof(std::int32_t))), {}};
-}
-
-template <LuQuotients quotients, int n, class M, class T>
-TARNM_INLINE void loadFactor(const M& stored, ConstRowIndex index, T (&factor)[n][n])
-{
-    for (int r = 0; r < n; ++r)
+    using T = typename X::Element;
+    T factor[n][n], b[n], x[n];
+    for (int r = 0; r < n; ++r) {
+        const std::int32_t row = index[r];
         for (int c = 0; c < n; ++c)
-            factor[r][c] = stored(index[r], c);
-    if constexpr (quotients == LuQuotients::reciprocal)
-        for (int i = 0; i < n; ++i)
-            factor[i][i] = T(1) / factor[i][i];
-}
-
-template <LuQuotients quotients, int n, class T, class B, class X>
-TARNM_INLINE void solveCase(const T (&factor)[n][n], ConstRowIndex index, const B& from, const X& to)
-{
-    T b[n], x[n];
-    for (int i = 0; i < n; ++i)
-        b[i] = from[index[i]];
-    substituteCase<quotients>(factor, b, x);
+            factor[r][c] = stored(row, c);
+        b[r] = from[row];
+    }
+    substituteCase<LuQuotients::divided>(factor, b, x);
     for (int i = 0; i < n; ++i)
         to.set(i, x[i]);
 }
 
-template <LuQuotients quotients, int n, class M, class B, class X>
-tarnmStatus solveCases(const M& factors, const std::int32_t* firstIndex, const B& b, const X& x, Place place)
+template <int n, class M, class B, class X>
+void solveCasesWithOneFactor(const M& stored, ConstRowIndex index, const B& b, const X& x, Place place)
 {
     using T = typename X::ObjectView::Element;
-    const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;
     T factor[n][n];
-    if constexpr (M::isSingle) loadFactor<quotients>(factors[0], indexOf<M>(firstIndex, 0, n), factor);
-    for (std::ptrdiff_t o = place.first; o < end; ++o) {
-        const ConstRowIndex index = indexOf<M>(firstIndex, o, n);
-        if constexpr (!M::isSingle) loadFactor<quotients>(factors[o], index, factor);
-        solveCase<quotients>(factor, index, b[o], x[o]);
+    std::int32_t rows[n];
+    for (int r = 0; r < n; ++r) {
+        rows[r] = index[r];
+        for (int c = 0; c < n; ++c)
+            factor[r][c] = stored(rows[r], c);
+        factor[r][r] = T(1) / factor[r][r];
     }
+    const auto substitute = [&]<class V>(const V(&all)[n][n], const V(&given)[n], V(&solution)[n])
+        __attribute__((always_inline))
+    {
+        V ordered[n];
+        TARNM_UNROLL
+        for (int i = 0; i < n; ++i)
+            ordered[i] = given[rows[i]];
+        substituteCase<LuQuotients::reciprocal>(all, ordered, solution);
+    };
+    const auto shared = matrix<Spacing::dense, const T>(factor[0], n * sizeof(T), sizeof(T));
+    forEachBlock(place, substitute, source<n, n>(shared), source<n>(b), result<n>(x));
+}
+
+template <int n, class M, class B, class X>
+void solveCasesWithOwnFactors(const M& factors, ConstRowIndex index, const B& b, const X& x, Place place)
+{
+    using V = native_lanes<typename X::ObjectView::Element>;
+    const std::int32_t end = place.first + place.count;
+    for (std::int32_t o = place.first; o < end;) {
+        const int live = end - o < lane_count_v<V> ? end - o : lane_count_v<V>;
+        const ConstRowIndex ofBlock = indexOfObject(index, o, n);
+        if (live == 1)
+            solveCaseAlone<n>(factors[o], ofBlock, b[o], x[o]);
+        else {
+            V factor[n][n], rows[n], given[n], ordered[n], solution[n];
+            loadIndex(ofBlock, live, rows);
+            loadNamedRows(factors, o, live, ofBlock, rows, factor);
+            loadBlock(b, o, live, given);
+            inNamedOrder(given, rows, ordered);
+            substituteCase<LuQuotients::divided>(factor, ordered, solution);
+            storeBlock(x, o, live, solution);
+        }
+        o += live;
+    }
+}
+
+template <LuQuotients quotients, int n, class M, class B, class X>
+tarnmStatus solveCases(const M& factors, ConstRowIndex index, const B& b, const X& x, Place place)
+{
+    if constexpr (X::isSingle)
+        solveCaseAlone<n>(factors[0], index, b[0], x[0]);
+    else if constexpr (quotients == LuQuotients::reciprocal)
+        solveCasesWithOneFactor<n>(factors[0], index, b, x, place);
+    else
+        solveCasesWithOwnFactors<n>(factors, index, b, x, place);
     return StatusOk;
 }
 
 } // namespace lu
 
 template <LuSolvePlan plan, class M, class B, class X>
-tarnmStatus solveLU(const M& factors, const std::int32_t* index, const B& b, const X& x, std::int32_t n, Place place)
+tarnmStatus solveLU(const M& factors, const std::int32_t* firstIndex, const B& b, const X& x, std::int32_t n,
+                    Place place)
 {
     constexpr LuQuotients quotients = plan.quotientsOfCases;
+    const ConstRowIndex index{firstIndex, {}};
     if (!plan.fewVectorsTakeLoops || place.count > 2) switch (n) {
         case 3:
             return lu::solveCases<quotients, 3>(factors, index, b, x, place);
@@ -136,8 +169,10 @@ tarnmStatus solveLU(const M& factors, const std::int32_t* index, const B& b, con
             return lu::solveCases<quotients, 6>(factors, index, b, x, place);
         }
     const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;
-    for (std::ptrdiff_t o = place.first; o < end; ++o)
-        lu::substituteInPlace(factors[o], lu::indexOf<M>(index, o, n), b[o], x[o], n);
+    for (std::ptrdiff_t o = place.first; o < end; ++o) {
+        const ConstRowIndex ofObject = M::isSingle ? index : lu::indexOfObject(index, o, n);
+        lu::substituteInPlace(factors[o], ofObject, b[o], x[o], n);
+    }
     return StatusOk;
 }
 
