@@ -117,6 +117,99 @@ def lu_solve_traits(member, path):
 
 NOT_WIDER = [("width", "<=", "height")]
 
+CHOLESKY_NOTES = """
+Only the lower triangle is read and written. **The diagonal of the result holds the reciprocals 1 / L[i][i]**, which
+`CholeskyBackSubst` multiplies by. Elements above the diagonal of the source may hold anything: with element strides other
+than the element size, with rows that lie apart and in tables of elements they are not even touched, so that their memory
+may be missing and their table entries null. Elements above the diagonal of the result keep what they held.
+
+**Order of operations.** Row by row, and from left to right in a row: s = src[i][j], minus L[i][k] L[j][k] for k = 0 ..
+j - 1 ascending, each product rounded and subtracted on its own; then L[i][j] = s times the reciprocal of L[j][j]. On the
+diagonal s = src[i][i], minus the squares of the row in ascending order, and the result is 1 / sqrt(s). In `64f` root and
+division are exact to the last bit. In `32f` the reciprocal root is the processor's estimate y of about 12 bits and one
+Newton step in single precision, y (s y y - 3) (-0.5), of about 22 bits. `CholeskyDecomp_ma_32f` with packed elements and
+order 3 to 6 takes the step as y (3 - y y s) 0.5 for objects in whole groups of four, counted from the first object of
+each thread's run; the last count % 4 objects of the run take the usual form, so that the last bits of an object can depend
+on its place and on the number of threads.
+
+**Failures.** `StatusNotPositiveDefinite` where s on the diagonal is not above the tolerance, which is absolute:
+
+| members | order 3 | orders 4, 5 | order 6 | other orders |
+|---|---|---|---|---|
+| `32f`, base pointers and lists of objects | 0 | 0 | 0 | 0 |
+| `64f`, the same, but for the next row | 0 | 0 | 0 | 0 |
+| `CholeskyDecomp_ma_64f` with other element strides | 0 | 0 | 2^-52 | 2^-52 |
+| `_P`, both types | 2^-23 | 0 | 0 | 0 |
+
+An s equal to the tolerance fails; NaN passes, and the factor holds NaNs with `StatusOk`. Of an object that fails, the rows
+above are complete, the row at fault has its elements before the diagonal, and nothing else is written. A serial call ends
+there: earlier objects are complete, later ones untouched. In a parallel call this holds within the run of objects of each
+thread. A group of four of `CholeskyDecomp_ma_32f` passes or fails as one: at the first step at which any of the four
+objects fails, all four are left as just described.
+
+**Accuracy.** Backward errors are of the order of n eps |A|. In `32f` an s below 2^-126 gives an infinite reciprocal, and
+an s that overflows NaN.
+
+**Aliasing.** Source and result may be the same memory with the same strides.
+"""
+
+CHOLESKY_SOLVE_NOTES = """
+Only the lower triangle of the factor is read; what is said there of the upper elements of a source holds here too.
+
+**Order of operations.** Forward, for i ascending: s = src2[i], minus L[i][k] y[k] for k ascending; y[i] = s times the
+stored reciprocal of L[i][i]. Backward, for i descending: s = y[i], minus L[k][i] x[k] for k = i + 1 .. ascending; x[i] = s
+times the stored reciprocal. Each product is rounded and subtracted on its own, in every layout and at every order. There is
+no division.
+
+**Failures.** None after the arguments are checked. A factor that failed is not detected; a stored reciprocal of 0 gives
+zeros, NaN and infinities spread by the formulas.
+
+**Aliasing.** The result may be the memory of the right-hand side with the same strides. Orders other than 3 to 6 keep the
+intermediate vector in the result.
+
+The arguments of the `mva` members of lists are checked in an order of their own, see below.
+"""
+
+QR_NOTES = """
+R stands on and above the diagonal of the result. Below it, column k holds the elements k + 1 .. of the vector v of
+reflection k, whose element k is 1 and not stored. Q is never formed: it is the product of the I + beta v transpose(v) with
+beta = -2 / |v|^2, in ascending order of k. There are as many reflections as columns, but one less for a square matrix.
+The diagonal of R has either sign. There is no pivoting.
+
+**Order of operations.** All sums ascend, each product rounded before it is added. For each k: the sum of the squares of
+column k from the diagonal down; alpha, its root with the sign of the diagonal element (negative for 0 and NaN); r = 1 /
+(a[k][k] + alpha); v[i] = r a[i][k] and q = 1 + the sum of v[i]^2; beta = -2 / q, rounded. Then for each column j from k
+on: s = a[k][j] + the sum of a[i][j] v[i]; s = s beta; a[i][j] = a[i][j] + s v[i]. Divisions and roots are exact to the last
+bit, in `32f` too. All members give the same bits.
+
+**Failures.** `StatusDivByZero` where the sum of the squares is below 2^-23 (`32f`) or 2^-52 (`64f`); a sum equal to that
+passes, and so does NaN. The tolerance is absolute and meets the square: a column whose elements are all of size 1e-4 is
+rejected in `32f`. Scale such matrices before the call. The last column of a square matrix is not tested; a matrix of one
+element is copied. Of an object that fails, the result holds the copy of the source with the reflections done so far.
+A serial call ends there: earlier objects are complete, later ones untouched. In a parallel call this holds within the
+run of objects of each thread.
+
+**Range.** The squares are summed without a guard: elements above 1e19 in `32f` and 1e154 in `64f` overflow, and the
+factor holds infinities and NaNs with `StatusOk`.
+
+**Aliasing.** Source and result may be the same memory with the same strides. `pBuffer` needs no alignment; its contents
+are undefined on return. Arrays of small matrices and parallel calls do without it, but it must not be null.
+"""
+
+QR_SOLVE_NOTES = """
+**Order of operations.** The right-hand side is copied into c. For each reflection k in ascending order: q = 1 + the sum of
+v[i]^2, s = c[k] + the sum of v[i] c[i], both ascending; t = (-2 / q) s; c[k] = c[k] + t, c[i] = c[i] + t v[i]. Then from the
+last row up: s = the ascending sum of R[i][j] x[j], from 0; x[i] = (c[i] - s) / R[i][i]. Divisions are exact to the last
+bit. Elements of c beyond the width are dropped. All members give the same bits.
+
+**Failures.** None after the arguments are checked. A factor that failed is not detected; a zero on the diagonal of R gives
+infinities or NaNs.
+
+**Aliasing.** The result may overlap the right-hand side of the same object, except for square systems of order 3 to 6 with
+different strides. The source vectors are not changed otherwise. `pBuffer` takes c and needs no alignment; square systems of
+order 3 to 6 and parallel calls do not touch it, but it must not be null.
+"""
+
 ROWS = [
     Row(
         kernel="decomposeLU({src}, pDstIndex, {dst}, widthHeight, {place})",
@@ -161,6 +254,10 @@ ROWS = [
         parallel=lambda code, layout, type_: CHOLESKY_LIMITS.get((layout, type_), (2001, 2001)),
         merges_status=True,
         statuses=(("StatusNotPositiveDefinite", "a pivot is not positive within the tolerance"),),
+        kernel="choleskyFactors<{path}, {layout}>({src}, {dst}, widthHeight, {place})",
+        headers=("factor/cholesky.h",),
+        formula=lambda code: "src = L transpose(L); dst[i][j] = L[i][j] below the diagonal, dst[i][i] = 1 / L[i][i]",
+        notes=CHOLESKY_NOTES,
         purpose="Factors a symmetric positive definite matrix into a lower triangular matrix and its transpose.",
     ),
     Row(
@@ -172,6 +269,10 @@ ROWS = [
         checks=cholesky_solve_checks,
         measure=solve_measure,
         parallel=cholesky_solve_limits,
+        kernel="choleskySolutions({src1}, {src2}, {dst}, widthHeight, {place})",
+        headers=("factor/cholesky_solve.h",),
+        formula=lambda code: "L transpose(L) dst = src2, with L as CholeskyDecomp leaves it in src1",
+        notes=CHOLESKY_SOLVE_NOTES,
         purpose="Solves a linear system with the factor of a Cholesky decomposition.",
     ),
     Row(
@@ -188,6 +289,10 @@ ROWS = [
         scratch="height * elementSize",
         merges_status=True,
         statuses=(("StatusDivByZero", "the remaining part of a column is zero within the tolerance"),),
+        kernel="qrFactors({src}, pBuffer, {dst}, width, height, {place})",
+        headers=("factor/qr.h",),
+        formula=lambda code: "src = Q R; dst[i][j] = R[i][j] for j >= i, the reflections whose product is Q below",
+        notes=QR_NOTES,
         purpose="Factors a matrix into an orthogonal and an upper triangular factor by Householder reflections.",
     ),
     Row(
@@ -201,6 +306,10 @@ ROWS = [
         measure=qr_solve_measure,
         parallel=qr_limits,
         scratch="height * elementSize",
+        kernel="qrSolutions({src1}, pBuffer, {src2}, {dst}, width, height, {place})",
+        headers=("factor/qr_solve.h",),
+        formula=lambda code: "Q R dst = src2 in the sense of least squares, with Q and R as QRDecomp leaves them in src1",
+        notes=QR_SOLVE_NOTES,
         purpose="Solves a linear least squares problem with the factors of a QR decomposition.",
     ),
 ]
