@@ -141,6 +141,10 @@ class Member:
     def of_kind(self, *kinds):
         return [a for a in self.arguments if a.kind in kinds]
 
+    def is_per_object(self, argument):
+        """Whether a plain pointer has elements for every object. Indices that are read go with their factor."""
+        return self.operand("src1").is_array if argument.direction == "in" else self.is_array
+
     @property
     def is_parallel(self):
         return (

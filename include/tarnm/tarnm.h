@@ -12122,6 +12122,1557 @@ TARNM_API tarnmStatus tarnmFrobNorm_ma_64f_L(const double* const* ppSrc, int32_t
 TARNM_API tarnmStatus tarnmFrobNorm_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
     int32_t srcObjectStride, int32_t width, int32_t height, double* pDst, int32_t count);
 
+/* ---- LUDecomp ---- */
+
+/* Factors a square matrix into a lower and an upper triangular factor with row pivoting. src(index[i], j) = sum over
+ * k of L(i, k) * U(k, j).
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstIndex         row indices of the factor: widthHeight elements
+ *   pDst              result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusSingular (a pivot is zero within
+ * the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUDecomp_m_32f(const float* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    int32_t* pDstIndex, float* pDst, int32_t dstRowStride, int32_t dstElementStride, int32_t widthHeight);
+
+/* Factors a square matrix into a lower and an upper triangular factor with row pivoting. src(index[i], j) = sum over
+ * k of L(i, k) * U(k, j).
+ *   ppSrc        source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pDstIndex    row indices of the factor: widthHeight elements
+ *   ppDst        result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift  bytes added to every pointer of the table of the result
+ *   widthHeight  rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSingular (a pivot is zero
+ * within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUDecomp_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift, int32_t* pDstIndex,
+    float* const* ppDst, int32_t dstRoiShift, int32_t widthHeight);
+
+/* Factors a square matrix into a lower and an upper triangular factor with row pivoting. src(index[i], j) = sum over
+ * k of L(i, k) * U(k, j).
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstIndex         row indices of the factor: widthHeight elements
+ *   pDst              result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusSingular (a pivot is zero within
+ * the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUDecomp_m_64f(const double* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    int32_t* pDstIndex, double* pDst, int32_t dstRowStride, int32_t dstElementStride, int32_t widthHeight);
+
+/* Factors a square matrix into a lower and an upper triangular factor with row pivoting. src(index[i], j) = sum over
+ * k of L(i, k) * U(k, j).
+ *   ppSrc        source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pDstIndex    row indices of the factor: widthHeight elements
+ *   ppDst        result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift  bytes added to every pointer of the table of the result
+ *   widthHeight  rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSingular (a pivot is zero
+ * within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUDecomp_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift, int32_t* pDstIndex,
+    double* const* ppDst, int32_t dstRoiShift, int32_t widthHeight);
+
+/* Factors a square matrix into a lower and an upper triangular factor with row pivoting. src(index[i], j) = sum over
+ * k of L(i, k) * U(k, j).
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstIndex         row indices of the factor: widthHeight elements for each object, one object after the other
+ *   pDst              result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusSingular (a pivot is zero within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUDecomp_ma_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t* pDstIndex, float* pDst, int32_t dstObjectStride, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Factors a square matrix into a lower and an upper triangular factor with row pivoting. src(index[i], j) = sum over
+ * k of L(i, k) * U(k, j).
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstIndex         row indices of the factor: widthHeight elements for each object, one object after the other
+ *   ppDst             result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSingular (a pivot is zero
+ * within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUDecomp_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t* pDstIndex, float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Factors a square matrix into a lower and an upper triangular factor with row pivoting. src(index[i], j) = sum over
+ * k of L(i, k) * U(k, j).
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pDstIndex        row indices of the factor: widthHeight elements for each object, one object after the other
+ *   ppDst            result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSingular (a pivot is zero
+ * within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUDecomp_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    int32_t* pDstIndex, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight,
+    int32_t count);
+
+/* Factors a square matrix into a lower and an upper triangular factor with row pivoting. src(index[i], j) = sum over
+ * k of L(i, k) * U(k, j).
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstIndex         row indices of the factor: widthHeight elements for each object, one object after the other
+ *   pDst              result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusSingular (a pivot is zero within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUDecomp_ma_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t* pDstIndex, double* pDst, int32_t dstObjectStride, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Factors a square matrix into a lower and an upper triangular factor with row pivoting. src(index[i], j) = sum over
+ * k of L(i, k) * U(k, j).
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDstIndex         row indices of the factor: widthHeight elements for each object, one object after the other
+ *   ppDst             result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSingular (a pivot is zero
+ * within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUDecomp_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t* pDstIndex, double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Factors a square matrix into a lower and an upper triangular factor with row pivoting. src(index[i], j) = sum over
+ * k of L(i, k) * U(k, j).
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pDstIndex        row indices of the factor: widthHeight elements for each object, one object after the other
+ *   ppDst            result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSingular (a pivot is zero
+ * within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUDecomp_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, int32_t* pDstIndex, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t widthHeight, int32_t count);
+
+/* ---- LUBackSubst ---- */
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   pSrc1              first source: one matrix of widthHeight x widthHeight
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrcIndex          row indices of the factor: widthHeight elements
+ *   pSrc2              second source: one vector of widthHeight elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one vector of widthHeight elements
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mv_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    const int32_t* pSrcIndex, const float* pSrc2, int32_t src2ElementStride, float* pDst, int32_t dstElementStride,
+    int32_t widthHeight);
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by
+ *                 row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   pSrcIndex     row indices of the factor: widthHeight elements
+ *   ppSrc2        second source: table of pointers, one per element of one vector of widthHeight elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   ppDst         result: table of pointers, one per element of one vector of widthHeight elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   widthHeight   rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mv_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    const int32_t* pSrcIndex, const float* const* ppSrc2, int32_t src2RoiShift, float* const* ppDst,
+    int32_t dstRoiShift, int32_t widthHeight);
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   pSrc1              first source: one matrix of widthHeight x widthHeight
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrcIndex          row indices of the factor: widthHeight elements
+ *   pSrc2              second source: one vector of widthHeight elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one vector of widthHeight elements
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mv_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    const int32_t* pSrcIndex, const double* pSrc2, int32_t src2ElementStride, double* pDst, int32_t dstElementStride,
+    int32_t widthHeight);
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by
+ *                 row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   pSrcIndex     row indices of the factor: widthHeight elements
+ *   ppSrc2        second source: table of pointers, one per element of one vector of widthHeight elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   ppDst         result: table of pointers, one per element of one vector of widthHeight elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   widthHeight   rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mv_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    const int32_t* pSrcIndex, const double* const* ppSrc2, int32_t src2RoiShift, double* const* ppDst,
+    int32_t dstRoiShift, int32_t widthHeight);
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   pSrc1              first source: one matrix of widthHeight x widthHeight
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrcIndex          row indices of the factor: widthHeight elements
+ *   pSrc2              second source: the first of count vectors of widthHeight elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of widthHeight elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mva_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    const int32_t* pSrcIndex, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride, float* pDst,
+    int32_t dstObjectStride, int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   pSrc1              first source: one matrix of widthHeight x widthHeight
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrcIndex          row indices of the factor: widthHeight elements
+ *   ppSrc2             second source: table of count pointers, one per vector of widthHeight elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of widthHeight elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mva_32f_L(const float* pSrc1, int32_t src1RowStride,
+    int32_t src1ElementStride, const int32_t* pSrcIndex, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
+    int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of widthHeight x widthHeight,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   pSrcIndex         row indices of the factor: widthHeight elements
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of widthHeight elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of widthHeight elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mva_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    const int32_t* pSrcIndex, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   pSrc1              first source: one matrix of widthHeight x widthHeight
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrcIndex          row indices of the factor: widthHeight elements
+ *   pSrc2              second source: the first of count vectors of widthHeight elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of widthHeight elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mva_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    const int32_t* pSrcIndex, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride, double* pDst,
+    int32_t dstObjectStride, int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   pSrc1              first source: one matrix of widthHeight x widthHeight
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrcIndex          row indices of the factor: widthHeight elements
+ *   ppSrc2             second source: table of count pointers, one per vector of widthHeight elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of widthHeight elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mva_64f_L(const double* pSrc1, int32_t src1RowStride,
+    int32_t src1ElementStride, const int32_t* pSrcIndex, const double* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
+    int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of widthHeight x widthHeight,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   pSrcIndex         row indices of the factor: widthHeight elements
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of widthHeight elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of widthHeight elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mva_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    const int32_t* pSrcIndex, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   pSrc1              first source: the first of count matrices of widthHeight x widthHeight
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrcIndex          row indices of the factor: widthHeight elements for each object, one object after the other
+ *   pSrc2              second source: the first of count vectors of widthHeight elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of widthHeight elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mava_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, const int32_t* pSrcIndex, const float* pSrc2, int32_t src2ObjectStride,
+    int32_t src2ElementStride, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t widthHeight,
+    int32_t count);
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   ppSrc1             first source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrcIndex          row indices of the factor: widthHeight elements for each object, one object after the other
+ *   ppSrc2             second source: table of count pointers, one per vector of widthHeight elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of widthHeight elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mava_32f_L(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1RowStride, int32_t src1ElementStride, const int32_t* pSrcIndex, const float* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2ElementStride, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of widthHeight x
+ *                     widthHeight, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   pSrcIndex         row indices of the factor: widthHeight elements for each object, one object after the other
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of widthHeight elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of widthHeight elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mava_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, const int32_t* pSrcIndex, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ObjectStride, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight,
+    int32_t count);
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   pSrc1              first source: the first of count matrices of widthHeight x widthHeight
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrcIndex          row indices of the factor: widthHeight elements for each object, one object after the other
+ *   pSrc2              second source: the first of count vectors of widthHeight elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of widthHeight elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mava_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, const int32_t* pSrcIndex, const double* pSrc2, int32_t src2ObjectStride,
+    int32_t src2ElementStride, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t widthHeight,
+    int32_t count);
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   ppSrc1             first source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrcIndex          row indices of the factor: widthHeight elements for each object, one object after the other
+ *   ppSrc2             second source: table of count pointers, one per vector of widthHeight elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of widthHeight elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mava_64f_L(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1RowStride, int32_t src1ElementStride, const int32_t* pSrcIndex, const double* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2ElementStride, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factors of an LU decomposition. the solution dst of A dst = src2.
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of widthHeight x
+ *                     widthHeight, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   pSrcIndex         row indices of the factor: widthHeight elements for each object, one object after the other
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of widthHeight elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of widthHeight elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmLUBackSubst_mava_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, const int32_t* pSrcIndex, const double* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ObjectStride, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t widthHeight, int32_t count);
+
+/* ---- CholeskyDecomp ---- */
+
+/* Factors a symmetric positive definite matrix into a lower triangular matrix and its transpose. src = L
+ * transpose(L); dst[i][j] = L[i][j] below the diagonal, dst[i][i] = 1 / L[i][i].
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotPositiveDefinite (a pivot is
+ * not positive within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyDecomp_m_32f(const float* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    float* pDst, int32_t dstRowStride, int32_t dstElementStride, int32_t widthHeight);
+
+/* Factors a symmetric positive definite matrix into a lower triangular matrix and its transpose. src = L
+ * transpose(L); dst[i][j] = L[i][j] below the diagonal, dst[i][i] = 1 / L[i][i].
+ *   ppSrc        source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   ppDst        result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift  bytes added to every pointer of the table of the result
+ *   widthHeight  rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotPositiveDefinite (a
+ * pivot is not positive within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyDecomp_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    float* const* ppDst, int32_t dstRoiShift, int32_t widthHeight);
+
+/* Factors a symmetric positive definite matrix into a lower triangular matrix and its transpose. src = L
+ * transpose(L); dst[i][j] = L[i][j] below the diagonal, dst[i][i] = 1 / L[i][i].
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusNotPositiveDefinite (a pivot is
+ * not positive within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyDecomp_m_64f(const double* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    double* pDst, int32_t dstRowStride, int32_t dstElementStride, int32_t widthHeight);
+
+/* Factors a symmetric positive definite matrix into a lower triangular matrix and its transpose. src = L
+ * transpose(L); dst[i][j] = L[i][j] below the diagonal, dst[i][i] = 1 / L[i][i].
+ *   ppSrc        source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   ppDst        result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift  bytes added to every pointer of the table of the result
+ *   widthHeight  rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotPositiveDefinite (a
+ * pivot is not positive within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyDecomp_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    double* const* ppDst, int32_t dstRoiShift, int32_t widthHeight);
+
+/* Factors a symmetric positive definite matrix into a lower triangular matrix and its transpose. src = L
+ * transpose(L); dst[i][j] = L[i][j] below the diagonal, dst[i][i] = 1 / L[i][i].
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotPositiveDefinite (a pivot is not positive within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyDecomp_ma_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, float* pDst, int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride,
+    int32_t widthHeight, int32_t count);
+
+/* Factors a symmetric positive definite matrix into a lower triangular matrix and its transpose. src = L
+ * transpose(L); dst[i][j] = L[i][j] below the diagonal, dst[i][i] = 1 / L[i][i].
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotPositiveDefinite (a
+ * pivot is not positive within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyDecomp_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Factors a symmetric positive definite matrix into a lower triangular matrix and its transpose. src = L
+ * transpose(L); dst[i][j] = L[i][j] below the diagonal, dst[i][i] = 1 / L[i][i].
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   ppDst            result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotPositiveDefinite (a
+ * pivot is not positive within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyDecomp_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight,
+    int32_t count);
+
+/* Factors a symmetric positive definite matrix into a lower triangular matrix and its transpose. src = L
+ * transpose(L); dst[i][j] = L[i][j] below the diagonal, dst[i][i] = 1 / L[i][i].
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pDst              result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusNotPositiveDefinite (a pivot is not positive within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyDecomp_ma_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, double* pDst, int32_t dstObjectStride, int32_t dstRowStride, int32_t dstElementStride,
+    int32_t widthHeight, int32_t count);
+
+/* Factors a symmetric positive definite matrix into a lower triangular matrix and its transpose. src = L
+ * transpose(L); dst[i][j] = L[i][j] below the diagonal, dst[i][i] = 1 / L[i][i].
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   ppDst             result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotPositiveDefinite (a
+ * pivot is not positive within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyDecomp_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcRowStride, int32_t srcElementStride, double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Factors a symmetric positive definite matrix into a lower triangular matrix and its transpose. src = L
+ * transpose(L); dst[i][j] = L[i][j] below the diagonal, dst[i][i] = 1 / L[i][i].
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   ppDst            result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusNotPositiveDefinite (a
+ * pivot is not positive within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyDecomp_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight,
+    int32_t count);
+
+/* ---- CholeskyBackSubst ---- */
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   pSrc1              first source: one matrix of widthHeight x widthHeight
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: one vector of widthHeight elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one vector of widthHeight elements
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mv_32f(const float* pSrc1, int32_t src1RowStride,
+    int32_t src1ElementStride, const float* pSrc2, int32_t src2ElementStride, float* pDst, int32_t dstElementStride,
+    int32_t widthHeight);
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by
+ *                 row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   ppSrc2        second source: table of pointers, one per element of one vector of widthHeight elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   ppDst         result: table of pointers, one per element of one vector of widthHeight elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   widthHeight   rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mv_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    const float* const* ppSrc2, int32_t src2RoiShift, float* const* ppDst, int32_t dstRoiShift, int32_t widthHeight);
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   pSrc1              first source: one matrix of widthHeight x widthHeight
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: one vector of widthHeight elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one vector of widthHeight elements
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mv_64f(const double* pSrc1, int32_t src1RowStride,
+    int32_t src1ElementStride, const double* pSrc2, int32_t src2ElementStride, double* pDst,
+    int32_t dstElementStride, int32_t widthHeight);
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by
+ *                 row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   ppSrc2        second source: table of pointers, one per element of one vector of widthHeight elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   ppDst         result: table of pointers, one per element of one vector of widthHeight elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   widthHeight   rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mv_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    const double* const* ppSrc2, int32_t src2RoiShift, double* const* ppDst, int32_t dstRoiShift,
+    int32_t widthHeight);
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   pSrc1              first source: one matrix of widthHeight x widthHeight
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: the first of count vectors of widthHeight elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of widthHeight elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mva_32f(const float* pSrc1, int32_t src1RowStride,
+    int32_t src1ElementStride, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride, float* pDst,
+    int32_t dstObjectStride, int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   pSrc1              first source: one matrix of widthHeight x widthHeight
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   ppSrc2             second source: table of count pointers, one per vector of widthHeight elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of widthHeight elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadStride (a stride is below 1
+ * or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadSize (a size is below 1), StatusBadCount (count is below 1), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mva_32f_L(const float* pSrc1, int32_t src1RowStride,
+    int32_t src1ElementStride, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ElementStride,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of widthHeight x widthHeight,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of widthHeight elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of widthHeight elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mva_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, float* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   pSrc1              first source: one matrix of widthHeight x widthHeight
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: the first of count vectors of widthHeight elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of widthHeight elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mva_64f(const double* pSrc1, int32_t src1RowStride,
+    int32_t src1ElementStride, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride,
+    double* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   pSrc1              first source: one matrix of widthHeight x widthHeight
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   ppSrc2             second source: table of count pointers, one per vector of widthHeight elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of widthHeight elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadStride (a stride is below 1
+ * or not a multiple of the element size), StatusBadRoiShift (a roi shift is negative or not a multiple of the element
+ * size), StatusBadSize (a size is below 1), StatusBadCount (count is below 1), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mva_64f_L(const double* pSrc1, int32_t src1RowStride,
+    int32_t src1ElementStride, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ElementStride,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of widthHeight x widthHeight,
+ *                     row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of widthHeight elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of widthHeight elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mva_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, double* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   pSrc1              first source: the first of count matrices of widthHeight x widthHeight
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: the first of count vectors of widthHeight elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of widthHeight elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mava_32f(const float* pSrc1, int32_t src1ObjectStride,
+    int32_t src1RowStride, int32_t src1ElementStride, const float* pSrc2, int32_t src2ObjectStride,
+    int32_t src2ElementStride, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t widthHeight,
+    int32_t count);
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   ppSrc1             first source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   ppSrc2             second source: table of count pointers, one per vector of widthHeight elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of widthHeight elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mava_32f_L(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1RowStride, int32_t src1ElementStride, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
+    int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of widthHeight x
+ *                     widthHeight, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of widthHeight elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of widthHeight elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mava_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   pSrc1              first source: the first of count matrices of widthHeight x widthHeight
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pSrc2              second source: the first of count vectors of widthHeight elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of widthHeight elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mava_64f(const double* pSrc1, int32_t src1ObjectStride,
+    int32_t src1RowStride, int32_t src1ElementStride, const double* pSrc2, int32_t src2ObjectStride,
+    int32_t src2ElementStride, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t widthHeight,
+    int32_t count);
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   ppSrc1             first source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   ppSrc2             second source: table of count pointers, one per vector of widthHeight elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of widthHeight elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   widthHeight        rows and columns of a square matrix
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mava_64f_L(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1RowStride, int32_t src1ElementStride, const double* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride,
+    int32_t widthHeight, int32_t count);
+
+/* Solves a linear system with the factor of a Cholesky decomposition. L transpose(L) dst = src2, with L as
+ * CholeskyDecomp leaves it in src1.
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of widthHeight x
+ *                     widthHeight, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of widthHeight elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of widthHeight elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmCholeskyBackSubst_mava_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride,
+    double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight, int32_t count);
+
+/* ---- QRDecomp ---- */
+
+/* Factors a matrix into an orthogonal and an upper triangular factor by Householder reflections. src = Q R; dst[i][j]
+ * = R[i][j] for j >= i, the reflections whose product is Q below.
+ *   pSrc              source: one matrix of height x width
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of height*elementSize bytes; its contents are undefined on return
+ *   pDst              result: one matrix of height x width
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), StatusDivByZero (the remaining part of a column is zero within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRDecomp_m_32f(const float* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    void* pBuffer, float* pDst, int32_t dstRowStride, int32_t dstElementStride, int32_t width, int32_t height);
+
+/* Factors a matrix into an orthogonal and an upper triangular factor by Householder reflections. src = Q R; dst[i][j]
+ * = R[i][j] for j >= i, the reflections whose product is Q below.
+ *   ppSrc        source: table of pointers, one per element of one matrix of height x width, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pBuffer      scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppDst        result: table of pointers, one per element of one matrix of height x width, row by row
+ *   dstRoiShift  bytes added to every pointer of the table of the result
+ *   width        columns of the result
+ *   height       rows of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), StatusDivByZero (the remaining part of a column is zero within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRDecomp_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift, void* pBuffer,
+    float* const* ppDst, int32_t dstRoiShift, int32_t width, int32_t height);
+
+/* Factors a matrix into an orthogonal and an upper triangular factor by Householder reflections. src = Q R; dst[i][j]
+ * = R[i][j] for j >= i, the reflections whose product is Q below.
+ *   pSrc              source: one matrix of height x width
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of height*elementSize bytes; its contents are undefined on return
+ *   pDst              result: one matrix of height x width
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), StatusDivByZero (the remaining part of a column is zero within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRDecomp_m_64f(const double* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    void* pBuffer, double* pDst, int32_t dstRowStride, int32_t dstElementStride, int32_t width, int32_t height);
+
+/* Factors a matrix into an orthogonal and an upper triangular factor by Householder reflections. src = Q R; dst[i][j]
+ * = R[i][j] for j >= i, the reflections whose product is Q below.
+ *   ppSrc        source: table of pointers, one per element of one matrix of height x width, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pBuffer      scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppDst        result: table of pointers, one per element of one matrix of height x width, row by row
+ *   dstRoiShift  bytes added to every pointer of the table of the result
+ *   width        columns of the result
+ *   height       rows of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), StatusDivByZero (the remaining part of a column is zero within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRDecomp_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift, void* pBuffer,
+    double* const* ppDst, int32_t dstRoiShift, int32_t width, int32_t height);
+
+/* Factors a matrix into an orthogonal and an upper triangular factor by Householder reflections. src = Q R; dst[i][j]
+ * = R[i][j] for j >= i, the reflections whose product is Q below.
+ *   pSrc              source: the first of count matrices of height x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of height*elementSize bytes; its contents are undefined on return
+ *   pDst              result: the first of count matrices of height x width
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusSizeMismatch (not width <= height), StatusDivByZero (the remaining part of a column is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRDecomp_ma_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, void* pBuffer, float* pDst, int32_t dstObjectStride, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Factors a matrix into an orthogonal and an upper triangular factor by Householder reflections. src = Q R; dst[i][j]
+ * = R[i][j] for j >= i, the reflections whose product is Q below.
+ *   ppSrc             source: table of count pointers, one per matrix of height x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppDst             result: table of count pointers, one per matrix of height x width
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), StatusDivByZero (the remaining part of a column is zero within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRDecomp_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, void* pBuffer, float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Factors a matrix into an orthogonal and an upper triangular factor by Householder reflections. src = Q R; dst[i][j]
+ * = R[i][j] for j >= i, the reflections whose product is Q below.
+ *   ppSrc            source: table of pointers, one per element of count matrices of height x width, row by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pBuffer          scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppDst            result: table of pointers, one per element of count matrices of height x width, row by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   width            columns of the result
+ *   height           rows of the result
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), StatusDivByZero (the remaining part of a column is zero within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRDecomp_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    void* pBuffer, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t width, int32_t height,
+    int32_t count);
+
+/* Factors a matrix into an orthogonal and an upper triangular factor by Householder reflections. src = Q R; dst[i][j]
+ * = R[i][j] for j >= i, the reflections whose product is Q below.
+ *   pSrc              source: the first of count matrices of height x width
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of height*elementSize bytes; its contents are undefined on return
+ *   pDst              result: the first of count matrices of height x width
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusSizeMismatch (not width <= height), StatusDivByZero (the remaining part of a column is zero within the
+ * tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRDecomp_ma_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, void* pBuffer, double* pDst, int32_t dstObjectStride, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Factors a matrix into an orthogonal and an upper triangular factor by Householder reflections. src = Q R; dst[i][j]
+ * = R[i][j] for j >= i, the reflections whose product is Q below.
+ *   ppSrc             source: table of count pointers, one per matrix of height x width
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppDst             result: table of count pointers, one per matrix of height x width
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), StatusDivByZero (the remaining part of a column is zero within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRDecomp_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, void* pBuffer, double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Factors a matrix into an orthogonal and an upper triangular factor by Householder reflections. src = Q R; dst[i][j]
+ * = R[i][j] for j >= i, the reflections whose product is Q below.
+ *   ppSrc            source: table of pointers, one per element of count matrices of height x width, row by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pBuffer          scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppDst            result: table of pointers, one per element of count matrices of height x width, row by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   width            columns of the result
+ *   height           rows of the result
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), StatusDivByZero (the remaining part of a column is zero within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRDecomp_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
+    int32_t srcObjectStride, void* pBuffer, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride,
+    int32_t width, int32_t height, int32_t count);
+
+/* ---- QRBackSubst ---- */
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   pSrc1              first source: one matrix of height x width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pBuffer            scratch of height*elementSize bytes; its contents are undefined on return
+ *   pSrc2              second source: one vector of height elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one vector of width elements
+ *   dstElementStride   bytes from one element of the result to the next
+ *   width              columns of the result
+ *   height             rows of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mv_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    void* pBuffer, const float* pSrc2, int32_t src2ElementStride, float* pDst, int32_t dstElementStride,
+    int32_t width, int32_t height);
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of height x width, row by row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   pBuffer       scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppSrc2        second source: table of pointers, one per element of one vector of height elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   ppDst         result: table of pointers, one per element of one vector of width elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   width         columns of the result
+ *   height        rows of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mv_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, void* pBuffer,
+    const float* const* ppSrc2, int32_t src2RoiShift, float* const* ppDst, int32_t dstRoiShift, int32_t width,
+    int32_t height);
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   pSrc1              first source: one matrix of height x width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pBuffer            scratch of height*elementSize bytes; its contents are undefined on return
+ *   pSrc2              second source: one vector of height elements
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: one vector of width elements
+ *   dstElementStride   bytes from one element of the result to the next
+ *   width              columns of the result
+ *   height             rows of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mv_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    void* pBuffer, const double* pSrc2, int32_t src2ElementStride, double* pDst, int32_t dstElementStride,
+    int32_t width, int32_t height);
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   ppSrc1        first source: table of pointers, one per element of one matrix of height x width, row by row
+ *   src1RoiShift  bytes added to every pointer of the table of the first source
+ *   pBuffer       scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppSrc2        second source: table of pointers, one per element of one vector of height elements
+ *   src2RoiShift  bytes added to every pointer of the table of the second source
+ *   ppDst         result: table of pointers, one per element of one vector of width elements
+ *   dstRoiShift   bytes added to every pointer of the table of the result
+ *   width         columns of the result
+ *   height        rows of the result
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mv_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, void* pBuffer,
+    const double* const* ppSrc2, int32_t src2RoiShift, double* const* ppDst, int32_t dstRoiShift, int32_t width,
+    int32_t height);
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   pSrc1              first source: one matrix of height x width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pBuffer            scratch of height*elementSize bytes; its contents are undefined on return
+ *   pSrc2              second source: the first of count vectors of height elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of width elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   width              columns of the result
+ *   height             rows of the result
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusSizeMismatch (not width <= height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mva_32f(const float* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    void* pBuffer, const float* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride, float* pDst,
+    int32_t dstObjectStride, int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   pSrc1              first source: one matrix of height x width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pBuffer            scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppSrc2             second source: table of count pointers, one per vector of height elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of width elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   width              columns of the result
+ *   height             rows of the result
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mva_32f_L(const float* pSrc1, int32_t src1RowStride,
+    int32_t src1ElementStride, void* pBuffer, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, float* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t width,
+    int32_t height, int32_t count);
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of height x width, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   pBuffer           scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of height elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of width elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mva_32f_P(const float* const* ppSrc1, int32_t src1RoiShift, void* pBuffer,
+    const float* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, float* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t width, int32_t height, int32_t count);
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   pSrc1              first source: one matrix of height x width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pBuffer            scratch of height*elementSize bytes; its contents are undefined on return
+ *   pSrc2              second source: the first of count vectors of height elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of width elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   width              columns of the result
+ *   height             rows of the result
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusSizeMismatch (not width <= height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mva_64f(const double* pSrc1, int32_t src1RowStride, int32_t src1ElementStride,
+    void* pBuffer, const double* pSrc2, int32_t src2ObjectStride, int32_t src2ElementStride, double* pDst,
+    int32_t dstObjectStride, int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   pSrc1              first source: one matrix of height x width
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pBuffer            scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppSrc2             second source: table of count pointers, one per vector of height elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of width elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   width              columns of the result
+ *   height             rows of the result
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mva_64f_L(const double* pSrc1, int32_t src1RowStride,
+    int32_t src1ElementStride, void* pBuffer, const double* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ElementStride, double* const* ppDst, int32_t dstRoiShift, int32_t dstElementStride, int32_t width,
+    int32_t height, int32_t count);
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   ppSrc1            first source: table of pointers, one per element of one matrix of height x width, row by row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   pBuffer           scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of height elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of width elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mva_64f_P(const double* const* ppSrc1, int32_t src1RoiShift, void* pBuffer,
+    const double* const* ppSrc2, int32_t src2RoiShift, int32_t src2ObjectStride, double* const* ppDst,
+    int32_t dstRoiShift, int32_t dstObjectStride, int32_t width, int32_t height, int32_t count);
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   pSrc1              first source: the first of count matrices of height x width
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pBuffer            scratch of height*elementSize bytes; its contents are undefined on return
+ *   pSrc2              second source: the first of count vectors of height elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of width elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   width              columns of the result
+ *   height             rows of the result
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusSizeMismatch (not width <= height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mava_32f(const float* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, void* pBuffer, const float* pSrc2, int32_t src2ObjectStride,
+    int32_t src2ElementStride, float* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t width,
+    int32_t height, int32_t count);
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   ppSrc1             first source: table of count pointers, one per matrix of height x width
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pBuffer            scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppSrc2             second source: table of count pointers, one per vector of height elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of width elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   width              columns of the result
+ *   height             rows of the result
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mava_32f_L(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1RowStride, int32_t src1ElementStride, void* pBuffer, const float* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2ElementStride, float* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of height x width, row by
+ *                     row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   pBuffer           scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of height elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of width elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mava_32f_P(const float* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, void* pBuffer, const float* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ObjectStride, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t width,
+    int32_t height, int32_t count);
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   pSrc1              first source: the first of count matrices of height x width
+ *   src1ObjectStride   bytes from one matrix of the first source to the next
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pBuffer            scratch of height*elementSize bytes; its contents are undefined on return
+ *   pSrc2              second source: the first of count vectors of height elements
+ *   src2ObjectStride   bytes from one vector of the second source to the next
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   pDst               result: the first of count vectors of width elements
+ *   dstObjectStride    bytes from one vector of the result to the next
+ *   dstElementStride   bytes from one element of the result to the next
+ *   width              columns of the result
+ *   height             rows of the result
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusSizeMismatch (not width <= height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mava_64f(const double* pSrc1, int32_t src1ObjectStride, int32_t src1RowStride,
+    int32_t src1ElementStride, void* pBuffer, const double* pSrc2, int32_t src2ObjectStride,
+    int32_t src2ElementStride, double* pDst, int32_t dstObjectStride, int32_t dstElementStride, int32_t width,
+    int32_t height, int32_t count);
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   ppSrc1             first source: table of count pointers, one per matrix of height x width
+ *   src1RoiShift       bytes added to every pointer of the table of the first source
+ *   src1RowStride      bytes from one row of the first source to the next
+ *   src1ElementStride  bytes from one element of the first source to the next
+ *   pBuffer            scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppSrc2             second source: table of count pointers, one per vector of height elements
+ *   src2RoiShift       bytes added to every pointer of the table of the second source
+ *   src2ElementStride  bytes from one element of the second source to the next
+ *   ppDst              result: table of count pointers, one per vector of width elements
+ *   dstRoiShift        bytes added to every pointer of the table of the result
+ *   dstElementStride   bytes from one element of the result to the next
+ *   width              columns of the result
+ *   height             rows of the result
+ *   count              number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mava_64f_L(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1RowStride, int32_t src1ElementStride, void* pBuffer, const double* const* ppSrc2,
+    int32_t src2RoiShift, int32_t src2ElementStride, double* const* ppDst, int32_t dstRoiShift,
+    int32_t dstElementStride, int32_t width, int32_t height, int32_t count);
+
+/* Solves a linear least squares problem with the factors of a QR decomposition. Q R dst = src2 in the sense of least
+ * squares, with Q and R as QRDecomp leaves them in src1.
+ *   ppSrc1            first source: table of pointers, one per element of count matrices of height x width, row by
+ *                     row
+ *   src1RoiShift      bytes added to every pointer of the table of the first source
+ *   src1ObjectStride  bytes from one matrix of the first source to the next
+ *   pBuffer           scratch of height*elementSize bytes; its contents are undefined on return
+ *   ppSrc2            second source: table of pointers, one per element of count vectors of height elements
+ *   src2RoiShift      bytes added to every pointer of the table of the second source
+ *   src2ObjectStride  bytes from one vector of the second source to the next
+ *   ppDst             result: table of pointers, one per element of count vectors of width elements
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstObjectStride   bytes from one vector of the result to the next
+ *   width             columns of the result
+ *   height            rows of the result
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSizeMismatch (not width <=
+ * height), else StatusOk. */
+TARNM_API tarnmStatus tarnmQRBackSubst_mava_64f_P(const double* const* ppSrc1, int32_t src1RoiShift,
+    int32_t src1ObjectStride, void* pBuffer, const double* const* ppSrc2, int32_t src2RoiShift,
+    int32_t src2ObjectStride, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t width,
+    int32_t height, int32_t count);
+
 /* ---- EigenValuesSym ---- */
 
 /* Computes the eigenvalues of a symmetric matrix. det(src - pDstValues[j] I) = 0.

@@ -24,7 +24,7 @@ def plain_operands(member):
     found = []
     for argument in member.of_kind("scalars", "indices", "buffer"):
         rows, columns = "1", shapes.get(argument.name, "1")
-        found.append((argument.name, LETTERS[argument.kind], member.is_array, argument.direction, "S", rows, columns))
+        found.append((argument.name, LETTERS[argument.kind], member.is_per_object(argument), argument.direction, "S", rows, columns))
     return found
 
 

@@ -95,11 +95,12 @@ def describe_size(member, name):
 
 def describe_plain(member, argument):
     extent = member.row.shapes.get(argument.name, "1")
-    each = " for each object" if member.is_array else ""
+    each = " for each object" if member.is_per_object(argument) else ""
     if argument.kind == "buffer":
         return f"scratch of {extent.replace(' * ', '*')} bytes; its contents are undefined on return"
     if argument.kind == "indices" and argument.name != "pSizeBytes":
-        return f"row indices of the factor: {extent} elements{each}, one object after the other"
+        following = ", one object after the other" if each else ""
+        return f"row indices of the factor: {extent} elements{each}{following}"
     if argument.kind == "indices":
         return "the size in bytes"
     if extent == "1":

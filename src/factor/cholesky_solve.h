@@ -1,0 +1,48 @@
+// Solution of a linear system with the factor of a Cholesky decomposition.
+//
+//   choleskySolutions    the kernel of all members
+//
+// Orders 3 to 6 read the whole right-hand side first, and arrays of them run in lanes. Other orders keep the
+// intermediate vector in the result.
+#pragma once
+
+#include "factor/cholesky_blocks.h"
+#include "factor/cholesky_rows.h"
+#include "factor/orders.h"
+#include "frame/operands.h"
+#include "tarnm/tarnm.h"
+
+namespace tarnm {
+
+namespace cholesky {
+
+// Out of line: it serves all layouts. A factor that all objects share is broadcast once.
+template <int n, class V> [[gnu::noinline]] void solveHeld(const V (&l)[triangleSize(n)], const V (&b)[n], V (&x)[n])
+{
+    choleskySolution<Loops::unrolled>(Triangle<const V>{l}, b, Run<V>{x}, n);
+}
+
+template <int n, class L, class B, class X>
+std::int32_t solvedInLanes(const L& factors, const B& right, const X& solutions, Place place)
+{
+    using T = typename X::ObjectView::Element;
+    using V = std::conditional_t<X::isSingle, T, native_lanes<T>>;
+    const auto solve = [](const auto& l, const auto& b, auto& x) { solveHeld<n>(l, b, x); };
+    return forEachBlockOf<V>(place, solve, lowerSource<n>(factors), source<n>(right), result<n>(solutions));
+}
+
+} // namespace cholesky
+
+template <class L, class B, class X>
+tarnmStatus choleskySolutions(const L& factors, const B& right, const X& solutions, std::int32_t n, Place place)
+{
+    using namespace cholesky;
+    const std::int32_t done = forOrder3to6(
+        n, [&](auto order) { return solvedInLanes<order>(factors, right, solutions, place); }, 0);
+    const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;
+    for (std::ptrdiff_t o = std::ptrdiff_t(place.first) + done; o < end; ++o)
+        choleskySolution<Loops::counted>(factors[o], right[o], solutions[o], n);
+    return StatusOk;
+}
+
+} // namespace tarnm

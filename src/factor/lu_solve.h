@@ -1,0 +1,179 @@
+// Solutions of linear systems from LU factors.
+//
+//   LuQuotients      how a solution is divided by the diagonal
+//   LuSolvePlan      what differs between the members
+//   solveLU          the kernel of all members
+//
+// Row i of a factor is the stored row that the index array names at position i, and so is element i of the right-hand
+// side. Nothing is tested: a zero on the diagonal gives infinities and NaN.
+#pragma once
+
+#include "factor/lu_lanes.h"
+
+namespace tarnm {
+
+enum class LuQuotients {
+    divided,    // by the element of the diagonal
+    reciprocal, // times its rounded reciprocal, which all vectors of a call share
+};
+
+struct LuSolvePlan {
+    LuQuotients quotientsOfCases;
+    // Calls, and slices of calls, of one or two vectors take the loops at every order.
+    bool fewVectorsTakeLoops = false;
+};
+
+namespace lu {
+
+// Where quotients are reciprocals the diagonal of `factor` holds them. `b` is in the order of the factor's rows.
+template <LuQuotients quotients, int n, class V>
+TARNM_INLINE void substituteCase(const V (&factor)[n][n], const V (&b)[n], V (&x)[n])
+{
+    V y[n];
+    TARNM_UNROLL
+    for (int i = 0; i < n; ++i) {
+        y[i] = b[i];
+        TARNM_UNROLL
+        for (int j = 1; j < i; ++j)
+            y[i] -= factor[i][j] * y[j];
+        if (i > 0) y[i] -= factor[i][0] * y[0];
+    }
+    TARNM_UNROLL
+    for (int i = n - 1; i >= 0; --i) {
+        V rest = y[i];
+        TARNM_UNROLL
+        for (int j = n - 1; j > i; --j)
+            rest -= x[j] * factor[i][j];
+        x[i] = quotients == LuQuotients::divided ? rest / factor[i][i] : rest * factor[i][i];
+    }
+}
+
+// `x` holds the intermediate results, so that it must be no part of `b`.
+template <class M, class B, class X>
+void substituteInPlace(const M& factor, ConstRowIndex index, const B& b, const X& x, std::int32_t n)
+{
+    using T = typename X::Element;
+    x.set(0, b[index[0]]);
+    for (std::int32_t i = 1; i < n; ++i) {
+        const std::int32_t row = index[i];
+        T sum = 0;
+        for (std::int32_t j = 0; j < i; ++j)
+            sum += factor(row, j) * x[j];
+        x.set(i, b[row] - sum);
+    }
+    for (std::int32_t i = n - 1; i >= 0; --i) {
+        const std::int32_t row = index[i];
+        T rest = x[i];
+        if (i < n - 1) {
+            T sum = 0;
+            for (std::int32_t j = i + 1; j < n; ++j)
+                sum += factor(row, j) * x[j];
+            rest -= sum;
+        }
+        x.set(i, rest / factor(row, i));
+    }
+}
+
+template <int n, class M, class B, class X>
+void solveCaseAlone(const M& stored, ConstRowIndex index, const B& from, const X& to)
+{
+    using T = typename X::Element;
+    T factor[n][n], b[n], x[n];
+    for (int r = 0; r < n; ++r) {
+        const std::int32_t row = index[r];
+        for (int c = 0; c < n; ++c)
+            factor[r][c] = stored(row, c);
+        b[r] = from[row];
+    }
+    substituteCase<LuQuotients::divided>(factor, b, x);
+    for (int i = 0; i < n; ++i)
+        to.set(i, x[i]);
+}
+
+template <int n, class M, class B, class X>
+void solveCasesWithOneFactor(const M& stored, ConstRowIndex index, const B& b, const X& x, Place place)
+{
+    using T = typename X::ObjectView::Element;
+    T factor[n][n];
+    std::int32_t rows[n];
+    for (int r = 0; r < n; ++r) {
+        rows[r] = index[r];
+        for (int c = 0; c < n; ++c)
+            factor[r][c] = stored(rows[r], c);
+        factor[r][r] = T(1) / factor[r][r];
+    }
+    const auto substitute = [&]<class V>(const V(&all)[n][n], const V(&given)[n], V(&solution)[n])
+        __attribute__((always_inline))
+    {
+        V ordered[n];
+        TARNM_UNROLL
+        for (int i = 0; i < n; ++i)
+            ordered[i] = given[rows[i]];
+        substituteCase<LuQuotients::reciprocal>(all, ordered, solution);
+    };
+    const auto shared = matrix<Spacing::dense, const T>(factor[0], n * sizeof(T), sizeof(T));
+    forEachBlock(place, substitute, source<n, n>(shared), source<n>(b), result<n>(x));
+}
+
+template <int n, class M, class B, class X>
+void solveCasesWithOwnFactors(const M& factors, ConstRowIndex index, const B& b, const X& x, Place place)
+{
+    using V = native_lanes<typename X::ObjectView::Element>;
+    const std::int32_t end = place.first + place.count;
+    for (std::int32_t o = place.first; o < end;) {
+        const int live = end - o < lane_count_v<V> ? end - o : lane_count_v<V>;
+        const ConstRowIndex ofBlock = indexOfObject(index, o, n);
+        if (live == 1)
+            solveCaseAlone<n>(factors[o], ofBlock, b[o], x[o]);
+        else {
+            V factor[n][n], rows[n], given[n], ordered[n], solution[n];
+            loadIndex(ofBlock, live, rows);
+            loadNamedRows(factors, o, live, ofBlock, rows, factor);
+            loadBlock(b, o, live, given);
+            inNamedOrder(given, rows, ordered);
+            substituteCase<LuQuotients::divided>(factor, ordered, solution);
+            storeBlock(x, o, live, solution);
+        }
+        o += live;
+    }
+}
+
+template <LuQuotients quotients, int n, class M, class B, class X>
+tarnmStatus solveCases(const M& factors, ConstRowIndex index, const B& b, const X& x, Place place)
+{
+    if constexpr (X::isSingle)
+        solveCaseAlone<n>(factors[0], index, b[0], x[0]);
+    else if constexpr (quotients == LuQuotients::reciprocal)
+        solveCasesWithOneFactor<n>(factors[0], index, b, x, place);
+    else
+        solveCasesWithOwnFactors<n>(factors, index, b, x, place);
+    return StatusOk;
+}
+
+} // namespace lu
+
+template <LuSolvePlan plan, class M, class B, class X>
+tarnmStatus solveLU(const M& factors, const std::int32_t* firstIndex, const B& b, const X& x, std::int32_t n,
+                    Place place)
+{
+    constexpr LuQuotients quotients = plan.quotientsOfCases;
+    const ConstRowIndex index{firstIndex, {}};
+    if (!plan.fewVectorsTakeLoops || place.count > 2) switch (n) {
+        case 3:
+            return lu::solveCases<quotients, 3>(factors, index, b, x, place);
+        case 4:
+            return lu::solveCases<quotients, 4>(factors, index, b, x, place);
+        case 5:
+            return lu::solveCases<quotients, 5>(factors, index, b, x, place);
+        case 6:
+            return lu::solveCases<quotients, 6>(factors, index, b, x, place);
+        }
+    const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;
+    for (std::ptrdiff_t o = place.first; o < end; ++o) {
+        const ConstRowIndex ofObject = M::isSingle ? index : lu::indexOfObject(index, o, n);
+        lu::substituteInPlace(factors[o], ofObject, b[o], x[o], n);
+    }
+    return StatusOk;
+}
+
+} // namespace tarnm
