@@ -186,8 +186,8 @@ template <class A> std::ptrdiff_t objects_at_once(const A& a)
     return std::clamp<std::ptrdiff_t>(fitting, 1, std::max<std::ptrdiff_t>(a.count(), 1));
 }
 
-template <class A, class B, class X>
-tarnmStatus solve_part(const factor_store<A>& store, const A& a, const B& b, const X& x)
+template <class Store, class A, class B, class X>
+tarnmStatus solve_part(const Store& store, const A& a, const B& b, const X& x)
 {
     const auto quiet = std::tie(std::nothrow);
     const auto factors = store.factors(a.count());
