@@ -16,13 +16,11 @@ public:
     Tracked(T exact)
         : value(exact)
         , bound(std::isfinite(exact) ? 0 : infinity)
-    {
-    }
+    {}
     Tracked(long double value, long double bound)
         : value(value)
         , bound(bound)
-    {
-    }
+    {}
 
     // The slack covers other orders of the same operations.
     static constexpr long double slack = 8;
@@ -44,8 +42,14 @@ public:
         return rounded(1 / value, 2 * bound / (x * x) + relative / x);
     }
 
-    friend Tracked operator+(const Tracked& a, const Tracked& b) { return rounded(a.value + b.value, a.bound + b.bound); }
-    friend Tracked operator-(const Tracked& a, const Tracked& b) { return rounded(a.value - b.value, a.bound + b.bound); }
+    friend Tracked operator+(const Tracked& a, const Tracked& b)
+    {
+        return rounded(a.value + b.value, a.bound + b.bound);
+    }
+    friend Tracked operator-(const Tracked& a, const Tracked& b)
+    {
+        return rounded(a.value - b.value, a.bound + b.bound);
+    }
     friend Tracked operator*(const Tracked& a, const Tracked& b)
     {
         if (!a.isKnown() || !b.isKnown()) return {0, infinity};
