@@ -16,7 +16,7 @@ measure     work measure of an array call, in the sizes and count, computed in w
 parallel    the measure from which on a call goes to the parallel wrapper: (dense, not dense).
 kernel      the call of the serial kernel. Placeholders: {src1} ... the operand views, {T} the element type,
             {place} the objects to work on, {spacing} dense or strided, {path} and {layout} the kernel that runs;
-            anything else of the row's `traits`.
+            anything else of the row's `traits`. The same stand in the call of `early`.
 """
 
 from dataclasses import dataclass, field
@@ -79,7 +79,7 @@ class Row:
     serial_exports: tuple = ()  # exports that measure like their siblings and stay serial
     scratch: Optional[str] = None  # bytes per thread, in the sizes and `elementSize`
     merges_status: bool = False
-    early: Optional[str] = None  # a case that the entry answers itself, ahead of the choice of path
+    early: Optional[tuple] = None  # (condition, call) that the entry answers itself, ahead of the choice of path
     kernel: Optional[str] = None  # None: not implemented, neither declared nor exported
     headers: tuple = ()
     traits: Callable = None  # (member, path) -> dict of further placeholders
@@ -105,7 +105,6 @@ class Fixed:
     measure: None = None
     agreement: None = None
     statuses: tuple = ()
-    early: None = None
     kernel: Optional[str] = None
     headers: tuple = ()
     notes: str = ""

@@ -25,8 +25,7 @@ namespace bench {
 namespace {
 
 // `rows` is 1 for a vector.
-template <class Element, int objectRows, int objectColumns>
-struct Shape {
+template <class Element, int objectRows, int objectColumns> struct Shape {
     using T = Element;
     static constexpr int rows = objectRows, columns = objectColumns, size = rows * columns;
     static constexpr bool isVector = rows == 1;
@@ -45,49 +44,29 @@ struct Difference {
 };
 
 #ifdef BENCH_HAS_GLM
-template <class S>
-struct GlmType {
+template <class S> struct GlmType {
     using type = glm::mat<S::isVector ? 4 : S::rows, S::columns, typename S::T>;
 };
-template <class T, int n>
-struct GlmType<Shape<T, 1, n>> {
+template <class T, int n> struct GlmType<Shape<T, 1, n>> {
     using type = glm::vec<n, T>;
 };
-template <class S>
-constexpr bool isGlmShape = S::columns <= 4;
+template <class S> constexpr bool isGlmShape = S::columns <= 4;
 #endif
 
 #ifdef BENCH_HAS_OPENBLAS
-void blasCopy(int n, const float* a, float* d)
-{
-    cblas_scopy(n, a, 1, d, 1);
-}
-void blasCopy(int n, const double* a, double* d)
-{
-    cblas_dcopy(n, a, 1, d, 1);
-}
-void blasAddMultiple(int n, float s, const float* a, float* d)
-{
-    cblas_saxpy(n, s, a, 1, d, 1);
-}
-void blasAddMultiple(int n, double s, const double* a, double* d)
-{
-    cblas_daxpy(n, s, a, 1, d, 1);
-}
-void blasScale(int n, float s, float* d)
-{
-    cblas_sscal(n, s, d, 1);
-}
-void blasScale(int n, double s, double* d)
-{
-    cblas_dscal(n, s, d, 1);
-}
+void blasCopy(int n, const float* a, float* d) { cblas_scopy(n, a, 1, d, 1); }
+void blasCopy(int n, const double* a, double* d) { cblas_dcopy(n, a, 1, d, 1); }
+void blasAddMultiple(int n, float s, const float* a, float* d) { cblas_saxpy(n, s, a, 1, d, 1); }
+void blasAddMultiple(int n, double s, const double* a, double* d) { cblas_daxpy(n, s, a, 1, d, 1); }
+void blasScale(int n, float s, float* d) { cblas_sscal(n, s, d, 1); }
+void blasScale(int n, double s, double* d) { cblas_dscal(n, s, d, 1); }
 #endif
 
 template <class Operation, class T>
 void plainCombine(Operation operation, const T* __restrict a, const T* __restrict b, T* __restrict d, int from, int to)
 {
-    for (int i = from; i < to; ++i) d[i] = operation(a[i], b[i]);
+    for (int i = from; i < to; ++i)
+        d[i] = operation(a[i], b[i]);
 }
 
 template <class Operation, class T, int size>
@@ -95,13 +74,14 @@ void plainCombineWithOne(Operation operation, const T* __restrict a, const T* __
                          int to)
 {
     for (int n = from; n < to; ++n)
-        for (int k = 0; k < size; ++k) d[n * size + k] = operation(a[n * size + k], b[k]);
+        for (int k = 0; k < size; ++k)
+            d[n * size + k] = operation(a[n * size + k], b[k]);
 }
 
-template <class T>
-void plainScale(const T* __restrict a, T s, T* __restrict d, int from, int to)
+template <class T> void plainScale(const T* __restrict a, T s, T* __restrict d, int from, int to)
 {
-    for (int i = from; i < to; ++i) d[i] = a[i] * s;
+    for (int i = from; i < to; ++i)
+        d[i] = a[i] * s;
 }
 
 template <class S, class Operation, class Members>
@@ -224,8 +204,7 @@ void arrayWithOne(Row& row, Operation operation, const Members& member)
 #endif
 }
 
-template <class S, class Members>
-void arrayWithConstant(Row& row, const Members& member)
+template <class S, class Members> void arrayWithConstant(Row& row, const Members& member)
 {
     using T = typename S::T;
     constexpr int size = S::size;
@@ -284,8 +263,7 @@ void arrayWithConstant(Row& row, const Members& member)
 #endif
 }
 
-template <class T, int n>
-void addVectorRows(Rows& rows)
+template <class T, int n> void addVectorRows(Rows& rows)
 {
     using S = Shape<T, 1, n>;
     rows.add("add_vava/" + S::name(), [](Row& row) { arrayWithArray<S>(row, Sum{}, MEMBER(T, tarnmAdd_vava)); });
@@ -295,8 +273,7 @@ void addVectorRows(Rows& rows)
     rows.add("mul_vac/" + S::name(), [](Row& row) { arrayWithConstant<S>(row, MEMBER(T, tarnmMul_vac)); });
 }
 
-template <class T, int n>
-void addMatrixRows(Rows& rows)
+template <class T, int n> void addMatrixRows(Rows& rows)
 {
     using S = Shape<T, n, n>;
     rows.add("add_mama/" + S::name(), [](Row& row) { arrayWithArray<S>(row, Sum{}, MEMBER(T, tarnmAdd_mama)); });
@@ -306,8 +283,7 @@ void addMatrixRows(Rows& rows)
     rows.add("mul_mac/" + S::name(), [](Row& row) { arrayWithConstant<S>(row, MEMBER(T, tarnmMul_mac)); });
 }
 
-template <class T, int... sizes>
-void addRows(Rows& rows)
+template <class T, int... sizes> void addRows(Rows& rows)
 {
     (addVectorRows<T, sizes>(rows), ...);
     (addMatrixRows<T, sizes>(rows), ...);

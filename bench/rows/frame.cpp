@@ -23,7 +23,8 @@ void entry(Row& row)
     const auto function = reinterpret_cast<decltype(&tarnmAdd_vv_32f)>(dlsym(plain, "plainAdd_vv_32f"));
     row.peer("plain C, shared library", [=](int, int) { call(function, 1); });
     row.floor("inlined", [=](int, int) {
-        for (int k = 0; k < 3; ++k) d[k] = a[k] + b[k];
+        for (int k = 0; k < 3; ++k)
+            d[k] = a[k] + b[k];
     });
 }
 
@@ -35,7 +36,8 @@ void region(Row& row)
     row.ours(MEMBER(float, tarnmAdd_vava),
              [=](auto add, int count) { return add(a, 12, 4, b, 12, 4, d, 12, 4, 3, count); });
     row.peer("OpenMP loop", [=](int first, int last) {
-        for (int i = 3 * first; i < 3 * last; ++i) d[i] = a[i] + b[i];
+        for (int i = 3 * first; i < 3 * last; ++i)
+            d[i] = a[i] + b[i];
     });
     row.floor("empty region", [](int, int) {});
 }

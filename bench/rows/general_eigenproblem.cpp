@@ -91,7 +91,8 @@ template <class S> void lapackPeer(Row& row, const Operands<S>& o, typename S::T
 }
 #endif
 
-template <class S> void peers([[maybe_unused]] Row& row, [[maybe_unused]] const Operands<S>& o, [[maybe_unused]] typename S::T* right,
+template <class S>
+void peers([[maybe_unused]] Row& row, [[maybe_unused]] const Operands<S>& o, [[maybe_unused]] typename S::T* right,
            [[maybe_unused]] typename S::T* left)
 {
 #ifdef BENCH_HAS_EIGEN

@@ -12122,6 +12122,340 @@ TARNM_API tarnmStatus tarnmFrobNorm_ma_64f_L(const double* const* ppSrc, int32_t
 TARNM_API tarnmStatus tarnmFrobNorm_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift,
     int32_t srcObjectStride, int32_t width, int32_t height, double* pDst, int32_t count);
 
+/* ---- Det ---- */
+
+/* Computes the determinant of a square matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are
+ *                     undefined on return
+ *   pDst              result: one element, contiguous
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDet_m_32f(const float* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    int32_t widthHeight, void* pBuffer, float* pDst);
+
+/* Computes the determinant of a square matrix.
+ *   ppSrc        source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   widthHeight  rows and columns of a square matrix
+ *   pBuffer      scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are undefined on
+ *                return
+ *   pDst         result: one element, contiguous
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDet_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift, int32_t widthHeight,
+    void* pBuffer, float* pDst);
+
+/* Computes the determinant of a square matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are
+ *                     undefined on return
+ *   pDst              result: one element, contiguous
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDet_m_64f(const double* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    int32_t widthHeight, void* pBuffer, double* pDst);
+
+/* Computes the determinant of a square matrix.
+ *   ppSrc        source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   widthHeight  rows and columns of a square matrix
+ *   pBuffer      scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are undefined on
+ *                return
+ *   pDst         result: one element, contiguous
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDet_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift, int32_t widthHeight,
+    void* pBuffer, double* pDst);
+
+/* Computes the determinant of a square matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are
+ *                     undefined on return
+ *   pDst              result: one element for each object, contiguous
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmDet_ma_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t widthHeight, void* pBuffer, float* pDst, int32_t count);
+
+/* Computes the determinant of a square matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are
+ *                     undefined on return
+ *   pDst              result: one element for each object, contiguous
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDet_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t widthHeight, void* pBuffer, float* pDst, int32_t count);
+
+/* Computes the determinant of a square matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   widthHeight      rows and columns of a square matrix
+ *   pBuffer          scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are undefined
+ *                    on return
+ *   pDst             result: one element for each object, contiguous
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDet_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    int32_t widthHeight, void* pBuffer, float* pDst, int32_t count);
+
+/* Computes the determinant of a square matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are
+ *                     undefined on return
+ *   pDst              result: one element for each object, contiguous
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * else StatusOk. */
+TARNM_API tarnmStatus tarnmDet_ma_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t widthHeight, void* pBuffer, double* pDst, int32_t count);
+
+/* Computes the determinant of a square matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are
+ *                     undefined on return
+ *   pDst              result: one element for each object, contiguous
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDet_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, int32_t widthHeight, void* pBuffer, double* pDst, int32_t count);
+
+/* Computes the determinant of a square matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   widthHeight      rows and columns of a square matrix
+ *   pBuffer          scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are undefined
+ *                    on return
+ *   pDst             result: one element for each object, contiguous
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), else StatusOk. */
+TARNM_API tarnmStatus tarnmDet_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    int32_t widthHeight, void* pBuffer, double* pDst, int32_t count);
+
+/* ---- Invert ---- */
+
+/* Computes the inverse of a square matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are
+ *                     undefined on return
+ *   pDst              result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusSingular (a matrix is singular
+ * within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmInvert_m_32f(const float* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    void* pBuffer, float* pDst, int32_t dstRowStride, int32_t dstElementStride, int32_t widthHeight);
+
+/* Computes the inverse of a square matrix.
+ *   ppSrc        source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pBuffer      scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are undefined on
+ *                return
+ *   ppDst        result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift  bytes added to every pointer of the table of the result
+ *   widthHeight  rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSingular (a matrix is
+ * singular within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmInvert_m_32f_P(const float* const* ppSrc, int32_t srcRoiShift, void* pBuffer,
+    float* const* ppDst, int32_t dstRoiShift, int32_t widthHeight);
+
+/* Computes the inverse of a square matrix.
+ *   pSrc              source: one matrix of widthHeight x widthHeight
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are
+ *                     undefined on return
+ *   pDst              result: one matrix of widthHeight x widthHeight
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadStride (a stride is below 1 or not a multiple of the element size), StatusSingular (a matrix is singular
+ * within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmInvert_m_64f(const double* pSrc, int32_t srcRowStride, int32_t srcElementStride,
+    void* pBuffer, double* pDst, int32_t dstRowStride, int32_t dstElementStride, int32_t widthHeight);
+
+/* Computes the inverse of a square matrix.
+ *   ppSrc        source: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   srcRoiShift  bytes added to every pointer of the table of the source
+ *   pBuffer      scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are undefined on
+ *                return
+ *   ppDst        result: table of pointers, one per element of one matrix of widthHeight x widthHeight, row by row
+ *   dstRoiShift  bytes added to every pointer of the table of the result
+ *   widthHeight  rows and columns of a square matrix
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadSize (a size is below 1),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSingular (a matrix is
+ * singular within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmInvert_m_64f_P(const double* const* ppSrc, int32_t srcRoiShift, void* pBuffer,
+    double* const* ppDst, int32_t dstRoiShift, int32_t widthHeight);
+
+/* Computes the inverse of a square matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are
+ *                     undefined on return
+ *   pDst              result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusSingular (a matrix is singular within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmInvert_ma_32f(const float* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, void* pBuffer, float* pDst, int32_t dstObjectStride, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Computes the inverse of a square matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are
+ *                     undefined on return
+ *   ppDst             result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSingular (a matrix is
+ * singular within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmInvert_ma_32f_L(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, void* pBuffer, float* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Computes the inverse of a square matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pBuffer          scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are undefined
+ *                    on return
+ *   ppDst            result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSingular (a matrix is
+ * singular within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmInvert_ma_32f_P(const float* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    void* pBuffer, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight,
+    int32_t count);
+
+/* Computes the inverse of a square matrix.
+ *   pSrc              source: the first of count matrices of widthHeight x widthHeight
+ *   srcObjectStride   bytes from one matrix of the source to the next
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are
+ *                     undefined on return
+ *   pDst              result: the first of count matrices of widthHeight x widthHeight
+ *   dstObjectStride   bytes from one matrix of the result to the next
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusSingular (a matrix is singular within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmInvert_ma_64f(const double* pSrc, int32_t srcObjectStride, int32_t srcRowStride,
+    int32_t srcElementStride, void* pBuffer, double* pDst, int32_t dstObjectStride, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Computes the inverse of a square matrix.
+ *   ppSrc             source: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   srcRoiShift       bytes added to every pointer of the table of the source
+ *   srcRowStride      bytes from one row of the source to the next
+ *   srcElementStride  bytes from one element of the source to the next
+ *   pBuffer           scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are
+ *                     undefined on return
+ *   ppDst             result: table of count pointers, one per matrix of widthHeight x widthHeight
+ *   dstRoiShift       bytes added to every pointer of the table of the result
+ *   dstRowStride      bytes from one row of the result to the next
+ *   dstElementStride  bytes from one element of the result to the next
+ *   widthHeight       rows and columns of a square matrix
+ *   count             number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSingular (a matrix is
+ * singular within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmInvert_ma_64f_L(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcRowStride,
+    int32_t srcElementStride, void* pBuffer, double* const* ppDst, int32_t dstRoiShift, int32_t dstRowStride,
+    int32_t dstElementStride, int32_t widthHeight, int32_t count);
+
+/* Computes the inverse of a square matrix.
+ *   ppSrc            source: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   srcRoiShift      bytes added to every pointer of the table of the source
+ *   srcObjectStride  bytes from one matrix of the source to the next
+ *   pBuffer          scratch of widthHeight*widthHeight*elementSize + widthHeight*4 bytes; its contents are undefined
+ *                    on return
+ *   ppDst            result: table of pointers, one per element of count matrices of widthHeight x widthHeight, row
+ *                    by row
+ *   dstRoiShift      bytes added to every pointer of the table of the result
+ *   dstObjectStride  bytes from one matrix of the result to the next
+ *   widthHeight      rows and columns of a square matrix
+ *   count            number of objects
+ * Statuses, first failure first: StatusNullPointer (a pointer argument is null), StatusBadCount (count is below 1),
+ * StatusBadSize (a size is below 1), StatusBadStride (a stride is below 1 or not a multiple of the element size),
+ * StatusBadRoiShift (a roi shift is negative or not a multiple of the element size), StatusSingular (a matrix is
+ * singular within the tolerance), else StatusOk. */
+TARNM_API tarnmStatus tarnmInvert_ma_64f_P(const double* const* ppSrc, int32_t srcRoiShift, int32_t srcObjectStride,
+    void* pBuffer, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight,
+    int32_t count);
+
 /* ---- LUDecomp ---- */
 
 /* Factors a square matrix into a lower and an upper triangular factor with row pivoting. src(index[i], j) = sum over
@@ -15221,6 +15555,23 @@ TARNM_API tarnmStatus tarnmMul_mm4x4_32f(const float* pSrc1, const float* pSrc2,
  *   pDst   the result: 16 consecutive elements, one object
  * No argument is tested. Returns StatusOk. */
 TARNM_API tarnmStatus tarnmMulTranspose_m4_32f(const float* pSrc1, const float* pSrc2, float* pDst);
+
+/* ---- Det ---- */
+
+/* Computes the determinant of a 4x4 matrix.
+ *   pSrc  source: 16 consecutive elements, one object
+ *   pDst  the result: 1 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmDet_m4_32f(const float* pSrc, float* pDst);
+
+/* ---- Invert ---- */
+
+/* Computes the inverse and, where pDet is not null, the determinant of a 4x4 matrix.
+ *   pSrc  source: 16 consecutive elements, one object
+ *   pDet  the result: 1 consecutive elements, one object
+ *   pDst  the result: 16 consecutive elements, one object
+ * No argument is tested. Returns StatusOk. */
+TARNM_API tarnmStatus tarnmInvert_m4_32f(const float* pSrc, float* pDet, float* pDst);
 
 /* ---- Translation ---- */
 

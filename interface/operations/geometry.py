@@ -22,7 +22,7 @@ def fixed(operation, code, arguments, purpose, function=None, header=None, **mor
     names = ", ".join(declaration.rpartition(" ")[2] for declaration, *_ in arguments)
     if function and "kernel" not in more:
         more["kernel"] = f"geometry::{function}({names})"
-    headers = (f"geometry/{header}.h",) if header else ()
+    headers = more.pop("headers", None) or ((f"geometry/{header}.h",) if header else ())
     name = f"tarnm{operation}_{code}_32f"
     return Fixed(operation, "geometry", name, tuple(arguments), purpose, headers=headers, **more)
 
@@ -140,9 +140,12 @@ MATRIX_ROWS = [
           notes="`mm4x4`: " + PRODUCT_NOTES),
     fixed("MulTranspose", "m4", sources(2, 16) + [MATRIX], "Writes the transpose of the product of two matrices.",
           "multiplyTransposed", "matrices", notes=UNTESTED + PRODUCT_NOTES),
-    fixed("Det", "m4", [source("pSrc", 16), result("pDst", 1)], "Computes the determinant of a matrix."),
+    fixed("Det", "m4", [source("pSrc", 16), result("pDst", 1)], "Computes the determinant of a 4x4 matrix.",
+          kernel="fixedDeterminant4(pSrc, pDst)", headers=("matrixfunc/determinant.h",)),
     fixed("Invert", "m4", [source("pSrc", 16), result("pDet", 1), MATRIX],
-          "Computes the inverse and, where pDet is not null, the determinant of a matrix."),
+          "Computes the inverse and, where pDet is not null, the determinant of a 4x4 matrix.",
+          kernel="fixedInverse4(pSrc, pDet, pDst)", headers=("matrixfunc/inverse.h",),
+          statuses=(("StatusSingular", "the matrix is singular within the tolerance"),)),
 ]  # fmt: skip
 
 BUILDER_NOTES = UNTESTED + (

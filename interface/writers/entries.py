@@ -69,7 +69,8 @@ def view(member, operand, path):
 LAYOUT_NAMES = {"S": "Layout::standard", "L": "Layout::pointerList", "P": "Layout::pointerPerElement"}
 
 
-def kernel_call(member, path, place):
+def filled_in(text, member, path, place):
+    """A call of the row with its placeholders replaced."""
     values = {
         "T": C_TYPE[member.type],
         "place": place,
@@ -85,7 +86,11 @@ def kernel_call(member, path, place):
         values[argument.name] = f"ScalarArray<{C_TYPE[member.type]}>{{{argument.name}}}"
     if getattr(member.row, "traits", None):
         values |= member.row.traits(member, path)
-    return member.row.kernel.format(**values)
+    return text.format(**values)
+
+
+def kernel_call(member, path, place):
+    return filled_in(member.row.kernel, member, path, place)
 
 
 # ---- checks and choice of path
@@ -152,12 +157,14 @@ def serial_choice(member, place, named):
 def entry(member):
     lines = [f"tarnmStatus {member.name}({c_arguments(member)})\n{{\n"]
     lines += [check(member, letter, tested) for letter, tested in member.checks]
-    if member.row.early:
-        lines.append("    " + member.row.early.format(T=C_TYPE[member.type]) + "\n")
     if isinstance_fixed(member):
         lines.append(f"    return {member.row.kernel};\n}}\n")
         return "".join(lines)
     place = "Place::whole(count)" if member.is_array else "Place::whole(1)"
+    if member.row.early:
+        condition, call = member.row.early
+        call = filled_in(call, member, paths(member)[-1], place)
+        lines.append(f"    if ({condition})\n        return {call};\n")
     if len(paths(member)) == 2:
         lines.append(f"    const bool dense = {density(member)};\n")
     if member.is_parallel:

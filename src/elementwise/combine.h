@@ -23,32 +23,16 @@
 namespace tarnm {
 
 struct Plus {
-    template <class T>
-    T operator()(T a, T b) const
-    {
-        return a + b;
-    }
+    template <class T> T operator()(T a, T b) const { return a + b; }
 };
 struct Minus {
-    template <class T>
-    T operator()(T a, T b) const
-    {
-        return a - b;
-    }
+    template <class T> T operator()(T a, T b) const { return a - b; }
 };
 struct MinusReversed {
-    template <class T>
-    T operator()(T a, T b) const
-    {
-        return b - a;
-    }
+    template <class T> T operator()(T a, T b) const { return b - a; }
 };
 struct Times {
-    template <class T>
-    T operator()(T a, T b) const
-    {
-        return b * a;
-    }
+    template <class T> T operator()(T a, T b) const { return b * a; }
 };
 
 struct Extent {
@@ -62,21 +46,20 @@ enum class Cases { none, vectors3to6, squares3to5, squares3to6 };
 namespace elementwise {
 
 // Elements of one object held in local values; stands for a single operand across the loop over objects.
-template <class T, int rows, int columns>
-struct Held {
+template <class T, int rows, int columns> struct Held {
     std::array<T, rows * columns> values;
 
     T operator()(std::ptrdiff_t r, std::ptrdiff_t c) const { return values[r * columns + c]; }
 };
 
-template <int rows, int columns, class Array>
-auto hold(const Array& array)
+template <int rows, int columns, class Array> auto hold(const Array& array)
 {
     if constexpr (Array::isSingle) {
         using T = typename Array::ObjectView::Element;
         Held<T, rows, columns> held;
         for (int r = 0; r < rows; ++r)
-            for (int c = 0; c < columns; ++c) held.values[r * columns + c] = array.object(r, c);
+            for (int c = 0; c < columns; ++c)
+                held.values[r * columns + c] = array.object(r, c);
         return Single<Held<T, rows, columns>>{held};
     } else {
         return array;
@@ -87,7 +70,8 @@ template <class Operation, class A, class B, class D>
 void combineObject(Operation operation, const A& a, const B& b, const D& d, Extent extent)
 {
     for (std::int32_t r = 0; r < extent.rows; ++r)
-        for (std::int32_t c = 0; c < extent.columns; ++c) d.set(r, c, operation(a(r, c), b(r, c)));
+        for (std::int32_t c = 0; c < extent.columns; ++c)
+            d.set(r, c, operation(a(r, c), b(r, c)));
 }
 
 template <class Operation, class A, class B, class D>

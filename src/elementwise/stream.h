@@ -32,7 +32,8 @@ template <class T> struct IsStreamable<Single<Constant<T>>> : std::true_type {};
 template <class View> struct IsConstant : std::false_type {};
 template <class T> struct IsConstant<Single<Constant<T>>> : std::true_type {};
 
-template <class T> bool isPacked(const StridedMatrix<T, Spacing::dense>& object, std::int32_t rows, std::int32_t columns)
+template <class T>
+bool isPacked(const StridedMatrix<T, Spacing::dense>& object, std::int32_t rows, std::int32_t columns)
 {
     return rows == 1 || object.rowStride == std::ptrdiff_t(sizeof(T)) * columns;
 }
@@ -46,8 +47,7 @@ bool isPacked(const Single<StridedMatrix<T, Spacing::dense>>& single, std::int32
 template <class T>
 bool isPacked(const ObjectArray<StridedMatrix<T, Spacing::dense>>& array, std::int32_t rows, std::int32_t columns)
 {
-    return isPacked(array.first, rows, columns) &&
-           array.objectStride == std::ptrdiff_t(sizeof(T)) * rows * columns;
+    return isPacked(array.first, rows, columns) && array.objectStride == std::ptrdiff_t(sizeof(T)) * rows * columns;
 }
 
 template <class T> bool isPacked(const Single<Constant<T>>&, std::int32_t, std::int32_t) { return true; }
@@ -85,8 +85,7 @@ template <class T> struct Pattern {
 };
 
 // Calls run(first element, length, where the single operand stands) until `count` objects are done.
-template <class T, class Run>
-void overPattern(const T* single, std::ptrdiff_t size, std::ptrdiff_t count, Run run)
+template <class T, class Run> void overPattern(const T* single, std::ptrdiff_t size, std::ptrdiff_t count, Run run)
 {
     std::ptrdiff_t n = 0;
     if (size < longestPattern && count >= patternCopies) {
@@ -106,8 +105,7 @@ bool combineAsStream(Operation operation, const A& a, const B& b, const D& d, st
 {
     if constexpr (IsStreamable<A>::value && IsStreamable<B>::value && IsStreamable<D>::value && !IsConstant<A>::value) {
         using T = typename D::ObjectView::Element;
-        if (!isPacked(a, rows, columns) || !isPacked(b, rows, columns) || !isPacked(d, rows, columns))
-            return false;
+        if (!isPacked(a, rows, columns) || !isPacked(b, rows, columns) || !isPacked(d, rows, columns)) return false;
 
         const std::ptrdiff_t size = std::ptrdiff_t(rows) * columns;
         const std::ptrdiff_t length = size * place.count;
@@ -126,8 +124,7 @@ bool combineAsStream(Operation operation, const A& a, const B& b, const D& d, st
                 return (!repeats && base == result) || apart(base, bytes, result, resultBytes);
             }
         };
-        if (!serves(a) || !serves(b))
-            return false;
+        if (!serves(a) || !serves(b)) return false;
 
         const T* const first = a[place.first].base;
         if constexpr (IsConstant<B>::value) {

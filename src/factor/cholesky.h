@@ -9,6 +9,7 @@
 
 #include "factor/cholesky_blocks.h"
 #include "factor/cholesky_rows.h"
+#include "factor/held.h"
 #include "factor/orders.h"
 #include "frame/operands.h"
 #include "frame/path.h"
@@ -46,16 +47,16 @@ template <class A, class L, class T> bool factored(const A& from, const L& to, i
 
 // How many rows were finished. Out of line: it serves all layouts.
 template <int n, RootForm form, class V>
-[[gnu::noinline]] int factoredRows(const V (&a)[triangleSize(n)], V (&l)[triangleSize(n)], scalar_t<V> tolerance)
+[[gnu::noinline]] int factoredRows(const V (&a)[n * n], V (&l)[n * n], scalar_t<V> tolerance)
 {
-    return choleskyRows<Loops::unrolled, form>(Triangle<const V>{a}, Triangle<V>{l}, n, tolerance);
+    return choleskyRows<Loops::unrolled, form>(HeldMatrix<const V, n>{a}, HeldMatrix<V, n>{l}, n, tolerance);
 }
 
 // Whether the objects first .. first + live - 1 were factored in lanes; else nothing is written.
 template <int n, RootForm form, class V, class S, class D, class T>
 TARNM_INLINE bool factoredBlock(const S& from, const D& to, std::ptrdiff_t first, int live, T tolerance)
 {
-    V a[triangleSize(n)], l[triangleSize(n)];
+    V a[n * n], l[n * n];
     loadTriangle<n>(from, first, live, a);
     if (factoredRows<n, form>(a, l, tolerance) < n) return false;
     storeTriangle<n>(to, first, live, l);
@@ -86,14 +87,15 @@ template <int n, class S, class D>
 [[gnu::noinline]] bool factoredGroup(const S& from, const D& to, std::ptrdiff_t first)
 {
     using V = lanes<float, groupSize>;
-    V a[triangleSize(n)], l[triangleSize(n)];
+    V a[n * n], l[n * n];
     loadTriangle<n>(from, first, groupSize, a);
-    const int rows = choleskyRows<Loops::counted, RootForm::squareFirst>(Triangle<V>{a}, Triangle<V>{l}, n, 0.0f);
+    const int rows =
+        choleskyRows<Loops::counted, RootForm::squareFirst>(HeldMatrix<V, n>{a}, HeldMatrix<V, n>{l}, n, 0.0f);
     for (int g = 0; g < groupSize; ++g) {
         const auto object = to[first + g];
         for (int i = 0; i < n && i <= rows; ++i)
             for (int j = 0; j < (i < rows ? i + 1 : i); ++j)
-                object.set(i, j, l[triangleSize(i) + j][g]);
+                object.set(i, j, l[i * n + j][g]);
     }
     return rows == n;
 }

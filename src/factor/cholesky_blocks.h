@@ -1,7 +1,5 @@
 // Lower triangles in lanes: what blocks.h does for whole matrices, for matrices whose upper elements must not be touched.
 //
-//   Triangle                       elements (i, j), i >= j, row by row, in values of our own
-//   Run                            elements of a vector in values of our own
 //   loadTriangle, storeTriangle    lower triangles of the objects first .. first + live - 1 of an array
 //   lowerSource                    operand of forEachBlock: triangles that are read
 //
@@ -15,37 +13,22 @@ namespace tarnm {
 
 namespace cholesky {
 
-constexpr int triangleSize(int n) { return n * (n + 1) / 2; }
-
-template <class V> struct Triangle {
-    V* values;
-
-    TARNM_INLINE V operator()(int i, int j) const { return values[triangleSize(i) + j]; }
-    TARNM_INLINE void set(int i, int j, V value) const { values[triangleSize(i) + j] = value; }
-};
-
-template <class V> struct Run {
-    V* values;
-
-    TARNM_INLINE V operator[](int i) const { return values[i]; }
-    TARNM_INLINE void set(int i, V value) const { values[i] = value; }
-};
-
 // body(i, j), row by row.
 template <int n, class Body> TARNM_INLINE void overTriangle(Body&& body)
 {
     TARNM_UNROLL
-    for (int i = 0; i < n; ++i)
+    for (int i = 0; i < n; ++i) {
         TARNM_UNROLL
-    for (int j = 0; j <= i; ++j)
-        body(i, j);
+        for (int j = 0; j <= i; ++j)
+            body(i, j);
+    }
 }
 
 template <int n, class V, int row = 0, class Bases>
 TARNM_INLINE void loadTriangleRows(const Bases& bases, std::ptrdiff_t rowStride, V* a)
 {
     if constexpr (row < n) {
-        blocks::loadRuns<row + 1>(bases.shifted(row * rowStride), a + triangleSize(row));
+        blocks::loadRuns<row + 1>(bases.shifted(row * rowStride), a + row * n);
         loadTriangleRows<n, V, row + 1>(bases, rowStride, a);
     }
 }
@@ -54,7 +37,7 @@ template <int n, class V, int row = 0, class Bases>
 TARNM_INLINE void storeTriangleRows(const Bases& bases, std::ptrdiff_t rowStride, const V* a)
 {
     if constexpr (row < n) {
-        blocks::storeRuns<row + 1>(bases.shifted(row * rowStride), a + triangleSize(row));
+        blocks::storeRuns<row + 1>(bases.shifted(row * rowStride), a + row * n);
         storeTriangleRows<n, V, row + 1>(bases, rowStride, a);
     }
 }
@@ -74,12 +57,8 @@ TARNM_INLINE void loadDenseTriangle(const Array& array, std::ptrdiff_t first, in
 {
     constexpr int N = lane_count_v<V>;
     if constexpr (blocks::isArray<Array>)
-        if (live == N && isPacked<n>(array)) {
-            V whole[n * n];
-            blocks::loadPacked<n * n>(static_cast<const scalar_t<V>*>(array[first].base), whole);
-            return overTriangle<n>([&](int i, int j)
-                                       __attribute__((always_inline)) { a[triangleSize(i) + j] = whole[i * n + j]; });
-        }
+        if (live == N && isPacked<n>(array))
+            return blocks::loadPacked<n * n>(static_cast<const scalar_t<V>*>(array[first].base), a);
     const auto& object = blocks::pattern(array);
     loadTriangleRows<n>(blocks::basesOf<N>(array, first, live), blocks::rowStrideOf(object), a);
 }
@@ -92,11 +71,11 @@ TARNM_INLINE void gatherTriangle(const Array& array, std::ptrdiff_t first, int l
         if (live == N && array.objectStride == std::ptrdiff_t(sizeof(scalar_t<V>))) {
             const auto object = array[first];
             return overTriangle<n>([&](int i, int j) __attribute__((always_inline)) {
-                a[triangleSize(i) + j] = load<V>(object.address(i, j));
+                a[i * n + j] = load<V>(object.address(i, j));
             });
         }
     overTriangle<n>([&](int i, int j) __attribute__((always_inline)) {
-        a[triangleSize(i) + j] = blocks::gathered<V>([&](int l) __attribute__((always_inline)) {
+        a[i * n + j] = blocks::gathered<V>([&](int l) __attribute__((always_inline)) {
             return array[first + (l < live ? l : live - 1)].address(i, j);
         });
     });
@@ -108,7 +87,7 @@ TARNM_INLINE void loadTriangle(const Array& array, std::ptrdiff_t first, [[maybe
 {
     if constexpr (lane_count_v<V> == 1 || Array::isSingle) {
         const auto object = array[first];
-        overTriangle<n>([&](int i, int j) __attribute__((always_inline)) { a[triangleSize(i) + j] = V(object(i, j)); });
+        overTriangle<n>([&](int i, int j) __attribute__((always_inline)) { a[i * n + j] = V(object(i, j)); });
     } else if constexpr (requires { requires Array::ObjectView::isDense; })
         loadDenseTriangle<n>(array, first, live, a);
     else
@@ -125,7 +104,7 @@ template <int n, class V, class Array>
         const auto object = array[first + l];
         for (int i = 0; i < n; ++i)
             for (int j = 0; j <= i; ++j)
-                object.set(i, j, loadElement(values + (triangleSize(i) + j) * lane_count_v<V> + l));
+                object.set(i, j, loadElement(values + (i * n + j) * lane_count_v<V> + l));
     }
 }
 
@@ -155,9 +134,8 @@ TARNM_INLINE bool storedInterleavedTriangle(const Array& array, std::ptrdiff_t f
         if (array.objectStride == std::ptrdiff_t(sizeof(scalar_t<V>)) &&
             blocks::isClearInterleaved<blocks::Shape<n, n>, N>(array.first)) {
             const auto object = array[first];
-            overTriangle<n>([&](int i, int j) __attribute__((always_inline)) {
-                store(object.address(i, j), a[triangleSize(i) + j]);
-            });
+            overTriangle<n>([&](int i, int j)
+                                __attribute__((always_inline)) { store(object.address(i, j), a[i * n + j]); });
             return true;
         }
     return false;
@@ -168,18 +146,15 @@ TARNM_INLINE void storeTriangle(const Array& array, std::ptrdiff_t first, int li
 {
     if constexpr (lane_count_v<V> == 1) {
         const auto object = array[first];
-        overTriangle<n>([&](int i, int j) __attribute__((always_inline)) { object.set(i, j, a[triangleSize(i) + j]); });
+        overTriangle<n>([&](int i, int j) __attribute__((always_inline)) { object.set(i, j, a[i * n + j]); });
         return;
     } else if constexpr (requires { requires Array::ObjectView::isDense; }) {
         if (live == lane_count_v<V> && storedDenseTriangle<n>(array, first, a)) return;
     } else {
         if (live == lane_count_v<V> && storedInterleavedTriangle<n>(array, first, a)) return;
     }
-    constexpr int size = triangleSize(n);
-    V copy[size];
-    TARNM_UNROLL
-    for (int e = 0; e < size; ++e)
-        copy[e] = a[e];
+    V copy[n * n];
+    overTriangle<n>([&](int i, int j) __attribute__((always_inline)) { copy[i * n + j] = a[i * n + j]; });
     storeTriangleLanes<n>(array, first, live, copy);
 }
 
@@ -189,14 +164,14 @@ template <class Array, int n> struct LowerSource {
 
 } // namespace cholesky
 
-// The kernel sees V a[n * (n + 1) / 2].
+// The kernel sees V a[n * n], of which the triangle is set.
 template <int n, class Array> cholesky::LowerSource<Array, n> lowerSource(const Array& array) { return {array}; }
 
 namespace blocks {
 
 template <class V, class Array, int n> struct Block<V, cholesky::LowerSource<Array, n>> {
     Array array;
-    V elements[cholesky::triangleSize(n)];
+    V elements[n * n];
 
     TARNM_INLINE explicit Block(const cholesky::LowerSource<Array, n>& operand)
         : array(operand.array)
@@ -207,7 +182,7 @@ template <class V, class Array, int n> struct Block<V, cholesky::LowerSource<Arr
     {
         if constexpr (!Array::isSingle) cholesky::loadTriangle<n>(array, first, live, elements);
     }
-    TARNM_INLINE const V (&argument() const)[cholesky::triangleSize(n)] { return elements; }
+    TARNM_INLINE const V (&argument() const)[n * n] { return elements; }
     TARNM_INLINE void write(std::ptrdiff_t, int) const {}
 };
 

@@ -8,6 +8,7 @@
 
 #include "factor/cholesky_blocks.h"
 #include "factor/cholesky_rows.h"
+#include "factor/held.h"
 #include "factor/orders.h"
 #include "frame/operands.h"
 #include "tarnm/tarnm.h"
@@ -17,9 +18,9 @@ namespace tarnm {
 namespace cholesky {
 
 // Out of line: it serves all layouts. A factor that all objects share is broadcast once.
-template <int n, class V> [[gnu::noinline]] void solveHeld(const V (&l)[triangleSize(n)], const V (&b)[n], V (&x)[n])
+template <int n, class V> [[gnu::noinline]] void solveHeld(const V (&l)[n * n], const V (&b)[n], V (&x)[n])
 {
-    choleskySolution<Loops::unrolled>(Triangle<const V>{l}, b, Run<V>{x}, n);
+    choleskySolution<Loops::unrolled>(HeldMatrix<const V, n>{l}, b, HeldVector<V>{x}, n);
 }
 
 template <int n, class L, class B, class X>

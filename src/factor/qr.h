@@ -6,10 +6,10 @@
 // then factored one by one in the caller's memory, so that the one that fails is left as it is by a call for it alone.
 #pragma once
 
+#include "factor/held.h"
 #include "factor/orders.h"
-#include "factor/qr_blocks.h"
 #include "factor/qr_steps.h"
-#include "frame/operands.h"
+#include "frame/blocks.h"
 #include "tarnm/tarnm.h"
 
 namespace tarnm {

@@ -6,10 +6,10 @@
 // All others work in the buffer, into which each right-hand side is copied first.
 #pragma once
 
+#include "factor/held.h"
 #include "factor/orders.h"
-#include "factor/qr_blocks.h"
 #include "factor/qr_steps.h"
-#include "frame/operands.h"
+#include "frame/blocks.h"
 #include "tarnm/tarnm.h"
 
 namespace tarnm {

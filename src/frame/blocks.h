@@ -178,7 +178,8 @@ template <class V, class Bases> TARNM_INLINE void storePieces(const Bases& bases
 template <class V, class Bases> TARNM_INLINE void loadPairs(const Bases& bases, V& x, V& y)
 {
     using Doubles = lanes<double, lane_count_v<V> / 2>;
-    const auto pairs = [&](int from) __attribute__((always_inline)) {
+    const auto pairs = [&](int from) __attribute__((always_inline))
+    {
         return V((typename V::Raw)gathered<Doubles>([&](int i) __attribute__((always_inline)) {
                      return reinterpret_cast<const double*>(bases[i / 2 * 4 + i % 2 + from]);
                  }).raw);
@@ -191,7 +192,8 @@ template <class V, class Bases> TARNM_INLINE void loadPairs(const Bases& bases, 
 template <class V, class Bases> TARNM_INLINE void storePairs(const Bases& bases, V x, V y)
 {
     using Doubles = lanes<double, lane_count_v<V> / 2>;
-    const auto storeFrom = [&](int from, V pairs) __attribute__((always_inline)) {
+    const auto storeFrom = [&](int from, V pairs) __attribute__((always_inline))
+    {
         const Doubles values((typename Doubles::Raw)pairs.raw);
         TARNM_UNROLL
         for (int i = 0; i < lane_count_v<V> / 2; ++i)
@@ -233,10 +235,8 @@ template <int length, class V, class Bases> TARNM_INLINE void loadRuns(const Bas
                 a[length - W + j] = v[j];
         }
     } else {
-        if constexpr (length >= 2)
-            loadPairs(bases, a[0], a[1]);
-        if constexpr (length % 2 != 0)
-            a[length - 1] = loadElements<V>(bases, length - 1);
+        if constexpr (length >= 2) loadPairs(bases, a[0], a[1]);
+        if constexpr (length % 2 != 0) a[length - 1] = loadElements<V>(bases, length - 1);
     }
 }
 
@@ -254,10 +254,8 @@ template <int length, class V, class Bases> TARNM_INLINE void storeRuns(const Ba
             storePieces(bases, from, v);
         }
     } else {
-        if constexpr (length >= 2)
-            storePairs(bases, a[0], a[1]);
-        if constexpr (length % 2 != 0)
-            storeElements(bases, length - 1, a[length - 1]);
+        if constexpr (length >= 2) storePairs(bases, a[0], a[1]);
+        if constexpr (length % 2 != 0) storeElements(bases, length - 1, a[length - 1]);
     }
 }
 
@@ -382,19 +380,18 @@ template <class S, class Object> TARNM_INLINE bool rowsTouch(const Object& objec
 
 // ---- Loading ----
 
-template <class S, class V, class Array> TARNM_INLINE void loadDense(const Array& array, std::ptrdiff_t first, int live, V* a)
+template <class S, class V, class Array>
+TARNM_INLINE void loadDense(const Array& array, std::ptrdiff_t first, int live, V* a)
 {
     using T = scalar_t<V>;
     constexpr int N = lane_count_v<V>;
     const auto& object = pattern(array);
     if constexpr (isArray<Array>) {
         const bool isPacked = rowsTouch<S>(object) && array.objectStride == std::ptrdiff_t(S::elements * sizeof(T));
-        if (isPacked && live == N)
-            return loadPacked<S::elements>(static_cast<const T*>(array[first].base), a);
+        if (isPacked && live == N) return loadPacked<S::elements>(static_cast<const T*>(array[first].base), a);
     }
     const auto bases = basesOf<N>(array, first, live);
-    if (rowsTouch<S>(object))
-        return loadRuns<S::elements>(bases, a);
+    if (rowsTouch<S>(object)) return loadRuns<S::elements>(bases, a);
     TARNM_UNROLL
     for (int r = 0; r < S::rows; ++r)
         loadRuns<S::columns>(bases.shifted(r * rowStrideOf(object)), a + r * S::columns);
@@ -406,8 +403,8 @@ template <class S, class V, class Object> TARNM_INLINE void loadInterleaved(cons
     TARNM_UNROLL
     for (int r = 0; r < S::rows; ++r)
         TARNM_UNROLL
-        for (int c = 0; c < S::columns; ++c)
-            a[r * S::columns + c] = load<V>(elementAddress(object, r, c));
+    for (int c = 0; c < S::columns; ++c)
+        a[r * S::columns + c] = load<V>(elementAddress(object, r, c));
 }
 
 template <class S, class V, class Array>
@@ -420,10 +417,10 @@ TARNM_INLINE void loadByElement(const Array& array, std::ptrdiff_t first, int li
         TARNM_UNROLL
         for (int r = 0; r < S::rows; ++r)
             TARNM_UNROLL
-            for (int c = 0; c < S::columns; ++c)
-                a[r * S::columns + c] = gathered<V>([&](int l) __attribute__((always_inline)) {
-                    return moved(bases[l], r * rowStrideOf(object) + c * object.elementStride.bytes);
-                });
+        for (int c = 0; c < S::columns; ++c)
+            a[r * S::columns + c] = gathered<V>([&](int l) __attribute__((always_inline)) {
+                return moved(bases[l], r * rowStrideOf(object) + c * object.elementStride.bytes);
+            });
     } else {
         const auto object = array[first];
         std::ptrdiff_t distance[N];
@@ -433,11 +430,11 @@ TARNM_INLINE void loadByElement(const Array& array, std::ptrdiff_t first, int li
         TARNM_UNROLL
         for (int r = 0; r < S::rows; ++r)
             TARNM_UNROLL
-            for (int c = 0; c < S::columns; ++c) {
-                const auto* address = elementAddress(object, r, c);
-                a[r * S::columns + c] = gathered<V>(
-                    [&](int l) __attribute__((always_inline)) { return moved(address, distance[l]); });
-            }
+        for (int c = 0; c < S::columns; ++c) {
+            const auto* address = elementAddress(object, r, c);
+            a[r * S::columns + c] =
+                gathered<V>([&](int l) __attribute__((always_inline)) { return moved(address, distance[l]); });
+        }
     }
 }
 
@@ -451,22 +448,21 @@ TARNM_INLINE void loadElementsOf(const Array& array, std::ptrdiff_t first, int l
         TARNM_UNROLL
         for (int r = 0; r < S::rows; ++r)
             TARNM_UNROLL
-            for (int c = 0; c < S::columns; ++c)
-                a[r * S::columns + c] = V(element(object, r, c));
+        for (int c = 0; c < S::columns; ++c)
+            a[r * S::columns + c] = V(element(object, r, c));
     } else if constexpr (isTransposed<Object>) {
         V stored[S::elements];
         loadElementsOf<Shape<S::columns, S::rows>>(asStored(array), first, live, stored);
         TARNM_UNROLL
         for (int r = 0; r < S::rows; ++r)
             TARNM_UNROLL
-            for (int c = 0; c < S::columns; ++c)
-                a[r * S::columns + c] = stored[c * S::rows + r];
+        for (int c = 0; c < S::columns; ++c)
+            a[r * S::columns + c] = stored[c * S::rows + r];
     } else if constexpr (requires { requires Object::isDense; })
         loadDense<S>(array, first, live, a);
     else {
         if constexpr (isArray<Array>)
-            if (array.objectStride == sizeof(scalar_t<V>) && live == N)
-                return loadInterleaved<S>(array[first], a);
+            if (array.objectStride == sizeof(scalar_t<V>) && live == N) return loadInterleaved<S>(array[first], a);
         loadByElement<S>(array, first, live, a);
     }
 }
@@ -484,8 +480,8 @@ template <class S, class V, class Array>
         const auto object = array[first + l];
         for (int r = 0; r < S::rows; ++r)
             TARNM_UNROLL
-            for (int c = 0; c < S::columns; ++c)
-                setElement(object, r, c, loadElement(values + (r * S::columns + c) * lane_count_v<V> + l));
+        for (int c = 0; c < S::columns; ++c)
+            setElement(object, r, c, loadElement(values + (r * S::columns + c) * lane_count_v<V> + l));
     }
 }
 
@@ -545,8 +541,8 @@ template <class S, class V, class Object> TARNM_INLINE void storeInterleaved(con
     TARNM_UNROLL
     for (int r = 0; r < S::rows; ++r)
         TARNM_UNROLL
-        for (int c = 0; c < S::columns; ++c)
-            store(elementAddress(object, r, c), a[r * S::columns + c]);
+    for (int c = 0; c < S::columns; ++c)
+        store(elementAddress(object, r, c), a[r * S::columns + c]);
 }
 
 template <class S, class V, class Array>
@@ -559,8 +555,8 @@ TARNM_INLINE void storeElementsOf(const Array& array, std::ptrdiff_t first, int 
         TARNM_UNROLL
         for (int r = 0; r < S::rows; ++r)
             TARNM_UNROLL
-            for (int c = 0; c < S::columns; ++c)
-                setElement(object, r, c, a[r * S::columns + c]);
+        for (int c = 0; c < S::columns; ++c)
+            setElement(object, r, c, a[r * S::columns + c]);
         return;
     } else if constexpr (requires { requires Object::isDense; }) {
         if (live == N && storedDense<S>(array, first, a)) return;
@@ -676,24 +672,22 @@ template <class V, Access access, class Array, int... extents> struct Block<V, O
     Array array;
     Elements elements;
 
-    TARNM_INLINE explicit Block(const Operand<access, Array, extents...>& operand) : array(operand.array)
+    TARNM_INLINE explicit Block(const Operand<access, Array, extents...>& operand)
+        : array(operand.array)
     {
-        if constexpr (isSingle)
-            loadBlock(array, 0, lane_count_v<V>, elements);
+        if constexpr (isSingle) loadBlock(array, 0, lane_count_v<V>, elements);
     }
 
     TARNM_INLINE void read(std::ptrdiff_t first, int live)
     {
-        if constexpr (access != Access::write && !isSingle)
-            loadBlock(array, first, live, elements);
+        if constexpr (access != Access::write && !isSingle) loadBlock(array, first, live, elements);
     }
 
     TARNM_INLINE std::conditional_t<access == Access::read, const Elements&, Elements&> argument() { return elements; }
 
     TARNM_INLINE void write(std::ptrdiff_t first, int live) const
     {
-        if constexpr (access != Access::read)
-            storeBlock(array, first, live, elements);
+        if constexpr (access != Access::read) storeBlock(array, first, live, elements);
     }
 };
 
@@ -712,8 +706,8 @@ TARNM_INLINE bool computed(const Kernel& kernel, std::ptrdiff_t first, int live,
 
 // The first object from `first` on that fails, or `end`. Out of line: it stands beside the loop over blocks.
 template <class T, class Kernel, class... Operands>
-[[gnu::noinline]] std::int32_t computedSingly(
-    const Kernel& kernel, std::int32_t first, std::int32_t end, const Operands&... operands)
+[[gnu::noinline]] std::int32_t computedSingly(const Kernel& kernel, std::int32_t first, std::int32_t end,
+                                              const Operands&... operands)
 {
     return [&](Block<T, Operands>... blocks) {
         std::int32_t n = first;
@@ -745,13 +739,13 @@ inline std::int32_t forEachBlockOf(Place place, const Kernel& kernel, const Oper
 {
     using T = scalar_t<V>;
     const std::int32_t end = place.first + place.count;
-    const auto run = [&](auto... blocks) __attribute__((always_inline)) {
+    const auto run = [&](auto... blocks) __attribute__((always_inline))
+    {
         for (std::int32_t n = place.first; n < end;) {
             const int live = end - n < lane_count_v<V> ? end - n : lane_count_v<V>;
             if (live == 1 || !blocks::computed(kernel, n, live, blocks...)) [[unlikely]] {
                 const std::int32_t reached = blocks::computedSingly<T>(kernel, n, n + live, operands...);
-                if (reached < n + live)
-                    return reached - place.first;
+                if (reached < n + live) return reached - place.first;
             }
             n += live;
         }
@@ -761,7 +755,8 @@ inline std::int32_t forEachBlockOf(Place place, const Kernel& kernel, const Oper
 }
 
 template <class Kernel, class FirstOperand, class... Operands>
-inline std::int32_t forEachBlock(Place place, const Kernel& kernel, const FirstOperand& first, const Operands&... others)
+inline std::int32_t forEachBlock(Place place, const Kernel& kernel, const FirstOperand& first,
+                                 const Operands&... others)
 {
     using T = typename blocks::OperandTraits<FirstOperand>::Element;
     return forEachBlockOf<native_lanes<T>>(place, kernel, first, others...);

@@ -8,15 +8,9 @@
 
 namespace tarnm {
 
-template <class... Pointer> constexpr bool anyNull(Pointer... pointers)
-{
-    return ((pointers == nullptr) || ...);
-}
+template <class... Pointer> constexpr bool anyNull(Pointer... pointers) { return ((pointers == nullptr) || ...); }
 
-template <class... Size> constexpr bool anyBelowOne(Size... sizes)
-{
-    return ((sizes < 1) || ...);
-}
+template <class... Size> constexpr bool anyBelowOne(Size... sizes) { return ((sizes < 1) || ...); }
 
 // Any stride below 1 or not a multiple of the element size.
 template <class T, class... Stride> constexpr bool badStride(Stride... strides)

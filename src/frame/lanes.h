@@ -32,8 +32,12 @@ template <class T, int N> struct mask {
     Raw raw; // every lane all ones or all zeros
 
     mask() = default;
-    TARNM_INLINE explicit mask(Raw bits) : raw(bits) {}
-    TARNM_INLINE mask(bool value) : raw(Raw{} - machine::MaskInteger<T>(value)) {}
+    TARNM_INLINE explicit mask(Raw bits)
+        : raw(bits)
+    {}
+    TARNM_INLINE mask(bool value)
+        : raw(Raw{} - machine::MaskInteger<T>(value))
+    {}
 
     static constexpr int size() { return N; }
     TARNM_INLINE bool operator[](int l) const { return raw[l] != 0; }
@@ -61,9 +65,13 @@ template <class T, int N> struct lanes {
     Raw raw;
 
     lanes() = default;
-    TARNM_INLINE explicit lanes(Raw values) : raw(values) {}
+    TARNM_INLINE explicit lanes(Raw values)
+        : raw(values)
+    {}
     // All lanes alike. value - 0 keeps a negative zero, 0 + value would lose it.
-    TARNM_INLINE lanes(T value) : raw(value - Raw{}) {}
+    TARNM_INLINE lanes(T value)
+        : raw(value - Raw{})
+    {}
 
     static constexpr int size() { return N; }
     TARNM_INLINE T operator[](int l) const { return raw[l]; }
@@ -99,7 +107,7 @@ private:
 template <class V> struct ValueTraits;
 
 template <class T>
-    requires std::is_floating_point_v<T>
+requires std::is_floating_point_v<T>
 struct ValueTraits<T> {
     using Scalar = T;
     using Mask = bool;
@@ -114,7 +122,10 @@ template <class T, int N> struct ValueTraits<lanes<T, N>> {
 
 // float, double or lanes
 template <class V>
-concept Value = requires { typename ValueTraits<V>::Scalar; };
+concept Value = requires
+{
+    typename ValueTraits<V>::Scalar;
+};
 
 template <class V> using scalar_t = typename ValueTraits<V>::Scalar;
 template <class V> using mask_t = typename ValueTraits<V>::Mask;
@@ -126,9 +137,7 @@ template <class T> using native_lanes = lanes<T, native_lane_count_v<T>>;
 // ---- Memory ----
 
 // Like the callers' elements: no alignment, and stored through whatever type.
-template <class T> struct [[gnu::packed, gnu::may_alias]] UnalignedValue {
-    T value;
-};
+template <class T> struct [[gnu::packed, gnu::may_alias]] UnalignedValue { T value; };
 
 template <class V> TARNM_INLINE V load(const scalar_t<V>* address)
 {
@@ -139,8 +148,7 @@ template <class V> TARNM_INLINE V load(const scalar_t<V>* address)
 }
 
 template <class T>
-    requires std::is_floating_point_v<T>
-TARNM_INLINE void store(T* address, T value)
+requires std::is_floating_point_v<T> TARNM_INLINE void store(T* address, T value)
 {
     reinterpret_cast<UnalignedValue<T>*>(address)->value = value;
 }
@@ -199,9 +207,11 @@ TARNM_INLINE double sqrt(double v) { return __builtin_sqrt(v); }
 
 template <class T, int N> TARNM_INLINE lanes<T, N> sqrt(lanes<T, N> v)
 {
-    return [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
+    return [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline))
+    {
         return lanes<T, N>(typename lanes<T, N>::Raw{sqrt(T(v.raw[I]))...});
-    }(std::make_index_sequence<N>{});
+    }
+    (std::make_index_sequence<N>{});
 }
 
 // Clears the sign, also that of a NaN.
@@ -218,22 +228,14 @@ template <class T, int N> TARNM_INLINE lanes<T, N> abs(lanes<T, N> v)
 
 // The second operand, if one is NaN or both are zero.
 template <class T>
-    requires std::is_floating_point_v<T>
-TARNM_INLINE T max(T a, T b)
-{
-    return a > b ? a : b;
-}
+requires std::is_floating_point_v<T> TARNM_INLINE T max(T a, T b) { return a > b ? a : b; }
 template <class T, int N> TARNM_INLINE lanes<T, N> max(lanes<T, N> a, std::type_identity_t<lanes<T, N>> b)
 {
     return lanes<T, N>(a.raw > b.raw ? a.raw : b.raw);
 }
 
 template <class T>
-    requires std::is_floating_point_v<T>
-TARNM_INLINE T min(T a, T b)
-{
-    return a < b ? a : b;
-}
+requires std::is_floating_point_v<T> TARNM_INLINE T min(T a, T b) { return a < b ? a : b; }
 template <class T, int N> TARNM_INLINE lanes<T, N> min(lanes<T, N> a, std::type_identity_t<lanes<T, N>> b)
 {
     return lanes<T, N>(a.raw < b.raw ? a.raw : b.raw);

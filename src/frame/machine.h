@@ -54,8 +54,7 @@ template <class T> using MaskInteger = std::conditional_t<sizeof(T) == 4, std::i
 template <class Raw> using ElementOf = std::remove_cvref_t<decltype(std::declval<Raw>()[0])>;
 template <class Raw> inline constexpr int lengthOf = int(sizeof(Raw) / sizeof(ElementOf<Raw>));
 
-template <class Raw, std::size_t... I>
-TARNM_INLINE auto halfFrom(Raw v, std::index_sequence<I...>, auto offset)
+template <class Raw, std::size_t... I> TARNM_INLINE auto halfFrom(Raw v, std::index_sequence<I...>, auto offset)
 {
     return __builtin_shufflevector(v, v, int(I + offset)...);
 }
@@ -159,8 +158,7 @@ template <int... pick, class Raw> TARNM_INLINE Raw shuffledPieces(Raw a, Raw b)
 template <class Mask, class Raw> TARNM_INLINE Raw blend(Mask mask, Raw a, Raw b)
 {
     static_assert(sizeof(Mask) == sizeof(Raw));
-    if constexpr (hasMaskRegisters)
-        return mask ? a : b;
+    if constexpr (hasMaskRegisters) return mask ? a : b;
 #if defined(__AVX__)
     // g++ 12 without 256 bit integers rewrites `?:` and the blend builtin alike into a branch per lane, wherever the
     // comparison behind the mask is out of sight (a loop is enough).
@@ -213,8 +211,7 @@ template <class Raw> TARNM_INLINE Raw rawReciprocalEstimate(Raw x)
 {
     static_assert(std::is_same_v<ElementOf<Raw>, float>);
 #if defined(__AVX__)
-    if constexpr (sizeof(Raw) == 32)
-        return __builtin_ia32_rcpps256(x);
+    if constexpr (sizeof(Raw) == 32) return __builtin_ia32_rcpps256(x);
 #endif
     if constexpr (sizeof(Raw) > pieceBytes)
         return joined(rawReciprocalEstimate(lowerHalf(x)), rawReciprocalEstimate(upperHalf(x)));
@@ -238,8 +235,7 @@ template <class Raw> TARNM_INLINE Raw rawReciprocalSqrtEstimate(Raw x)
 {
     static_assert(std::is_same_v<ElementOf<Raw>, float>);
 #if defined(__AVX__)
-    if constexpr (sizeof(Raw) == 32)
-        return __builtin_ia32_rsqrtps256(x);
+    if constexpr (sizeof(Raw) == 32) return __builtin_ia32_rsqrtps256(x);
 #endif
     if constexpr (sizeof(Raw) > pieceBytes)
         return joined(rawReciprocalSqrtEstimate(lowerHalf(x)), rawReciprocalSqrtEstimate(upperHalf(x)));

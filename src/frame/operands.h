@@ -25,9 +25,7 @@
 namespace tarnm {
 
 // Callers promise no alignment, not even that of the element, and may have stored the bytes through another type.
-template <class T> struct [[gnu::packed, gnu::may_alias]] UnalignedElement {
-    T value;
-};
+template <class T> struct [[gnu::packed, gnu::may_alias]] UnalignedElement { T value; };
 
 template <class T> inline T loadElement(const T* address)
 {
@@ -80,7 +78,10 @@ template <class T, Spacing spacing> struct StridedMatrix {
     std::ptrdiff_t rowStride;
     [[no_unique_address]] ElementStride<T, spacing> elementStride;
 
-    T* address(std::ptrdiff_t r, std::ptrdiff_t c) const { return moved(base, r * rowStride + c * elementStride.bytes); }
+    T* address(std::ptrdiff_t r, std::ptrdiff_t c) const
+    {
+        return moved(base, r * rowStride + c * elementStride.bytes);
+    }
     Element operator()(std::ptrdiff_t r, std::ptrdiff_t c) const { return loadElement<Element>(address(r, c)); }
     void set(std::ptrdiff_t r, std::ptrdiff_t c, Element value) const { storeElement<Element>(address(r, c), value); }
 
@@ -113,7 +114,10 @@ template <class T> struct ScatteredMatrix {
     std::ptrdiff_t shift;
     std::ptrdiff_t width;
 
-    T* address(std::ptrdiff_t r, std::ptrdiff_t c) const { return moved(loadElement<T*>(table + r * width + c), shift); }
+    T* address(std::ptrdiff_t r, std::ptrdiff_t c) const
+    {
+        return moved(loadElement<T*>(table + r * width + c), shift);
+    }
     Element operator()(std::ptrdiff_t r, std::ptrdiff_t c) const { return loadElement<Element>(address(r, c)); }
     void set(std::ptrdiff_t r, std::ptrdiff_t c, Element value) const { storeElement<Element>(address(r, c), value); }
 
@@ -241,14 +245,12 @@ template <Spacing spacing, class T> auto vector(T* base, std::int32_t elementStr
     return Single<StridedVector<T, spacing>>{vectorAt<spacing>(base, elementStride)};
 }
 
-template <Spacing spacing, class T>
-auto vectorArray(T* base, std::int32_t objectStride, std::int32_t elementStride)
+template <Spacing spacing, class T> auto vectorArray(T* base, std::int32_t objectStride, std::int32_t elementStride)
 {
     return ObjectArray<StridedVector<T, spacing>>{vectorAt<spacing>(base, elementStride), objectStride};
 }
 
-template <Spacing spacing, class T>
-auto vectorList(T* const* table, std::int32_t roiShift, std::int32_t elementStride)
+template <Spacing spacing, class T> auto vectorList(T* const* table, std::int32_t roiShift, std::int32_t elementStride)
 {
     return ObjectList<StridedVector<T, spacing>>{table, roiShift, vectorAt<spacing, T>(nullptr, elementStride)};
 }
@@ -258,8 +260,7 @@ template <class T> auto scatteredVector(T* const* table, std::int32_t roiShift)
     return Single<ScatteredVector<T>>{{table, roiShift}};
 }
 
-template <class T>
-auto scatteredVectorArray(T* const* table, std::int32_t roiShift, std::int32_t objectStride)
+template <class T> auto scatteredVectorArray(T* const* table, std::int32_t roiShift, std::int32_t objectStride)
 {
     return ObjectArray<ScatteredVector<T>>{{table, roiShift}, objectStride};
 }
@@ -278,7 +279,8 @@ auto matrixArray(T* base, std::int32_t objectStride, std::int32_t rowStride, std
 template <Spacing spacing, class T>
 auto matrixList(T* const* table, std::int32_t roiShift, std::int32_t rowStride, std::int32_t elementStride)
 {
-    return ObjectList<StridedMatrix<T, spacing>>{table, roiShift, matrixAt<spacing, T>(nullptr, rowStride, elementStride)};
+    return ObjectList<StridedMatrix<T, spacing>>{table, roiShift,
+                                                 matrixAt<spacing, T>(nullptr, rowStride, elementStride)};
 }
 
 template <class T> auto scatteredMatrix(T* const* table, std::int32_t roiShift, std::int32_t storedWidth)

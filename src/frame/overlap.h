@@ -20,32 +20,21 @@ inline bool apart(const void* a, std::uint64_t sizeA, const void* b, std::uint64
     return beginA <= beginB ? beginB - beginA >= sizeA : beginA - beginB >= sizeB;
 }
 
-template <class Object>
-bool isInterleaved(const ObjectArray<Object>& array)
+template <class Object> bool isInterleaved(const ObjectArray<Object>& array)
 {
     return array.objectStride == std::ptrdiff_t(sizeof(typename Object::Element));
 }
-template <class Object>
-bool isInterleaved(const Single<Object>&)
-{
-    return false;
-}
+template <class Object> bool isInterleaved(const Single<Object>&) { return false; }
 
 // Bytes from the first element to behind the last, over the objects of a call.
-template <class Object>
-std::uint64_t stretch(const ObjectArray<Object>& array, Place place)
+template <class Object> std::uint64_t stretch(const ObjectArray<Object>& array, Place place)
 {
     return std::uint64_t(place.count - 1) * std::uint64_t(array.objectStride) + sizeof(typename Object::Element);
 }
-template <class Object>
-std::uint64_t stretch(const Single<Object>&, Place)
-{
-    return sizeof(typename Object::Element);
-}
+template <class Object> std::uint64_t stretch(const Single<Object>&, Place) { return sizeof(typename Object::Element); }
 
 // No element of the vectors `a` has a byte in common with one of the vectors `b`.
-template <int length, class A, class B>
-bool elementsApart(const A& a, const B& b, Place place)
+template <int length, class A, class B> bool elementsApart(const A& a, const B& b, Place place)
 {
     for (int i = 0; i < length; ++i)
         for (int k = 0; k < length; ++k)

@@ -13,13 +13,12 @@ namespace {
 class TeamScratch {
 public:
     TeamScratch(std::int32_t threads, std::uint64_t bytesPerThread)
-        : slotSize(bytesPerThread), block(slotSize > 0 ? allocateScratch(slotSize * std::uint64_t(threads)) : nullptr)
-    {
-    }
+        : slotSize(bytesPerThread)
+        , block(slotSize > 0 ? allocateScratch(slotSize * std::uint64_t(threads)) : nullptr)
+    {}
     ~TeamScratch()
     {
-        if (block != nullptr)
-            releaseScratch(block);
+        if (block != nullptr) releaseScratch(block);
     }
     TeamScratch(const TeamScratch&) = delete;
     TeamScratch& operator=(const TeamScratch&) = delete;
@@ -40,7 +39,7 @@ tarnmStatus runRegion(std::int32_t threads, std::int32_t count, Merge merge, con
 {
     tarnmStatus status = StatusOk;
     std::int32_t teamSize = 1;
-#pragma omp parallel num_threads(threads) default(none) shared(status, teamSize, scratch) \
+#pragma omp parallel num_threads(threads) default(none) shared(status, teamSize, scratch)                              \
     firstprivate(count, merge, slice)
     {
         // The split follows the size that the team really got.
@@ -51,8 +50,7 @@ tarnmStatus runRegion(std::int32_t threads, std::int32_t count, Merge merge, con
         const tarnmStatus ours = slice(sliceOf(count, teamSize, thread), scratch.slot(thread));
         if (merge == Merge::firstFailure) {
 #pragma omp critical(tarnmStatusMerge)
-            if (status == StatusOk)
-                status = ours;
+            if (status == StatusOk) status = ours;
         }
     }
     return status;
@@ -64,8 +62,7 @@ Place sliceOf(std::int32_t count, std::int32_t teamSize, std::int32_t thread)
 {
     const std::int32_t chunk = count / teamSize;
     const std::int32_t rest = count % teamSize;
-    if (thread < rest)
-        return {thread * (chunk + 1), chunk + 1, count};
+    if (thread < rest) return {thread * (chunk + 1), chunk + 1, count};
     return {(thread - rest) * chunk + rest * (chunk + 1), chunk, count};
 }
 
@@ -73,12 +70,10 @@ tarnmStatus forkOverObjects(std::int32_t count, Merge merge, std::uint64_t scrat
                             SliceFunction slice)
 {
     const std::int32_t threads = ownGetNumThreads();
-    if (threads <= 1 || count < threads)
-        return slice(Place::whole(count), serialScratch);
+    if (threads <= 1 || count < threads) return slice(Place::whole(count), serialScratch);
 
     const TeamScratch scratch(threads, scratchPerThread);
-    if (scratch.missing())
-        return slice(Place::whole(count), serialScratch);
+    if (scratch.missing()) return slice(Place::whole(count), serialScratch);
 
     // The number may have changed since; the scratch is sized for the first answer.
     const std::int32_t requested = std::clamp(ownGetNumThreads(), std::int32_t(1), threads);

@@ -23,11 +23,11 @@ class SliceFunction {
 public:
     template <class Callable>
     SliceFunction(const Callable& callable)
-        : object(&callable), invoke([](const void* o, Place place, void* scratch) {
-              return (*static_cast<const Callable*>(o))(place, scratch);
-          })
-    {
-    }
+        : object(&callable)
+        , invoke([](const void* o, Place place, void* scratch) {
+            return (*static_cast<const Callable*>(o))(place, scratch);
+        })
+    {}
 
     tarnmStatus operator()(Place place, void* scratch) const { return invoke(object, place, scratch); }
 

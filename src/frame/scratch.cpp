@@ -20,8 +20,7 @@ bool runtimeAllocates() { return kmpc_malloc != nullptr && kmpc_free != nullptr;
 
 void* allocateScratch(std::uint64_t bytes)
 {
-    if (bytes > std::numeric_limits<std::ptrdiff_t>::max())
-        return nullptr;
+    if (bytes > std::numeric_limits<std::ptrdiff_t>::max()) return nullptr;
     const auto size = static_cast<std::size_t>(bytes);
     return runtimeAllocates() ? kmpc_malloc(size) : std::malloc(size);
 }

@@ -6,7 +6,7 @@
 // Every operation rounds to the element type, and the one division is that of the reciprocal.
 #pragma once
 
-#include "frame/lanes.h"
+#include "matrixfunc/adjugate.h"
 
 namespace tarnm {
 
@@ -41,19 +41,7 @@ template <class V> TARNM_INLINE mask_t<V> closedInverse4(const V (&a)[4][4], V t
 
     const V determinant =
         ((a[0][0] * minors[0][0] - a[1][0] * minors[1][0]) + a[2][0] * minors[2][0]) - a[3][0] * minors[3][0];
-    const V reciprocal = V(1) / determinant;
-    TARNM_UNROLL
-    for (int i = 0; i < 4; ++i)
-        TARNM_UNROLL
-    for (int j = 0; j < 4; ++j) {
-        const bool isNegative = (i + j) % 2 != 0;
-        if (!isNegative)
-            x[j][i] = reciprocal * minors[i][j];
-        else if (j == 0)
-            x[j][i] = V(0) - reciprocal * minors[i][j];
-        else
-            x[j][i] = (V(0) - minors[i][j]) * reciprocal;
-    }
+    scaledAdjugate(minors, V(1) / determinant, x);
     return tolerance > abs(determinant);
 }
 

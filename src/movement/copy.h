@@ -18,11 +18,7 @@
 namespace tarnm {
 
 // Through memory and not as a value, which could pass through a register that quiets NaNs.
-template <class T>
-TARNM_INLINE void copyElement(T* to, const T* from)
-{
-    __builtin_memcpy(to, from, sizeof(T));
-}
+template <class T> TARNM_INLINE void copyElement(T* to, const T* from) { __builtin_memcpy(to, from, sizeof(T)); }
 
 // One object after the other, row by row, no gaps.
 template <class T>
@@ -34,15 +30,11 @@ ObjectArray<StridedMatrix<T, Spacing::dense>> packedBlock(T* base, std::int32_t 
 
 namespace movement {
 
-template <class View>
-inline constexpr bool isDenseArray = false;
-template <class T>
-inline constexpr bool isDenseArray<ObjectArray<StridedMatrix<T, Spacing::dense>>> = true;
+template <class View> inline constexpr bool isDenseArray = false;
+template <class T> inline constexpr bool isDenseArray<ObjectArray<StridedMatrix<T, Spacing::dense>>> = true;
 
-template <class View>
-inline constexpr bool isScatteredArray = false;
-template <class T>
-inline constexpr bool isScatteredArray<ObjectArray<ScatteredMatrix<T>>> = true;
+template <class View> inline constexpr bool isScatteredArray = false;
+template <class T> inline constexpr bool isScatteredArray<ObjectArray<ScatteredMatrix<T>>> = true;
 
 template <class T>
 bool isPacked(const ObjectArray<StridedMatrix<T, Spacing::dense>>& array, std::int32_t rows, std::int32_t columns)
@@ -62,22 +54,25 @@ bool copyPacked(const S& from, const D& to, std::int32_t rows, std::int32_t colu
 }
 
 // Elements of neighbouring objects side by side on one hand, packed objects on the other: a transposition in lanes.
-template <int R, int C, class S, class D>
-bool copyInLanes(const S& from, const D& to, Place place)
+template <int R, int C, class S, class D> bool copyInLanes(const S& from, const D& to, Place place)
 {
     using T = typename D::ObjectView::Element;
-    const auto& table = [&]() -> const auto& {
+    const auto& table = [&]() -> const auto&
+    {
         if constexpr (isScatteredArray<S>)
             return from;
         else
             return to;
-    }();
-    const auto& block = [&]() -> const auto& {
+    }
+    ();
+    const auto& block = [&]() -> const auto&
+    {
         if constexpr (isScatteredArray<S>)
             return to;
         else
             return from;
-    }();
+    }
+    ();
     if (!isInterleaved(table) || !isPacked(block, R, C)) return false;
     const std::uint64_t bytes = std::uint64_t(block.objectStride) * std::uint64_t(place.count);
     for (int r = 0; r < R; ++r)
@@ -96,7 +91,8 @@ bool copyInLanes(const S& from, const D& to, Place place)
     }
     for (; n < end; ++n)
         for (int r = 0; r < R; ++r)
-            for (int c = 0; c < C; ++c) copyElement<T>(to[n].address(r, c), from[n].address(r, c));
+            for (int c = 0; c < C; ++c)
+                copyElement<T>(to[n].address(r, c), from[n].address(r, c));
     return true;
 }
 
@@ -114,12 +110,12 @@ bool copyAsBlock(const S& from, const D& to, std::int32_t rows, std::int32_t col
     return false;
 }
 
-template <class S, class D>
-void copyObject(const S& from, const D& to, std::int32_t rows, std::int32_t columns)
+template <class S, class D> void copyObject(const S& from, const D& to, std::int32_t rows, std::int32_t columns)
 {
     using T = typename D::Element;
     for (std::ptrdiff_t r = 0; r < rows; ++r)
-        for (std::ptrdiff_t c = 0; c < columns; ++c) copyElement<T>(to.address(r, c), from.address(r, c));
+        for (std::ptrdiff_t c = 0; c < columns; ++c)
+            copyElement<T>(to.address(r, c), from.address(r, c));
 }
 
 } // namespace movement

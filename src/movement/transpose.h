@@ -31,22 +31,22 @@ TARNM_INLINE void transposeTile(const S& from, const D& to, std::ptrdiff_t r, st
     V columns[tile];
     loadBlock(rows, 0, tile, columns);
     TARNM_UNROLL
-    for (int k = 0; k < tile; ++k) store(to.address(c + k, r), columns[k]);
+    for (int k = 0; k < tile; ++k)
+        store(to.address(c + k, r), columns[k]);
 }
 
-template <int n, class S, class D>
-TARNM_INLINE void transposeSquare(const S& from, const D& to)
+template <int n, class S, class D> TARNM_INLINE void transposeSquare(const S& from, const D& to)
 {
     using T = typename D::Element;
     if constexpr (n == tile && D::isDense && S::isDense)
         transposeTile(from, to, 0, 0);
     else
         for (int r = 0; r < n; ++r)
-            for (int c = 0; c < n; ++c) copyElement<T>(to.address(c, r), from.address(r, c));
+            for (int c = 0; c < n; ++c)
+                copyElement<T>(to.address(c, r), from.address(r, c));
 }
 
-template <class S, class D>
-void transposeBlocked(const S& from, const D& to, std::int32_t width, std::int32_t height)
+template <class S, class D> void transposeBlocked(const S& from, const D& to, std::int32_t width, std::int32_t height)
 {
     using T = typename D::Element;
     const std::ptrdiff_t wholeColumns = width - width % tile;
@@ -54,15 +54,15 @@ void transposeBlocked(const S& from, const D& to, std::int32_t width, std::int32
         const std::ptrdiff_t end = height - begin < rowsOfBlock ? height : begin + rowsOfBlock;
         const std::ptrdiff_t wholeRows = end - (end - begin) % tile;
         for (std::ptrdiff_t c = 0; c < wholeColumns; c += tile)
-            for (std::ptrdiff_t r = begin; r < wholeRows; r += tile) transposeTile(from, to, r, c);
+            for (std::ptrdiff_t r = begin; r < wholeRows; r += tile)
+                transposeTile(from, to, r, c);
         for (std::ptrdiff_t c = 0; c < width; ++c)
             for (std::ptrdiff_t r = c < wholeColumns ? wholeRows : begin; r < end; ++r)
                 copyElement<T>(to.address(c, r), from.address(r, c));
     }
 }
 
-template <class S, class D>
-void transposeObject(const S& from, const D& to, std::int32_t width, std::int32_t height)
+template <class S, class D> void transposeObject(const S& from, const D& to, std::int32_t width, std::int32_t height)
 {
     if constexpr (requires { requires S::isDense && D::isDense; })
         transposeBlocked(from, to, width, height);
@@ -70,8 +70,7 @@ void transposeObject(const S& from, const D& to, std::int32_t width, std::int32_
         copyObject(from, Transposed<D>{to}, height, width);
 }
 
-template <int n, class S, class D>
-void transposeSquares(const S& from, const D& to, Place place)
+template <int n, class S, class D> void transposeSquares(const S& from, const D& to, Place place)
 {
     for (std::ptrdiff_t i = place.first; i < std::ptrdiff_t(place.first) + place.count; ++i)
         if constexpr (requires { requires S::ObjectView::isDense && D::ObjectView::isDense; })
@@ -81,7 +80,8 @@ void transposeSquares(const S& from, const D& to, Place place)
             const auto source = from[i];
             const auto result = to[i];
             for (int r = 0; r < n; ++r)
-                for (int c = 0; c < n; ++c) copyElement<T>(result.address(c, r), source.address(r, c));
+                for (int c = 0; c < n; ++c)
+                    copyElement<T>(result.address(c, r), source.address(r, c));
         }
 }
 

@@ -13,8 +13,7 @@
 
 namespace tarnm {
 
-template <class V>
-TARNM_INLINE void crossProduct(const V (&x)[3], const V (&y)[3], V (&d)[3])
+template <class V> TARNM_INLINE void crossProduct(const V (&x)[3], const V (&y)[3], V (&d)[3])
 {
     d[0] = x[1] * y[2] - x[2] * y[1];
     d[1] = x[2] * y[0] - x[0] * y[2];
@@ -22,26 +21,24 @@ TARNM_INLINE void crossProduct(const V (&x)[3], const V (&y)[3], V (&d)[3])
 }
 
 // Reads each element where the formula needs it, also behind results that have been written.
-template <class X, class Y, class D>
-void crossInPlaceOrder(const X& x, const Y& y, const D& d)
+template <class X, class Y, class D> void crossInPlaceOrder(const X& x, const Y& y, const D& d)
 {
     d.set(0, x[1] * y[2] - x[2] * y[1]);
     d.set(1, x[2] * y[0] - x[0] * y[2]);
     d.set(2, x[0] * y[1] - x[1] * y[0]);
 }
 
-template <class X, class Y, class D>
-void crossReadWhole(const X& x, const Y& y, const D& d)
+template <class X, class Y, class D> void crossReadWhole(const X& x, const Y& y, const D& d)
 {
     using T = typename D::Element;
     const T a[3] = {x[0], x[1], x[2]}, b[3] = {y[0], y[1], y[2]};
     T result[3];
     crossProduct(a, b, result);
-    for (int k = 0; k < 3; ++k) d.set(k, result[k]);
+    for (int k = 0; k < 3; ++k)
+        d.set(k, result[k]);
 }
 
-template <class X, class Y, class D>
-void crossInLanes(const X& x, const Y& y, const D& d, Place place)
+template <class X, class Y, class D> void crossInLanes(const X& x, const Y& y, const D& d, Place place)
 {
     const auto kernel = [](const auto& a, const auto& b, auto& r) __attribute__((always_inline))
     {

@@ -27,14 +27,14 @@ enum class Grouping {
     ascending,
 };
 
-template <Grouping grouping, class V, int n>
-TARNM_INLINE V groupedSum(const V (&p)[n])
+template <Grouping grouping, class V, int n> TARNM_INLINE V groupedSum(const V (&p)[n])
 {
     static_assert(n >= 3 && n <= 6);
     V sum = p[0];
     if constexpr (grouping == Grouping::ascending) {
         TARNM_UNROLL
-        for (int k = 1; k < n; ++k) sum = sum + p[k];
+        for (int k = 1; k < n; ++k)
+            sum = sum + p[k];
         return sum;
     } else if constexpr (grouping == Grouping::fromMiddle) {
         if constexpr (n == 3) return (p[1] + p[2]) + p[0];
@@ -76,8 +76,7 @@ struct ReductionPlan {
 };
 
 // The table of all kernels.
-template <class T, Path path, Reduction reduction, bool isArray>
-constexpr ReductionPlan reductionPlan()
+template <class T, Path path, Reduction reduction, bool isArray> constexpr ReductionPlan reductionPlan()
 {
     using enum Grouping;
     using Lanes = ReductionPlan::Lanes;
@@ -97,8 +96,7 @@ constexpr ReductionPlan reductionPlan()
 
 namespace vectors {
 
-template <ReductionPlan plan, class B>
-LaneSpan laneSpan(const B& b, std::int32_t length)
+template <ReductionPlan plan, class B> LaneSpan laneSpan(const B& b, std::int32_t length)
 {
     if constexpr (plan.lanes == ReductionPlan::Lanes::fromAlignment)
         return spanFromAlignment(b.address(0), length, plan.step);
@@ -110,8 +108,7 @@ LaneSpan laneSpan(const B& b, std::int32_t length)
         return {};
 }
 
-template <Reduction reduction, class V>
-TARNM_INLINE V finished(V sum)
+template <Reduction reduction, class V> TARNM_INLINE V finished(V sum)
 {
     if constexpr (reduction == Reduction::norm)
         return sqrt(sum);
@@ -124,7 +121,8 @@ TARNM_INLINE V reduceCase(const A& a, const B& b)
 {
     V p[n];
     TARNM_UNROLL
-    for (int k = 0; k < n; ++k) p[k] = a[k] * b[k];
+    for (int k = 0; k < n; ++k)
+        p[k] = a[k] * b[k];
     return finished<reduction>(groupedSum<grouping>(p));
 }
 

@@ -10,26 +10,16 @@
 
 namespace tarnm {
 
-template <class T>
-struct ScaledSum {
+template <class T> struct ScaledSum {
     T val;
 
-    template <class V>
-    V operator()(V a, V b) const
-    {
-        return V(val) * a + b;
-    }
+    template <class V> V operator()(V a, V b) const { return V(val) * a + b; }
 };
 
-template <class T>
-struct WeightedSum {
+template <class T> struct WeightedSum {
     T val1, val2;
 
-    template <class V>
-    V operator()(V a, V b) const
-    {
-        return V(val1) * a + V(val2) * b;
-    }
+    template <class V> V operator()(V a, V b) const { return V(val1) * a + V(val2) * b; }
 };
 
 } // namespace tarnm

@@ -25,7 +25,8 @@ protected:
         const std::vector<Value> values = withFaults(call, faults);
         const tarnmStatus status = call.member()(values.data());
         std::string text;
-        for (const Fault* fault : faults) text += fault->text + ", ";
+        for (const Fault* fault : faults)
+            text += fault->text + ", ";
         ASSERT_EQ(status, expected) << call.member().name << ": " << text << "count " << call.setup().count;
         ASSERT_EQ(call.difference(), "") << call.member().name << ": " << text << "yet a result was written";
     }

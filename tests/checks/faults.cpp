@@ -64,7 +64,8 @@ std::vector<std::string> stepsOf(const std::string& order)
 {
     std::istringstream words(order);
     std::vector<std::string> steps;
-    for (std::string step; words >> step;) steps.push_back(step);
+    for (std::string step; words >> step;)
+        steps.push_back(step);
     return steps;
 }
 
@@ -128,7 +129,8 @@ std::vector<Fault> faultsOf(const Call& call)
             faults.push_back({i, value, statusOf(letter), step, onlyArrays, std::string(argument.name) + ' ' + text});
         };
         if (letter == 'N') add(Value{nullptr}, "null");
-        for (const std::int32_t bad : badValues(letter, elementSizeOf(member))) add(integer(bad), std::to_string(bad));
+        for (const std::int32_t bad : badValues(letter, elementSizeOf(member)))
+            add(integer(bad), std::to_string(bad));
     }
     for (int step = 0; step < int(steps.size()); ++step)
         if (steps[step] == "M")
@@ -141,8 +143,10 @@ std::vector<Fault> faultsOf(const Call& call)
 std::vector<Value> withFaults(const Call& call, std::initializer_list<const Fault*> faults)
 {
     std::vector<Value> values;
-    for (int i = 0; i < int(call.member().arguments().size()); ++i) values.push_back(call.value(i));
-    for (const Fault* fault : faults) values[fault->argument] = fault->value;
+    for (int i = 0; i < int(call.member().arguments().size()); ++i)
+        values.push_back(call.value(i));
+    for (const Fault* fault : faults)
+        values[fault->argument] = fault->value;
     return values;
 }
 

@@ -37,10 +37,7 @@ const std::set<std::string_view> ofGeneralOrder = {
     "Add",   "Sub",      "Det",    "Invert", "LUDecomp", "LUBackSubst", "CholeskyDecomp", "CholeskyBackSubst",
     "Trace", "FrobNorm", "L2Norm", "LComb",  "Mul",      "DotProduct",  "Saxpy",          "Transpose"};
 
-bool isFixedForm(std::string_view code)
-{
-    return code.find_first_of("234") != code.npos;
-}
+bool isFixedForm(std::string_view code) { return code.find_first_of("234") != code.npos; }
 
 const Orders& ordersOf(const Name& name)
 {

@@ -12,10 +12,7 @@ namespace {
 
 constexpr int worstFailures = 3;
 
-std::string shortName(const Member& member)
-{
-    return std::string(member.name.substr(sizeof "tarnm" - 1));
-}
+std::string shortName(const Member& member) { return std::string(member.name.substr(sizeof "tarnm" - 1)); }
 
 class Conformance : public testing::TestWithParam<const Member*> {
 protected:
@@ -62,7 +59,8 @@ TEST_P(Conformance, MatchesReference)
 std::vector<const Member*> allMembers()
 {
     std::vector<const Member*> all;
-    for (const Member& member : members()) all.push_back(&member);
+    for (const Member& member : members())
+        all.push_back(&member);
     return all;
 }
 

@@ -7,8 +7,7 @@
 namespace tarnm::test {
 namespace {
 
-template <class T>
-T specialValue(unsigned choice)
+template <class T> T specialValue(unsigned choice)
 {
     using limits = std::numeric_limits<T>;
     const T values[] = {
@@ -18,8 +17,7 @@ T specialValue(unsigned choice)
     return values[choice % std::size(values)];
 }
 
-template <class T>
-void fill(Call& call, const reference::Options& options, const Trial& trial)
+template <class T> void fill(Call& call, const reference::Options& options, const Trial& trial)
 {
     std::mt19937 generator(unsigned(trial.setup.count * 31 + trial.caseNumber * 7 + trial.setup.offset));
     std::uniform_real_distribution<double> uniform(-2, 2);
@@ -29,7 +27,8 @@ void fill(Call& call, const reference::Options& options, const Trial& trial)
             if (operands[i].direction != Direction::in || (operands[i].letter == 'c' && !operands[i].isArray)) continue;
             for (int n = 0; n < call.objects(i); ++n)
                 for (int r = 0; r < call.rows(i); ++r)
-                    for (int c = 0; c < call.columns(i); ++c) apply(i, n, r, c);
+                    for (int c = 0; c < call.columns(i); ++c)
+                        apply(i, n, r, c);
         }
     };
     overSources([&](int i, int n, int r, int c) {

@@ -19,10 +19,7 @@ const int counts[] = {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 33};
 // Bytes off a 32-byte boundary: every multiple of an element, of half of one, and odd addresses.
 const int offsets[] = {0, 4, 8, 12, 16, 20, 24, 28, 1, 2, 6, 17, 31};
 
-bool sharesElements(Style style)
-{
-    return style == Style::overlapped || style == Style::repeated;
-}
+bool sharesElements(Style style) { return style == Style::overlapped || style == Style::repeated; }
 
 // The styles of one operand. `mayShare`: objects may have elements in common.
 std::vector<Style> stylesOf(const Operand& operand, bool mayShare, bool onlyDense)
@@ -47,7 +44,8 @@ std::vector<std::vector<Style>> styleSets(const Member& member, bool mayShare)
     const auto operands = member.operands();
     std::vector<std::vector<Style>> sets;
     std::size_t most = 1;
-    for (const Operand& operand : operands) most = std::max(most, stylesOf(operand, mayShare, false).size());
+    for (const Operand& operand : operands)
+        most = std::max(most, stylesOf(operand, mayShare, false).size());
     for (std::size_t i = 0; i < most; ++i) {
         auto& set = sets.emplace_back();
         for (const Operand& operand : operands) {
@@ -71,7 +69,8 @@ std::vector<Sizes> sizesFor(const Member& member, const reference::Options& opti
 {
     if (!options.sizes) return usualSizes(member);
     std::vector<Sizes> found;
-    for (const auto& entry : options.sizes(member)) found.emplace_back(entry.begin(), entry.end());
+    for (const auto& entry : options.sizes(member))
+        found.emplace_back(entry.begin(), entry.end());
     return found;
 }
 

@@ -41,7 +41,8 @@ std::string run(const Member& member, const reference::Registration& registratio
     reference::Outcome<T> outcome(call);
     reference(problem, outcome);
     std::string text;
-    for (const std::string& line : outcome.mismatches(call, status, limit)) text += "\n  " + line;
+    for (const std::string& line : outcome.mismatches(call, status, limit))
+        text += "\n  " + line;
     return text.empty() ? text : description + text;
 }
 

@@ -18,7 +18,8 @@ class Hash {
 public:
     void add(std::uint64_t bits)
     {
-        for (int byte = 0; byte < 8; ++byte, bits >>= 8) value = (value ^ (bits & 0xff)) * 0x100000001b3;
+        for (int byte = 0; byte < 8; ++byte, bits >>= 8)
+            value = (value ^ (bits & 0xff)) * 0x100000001b3;
     }
     std::uint64_t result() const { return value; }
 
@@ -26,8 +27,7 @@ private:
     std::uint64_t value = 0xcbf29ce484222325;
 };
 
-template <class T>
-std::uint64_t bitsOf(T value)
+template <class T> std::uint64_t bitsOf(T value)
 {
     if constexpr (std::is_floating_point_v<T>) {
         if (std::isnan(value)) return ~std::uint64_t(0);
@@ -62,7 +62,8 @@ Results resultsOf(const Call& call, tarnmStatus status)
         if (operands[i].direction != Direction::out) continue;
         for (int n = 0; n < call.objects(i); ++n)
             for (int r = 0; r < call.rows(i); ++r)
-                for (int c = 0; c < call.columns(i); ++c) results.objects[n].push_back(bitsOf(call, i, n, r, c));
+                for (int c = 0; c < call.columns(i); ++c)
+                    results.objects[n].push_back(bitsOf(call, i, n, r, c));
     }
     return results;
 }
@@ -78,7 +79,8 @@ std::uint64_t digestOf(const Member& member)
         const Results results = resultsOf(call, call());
         hash.add(std::uint64_t(std::int64_t(results.status)));
         for (const auto& object : results.objects)
-            for (const std::uint64_t bits : object) hash.add(bits);
+            for (const std::uint64_t bits : object)
+                hash.add(bits);
     }
     return hash.result();
 }

@@ -80,8 +80,7 @@ bool looksAtThePlace(const Member& member)
 }
 
 // Makes the sources of object n of `to` those of object (n + by) % count of `from`.
-template <class T>
-void rotateSources(const Call& from, Call& to, int by)
+template <class T> void rotateSources(const Call& from, Call& to, int by)
 {
     const auto operands = from.member().operands();
     for (int i = 0; i < int(operands.size()); ++i) {

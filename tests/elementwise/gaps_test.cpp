@@ -8,8 +8,7 @@
 
 namespace {
 
-template <class T>
-T elementAt(const void* base, std::ptrdiff_t bytes)
+template <class T> T elementAt(const void* base, std::ptrdiff_t bytes)
 {
     T value;
     std::memcpy(&value, static_cast<const char*>(base) + bytes, sizeof value);
@@ -18,8 +17,7 @@ T elementAt(const void* base, std::ptrdiff_t bytes)
 
 constexpr int length = 3, count = 2;
 
-template <class T>
-struct Vectors {
+template <class T> struct Vectors {
     std::vector<T> source, constants, result;
     std::vector<const T*> sourceTable;
     std::vector<T*> resultTable;
@@ -29,7 +27,8 @@ struct Vectors {
         , constants{T(10), T(20)}
         , result(16, T(-1))
     {
-        for (std::size_t i = 0; i < source.size(); ++i) source[i] = T(i) + T(0.5);
+        for (std::size_t i = 0; i < source.size(); ++i)
+            source[i] = T(i) + T(0.5);
         for (int k = 0; k < length; ++k) {
             sourceTable.push_back(&source[k + 4]);
             resultTable.push_back(&result[k * count + 4]);

@@ -28,8 +28,7 @@ int singleVector(const Member& member)
     return -1;
 }
 
-template <class T>
-void runStruck(const Member& member, int length, Style style)
+template <class T> void runStruck(const Member& member, int length, Style style)
 {
     const int single = singleVector(member), array = 1 - single, result = 2;
     Call call(member, {.sizes = {{"len", length}}, .count = count, .styles = {style, style, style}});
@@ -41,7 +40,8 @@ void runStruck(const Member& member, int length, Style style)
     std::vector<std::byte*> table;
     if (member.layout == "P") {
         const auto shift = call.value(call.argumentIndex(std::string(member.operands()[single].name) + "RoiShift"));
-        for (int k = 0; k < length; ++k) table.push_back(call.address(result, struckObject, 0, k) - shift.integer);
+        for (int k = 0; k < length; ++k)
+            table.push_back(call.address(result, struckObject, 0, k) - shift.integer);
         pointer.pointer = table.data();
     } else {
         pointer.pointer = call.address(result, struckObject, 0, 0);
@@ -52,7 +52,8 @@ void runStruck(const Member& member, int length, Style style)
         call.write(result, struckObject, 0, k, vector[k]);
     }
     for (int n = 0; n < count; ++n)
-        for (int k = 0; k < call.columns(array); ++k) call.write(array, n, 0, k, T(n + 1) + T(k) / 8);
+        for (int k = 0; k < call.columns(array); ++k)
+            call.write(array, n, 0, k, T(n + 1) + T(k) / 8);
 
     answerThreadCount({1});
     ASSERT_EQ(call(), StatusOk) << member.name;

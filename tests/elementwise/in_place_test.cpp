@@ -11,8 +11,7 @@ namespace {
 // The operands of a member in the order of its list; the third is the result.
 constexpr int resultOperand = 2;
 
-template <class T>
-T before(const Call& call, int operand, int n, int r, int c)
+template <class T> T before(const Call& call, int operand, int n, int r, int c)
 {
     const Operand& o = call.member().operands()[operand];
     if (o.letter == 'c' && !o.isArray) return valueAs<T>(call.value(call.argumentIndex(o.name)));
@@ -20,8 +19,7 @@ T before(const Call& call, int operand, int n, int r, int c)
     return o.letter == 't' ? call.before<T>(operand, n, c, r) : call.before<T>(operand, n, r, c);
 }
 
-template <class T>
-void fill(Call& call)
+template <class T> void fill(Call& call)
 {
     const auto operands = call.member().operands();
     T next = T(1.25);
@@ -55,8 +53,7 @@ void shareMemory(Call& call, int source)
     }
 }
 
-template <class T>
-void runInPlace(const Member& member, int source, const Sizes& sizes, int count, Style style)
+template <class T> void runInPlace(const Member& member, int source, const Sizes& sizes, int count, Style style)
 {
     Call call(member, {.sizes = sizes, .count = count, .styles = {style, style, style}, .offset = 4});
     fill<T>(call);

@@ -14,19 +14,12 @@ inline bool isElementwise(const Member& member)
     return operation == "Add" || operation == "Sub" || (operation == "Mul" && code.find('c') != code.npos);
 }
 
-inline bool isArrayCode(std::string_view code)
-{
-    return code.find('a') != code.npos;
-}
-inline bool isVectorCode(std::string_view code)
-{
-    return code.find_first_of("mt") == code.npos;
-}
+inline bool isArrayCode(std::string_view code) { return code.find('a') != code.npos; }
+inline bool isVectorCode(std::string_view code) { return code.find_first_of("mt") == code.npos; }
 
 // One operation on two elements, as the member's operation and code say. `first` is the operand that stands first
 // in the argument list.
-template <class T>
-T combine(const Member& member, T first, T second)
+template <class T> T combine(const Member& member, T first, T second)
 {
     if (member.operation == "Add") return first + second;
     if (member.operation == "Mul") return first * second;

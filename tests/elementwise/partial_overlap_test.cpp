@@ -10,8 +10,7 @@ namespace {
 
 constexpr std::size_t middle = 512, memorySize = 2048;
 
-template <class T>
-std::vector<char> sampleMemory()
+template <class T> std::vector<char> sampleMemory()
 {
     std::vector<char> memory(memorySize);
     for (std::size_t i = 0; i + sizeof(T) <= memorySize; i += sizeof(T)) {
@@ -21,8 +20,7 @@ std::vector<char> sampleMemory()
     return memory;
 }
 
-template <class T>
-T load(const std::vector<char>& memory, std::size_t at)
+template <class T> T load(const std::vector<char>& memory, std::size_t at)
 {
     T value;
     std::memcpy(&value, &memory[at], sizeof value);
@@ -47,21 +45,22 @@ void expectAscending(int length, int stride, std::ptrdiff_t distance, Call call,
 }
 
 // Distances in elements, and in bytes that are no multiple of one.
-template <class T>
-std::vector<std::ptrdiff_t> distances()
+template <class T> std::vector<std::ptrdiff_t> distances()
 {
     std::vector<std::ptrdiff_t> found;
-    for (int elements = -9; elements <= 9; ++elements) found.push_back(elements * std::ptrdiff_t(sizeof(T)));
-    for (const int bytes : {-31, -13, -6, -2, -1, 1, 2, 3, 6, 13, 31}) found.push_back(bytes);
+    for (int elements = -9; elements <= 9; ++elements)
+        found.push_back(elements * std::ptrdiff_t(sizeof(T)));
+    for (const int bytes : {-31, -13, -6, -2, -1, 1, 2, 3, 6, 13, 31})
+        found.push_back(bytes);
     return found;
 }
 
-template <class T, class Run>
-void overAllOverlaps(Run run)
+template <class T, class Run> void overAllOverlaps(Run run)
 {
     for (int length = 1; length <= 40; ++length)
         for (const int stride : {int(sizeof(T)), 2 * int(sizeof(T))})
-            for (const std::ptrdiff_t distance : distances<T>()) ASSERT_NO_FATAL_FAILURE(run(length, stride, distance));
+            for (const std::ptrdiff_t distance : distances<T>())
+                ASSERT_NO_FATAL_FAILURE(run(length, stride, distance));
 }
 
 TEST(ElementwisePartialOverlap, SumWithAConstantGoesInAscendingOrder)
@@ -107,7 +106,8 @@ TEST(ElementwisePartialOverlap, MultipleGoesInAscendingOrder)
 TEST(ElementwisePartialOverlap, SumOfVectorsGoesInAscendingOrderForEitherSource)
 {
     std::vector<float> other(64);
-    for (int k = 0; k < 64; ++k) other[k] = 0.125f * float(k * k);
+    for (int k = 0; k < 64; ++k)
+        other[k] = 0.125f * float(k * k);
     overAllOverlaps<float>([&](int length, int stride, std::ptrdiff_t distance) {
         expectAscending<float>(
             length, stride, distance,
@@ -129,7 +129,8 @@ TEST(ElementwisePartialOverlap, EntriesOfTheResultMayBeEntriesOfTheSource)
 {
     for (int length = 1; length <= 20; ++length) {
         std::vector<float> memory(64), expected;
-        for (int i = 0; i < 64; ++i) memory[i] = float(i) + 0.5f;
+        for (int i = 0; i < 64; ++i)
+            memory[i] = float(i) + 0.5f;
         expected = memory;
         std::vector<const float*> source;
         std::vector<float*> result;

@@ -15,7 +15,8 @@ TEST(ElementwiseScaling, AMatrixAndItsRowsAsVectorsGiveTheSame)
             constexpr int count = 9;
             const int rowStride = length * elementStride + 12;
             std::vector<float> source(std::size_t(rowStride) / 4 * count);
-            for (std::size_t i = 0; i < source.size(); ++i) source[i] = float(i) / 7;
+            for (std::size_t i = 0; i < source.size(); ++i)
+                source[i] = float(i) / 7;
             std::vector<float> asMatrix(source.size(), -1.0f), asVectors(source.size(), -1.0f);
             ASSERT_EQ(tarnmMul_mc_32f(source.data(), rowStride, elementStride, 1.1f, asMatrix.data(), rowStride,
                                       elementStride, length, count),

@@ -18,7 +18,8 @@ constexpr std::uint32_t signalling = 0x7FA00001, quietBit = 0x00400000;
 std::vector<float> filledWithSignalling(int length)
 {
     std::vector<float> values(length);
-    for (float& value : values) std::memcpy(&value, &signalling, sizeof value);
+    for (float& value : values)
+        std::memcpy(&value, &signalling, sizeof value);
     return values;
 }
 

@@ -38,7 +38,7 @@ class BlockMover {
 public:
     std::string name;
     int laneCount, rows, columns, elementSize;
-    bool isOnlyDense;   // the large shapes, which would take long to compile in all forms
+    bool isOnlyDense; // the large shapes, which would take long to compile in all forms
     bool canTranspose;
 
     virtual ~BlockMover() = default;
@@ -61,10 +61,14 @@ public:
 
 protected:
     BlockMover(std::string moverName, int lanes, int r, int c, int size, bool onlyDense, bool transposes)
-        : name(std::move(moverName)), laneCount(lanes), rows(r), columns(c), elementSize(size), isOnlyDense(onlyDense)
+        : name(std::move(moverName))
+        , laneCount(lanes)
+        , rows(r)
+        , columns(c)
+        , elementSize(size)
+        , isOnlyDense(onlyDense)
         , canTranspose(transposes)
-    {
-    }
+    {}
 };
 
 using BlockMovers = std::vector<std::shared_ptr<const BlockMover>>;

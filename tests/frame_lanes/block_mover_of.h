@@ -24,8 +24,7 @@ public:
         : BlockMover((sizeof(T) == 4 ? "float" : "double") + std::to_string(N) +
                          (isVector ? "Vector" : "Matrix" + std::to_string(R) + "x") + std::to_string(C),
                      N, rowCount, C, int(sizeof(T)), forms == Forms::dense, forms == Forms::allAndTransposed)
-    {
-    }
+    {}
 
     void put(unsigned char* address, double value) const override
     {
@@ -45,8 +44,7 @@ public:
     {
         const auto* table = reinterpret_cast<const T* const*>(p.table.data());
         if (p.isDense) return loadedFrom(list<Spacing::dense>(table, p), first, live);
-        if constexpr (forms != Forms::dense)
-            return loadedFrom(list<Spacing::strided>(table, p), first, live);
+        if constexpr (forms != Forms::dense) return loadedFrom(list<Spacing::strided>(table, p), first, live);
         std::abort();
     }
     std::vector<double> load(const ScatteredPlace& p, int first, int live) const override
@@ -76,7 +74,8 @@ public:
     {
         const auto* table = reinterpret_cast<const T* const*>(p.table.data());
         if constexpr (forms == Forms::allAndTransposed)
-            return loadedFrom(transposed(scatteredMatrixArray(table, p.shift, std::int32_t(p.objectStride), R)), first, live);
+            return loadedFrom(transposed(scatteredMatrixArray(table, p.shift, std::int32_t(p.objectStride), R)), first,
+                              live);
         std::abort();
     }
 
@@ -130,7 +129,8 @@ private:
         T values[rowCount * C * N];
     };
 
-    template <class Array> [[gnu::noinline]] static std::vector<double> loadedFrom(const Array& array, int first, int live)
+    template <class Array>
+    [[gnu::noinline]] static std::vector<double> loadedFrom(const Array& array, int first, int live)
     {
         Block a;
         loadBlock(array, first, live, a);

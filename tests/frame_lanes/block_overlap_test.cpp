@@ -26,7 +26,8 @@ protected:
             for (int r = 0; r < 3; ++r)
                 for (int c = 0; c < 3; ++c) {
                     setLane(a[r][c], n, valueOf(n, r, c));
-                    expected[std::size_t((n * objectStride + r * rowStride + c * elementStride) / size)] = valueOf(n, r, c);
+                    expected[std::size_t((n * objectStride + r * rowStride + c * elementStride) / size)] =
+                        valueOf(n, r, c);
                 }
         storeBlock(viewOf(actual.data()), 0, N, a);
         EXPECT_EQ(actual, expected);

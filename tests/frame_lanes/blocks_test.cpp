@@ -57,11 +57,11 @@ protected:
 
     void checkStrided(const Distances& d, bool isDense, Flush flush, std::size_t slip) const
     {
-        SCOPED_TRACE(testing::Message() << "strides " << d.object << ' ' << d.row << ' ' << d.element << " slip " << slip);
+        SCOPED_TRACE(testing::Message() << "strides " << d.object << ' ' << d.row << ' ' << d.element << " slip "
+                                        << slip);
         const auto putObject = [&](unsigned char* memory, int n) {
-            forElements([&](int r, int c) {
-                mover.put(memory + n * d.object + r * d.row + c * d.element, valueOf(n, r, c));
-            });
+            forElements(
+                [&](int r, int c) { mover.put(memory + n * d.object + r * d.row + c * d.element, valueOf(n, r, c)); });
         };
         GuardedMemory source(extent(d, count), flush, slip);
         for (int n = 0; n < count; ++n)
@@ -112,9 +112,10 @@ protected:
             mover.store(ListPlace{result.table, shift, d, isDense}, first, live);
             for (int n = 0; n < count; ++n) {
                 const bool isWritten = n >= first && n < first + live;
-                const Bytes expected = isWritten ? source.memory[std::size_t(n)]->contents()
-                                                 : Bytes(extent(d, 1), GuardedMemory::canary);
-                EXPECT_TRUE(result.memory[std::size_t(n)]->contents() == expected) << "first " << first << " object " << n;
+                const Bytes expected =
+                    isWritten ? source.memory[std::size_t(n)]->contents() : Bytes(extent(d, 1), GuardedMemory::canary);
+                EXPECT_TRUE(result.memory[std::size_t(n)]->contents() == expected)
+                    << "first " << first << " object " << n;
             }
         });
     }
@@ -129,7 +130,8 @@ protected:
         const auto makePattern = [&] {
             Pattern pattern;
             for (int k = 0; k < R * C; ++k) {
-                pattern.memory.push_back(std::make_unique<GuardedMemory>(bytes, k % 2 == 0 ? Flush::end : Flush::begin));
+                pattern.memory.push_back(
+                    std::make_unique<GuardedMemory>(bytes, k % 2 == 0 ? Flush::end : Flush::begin));
                 pattern.table.push_back(pattern.memory.back()->data() - shift);
             }
             return pattern;
@@ -147,7 +149,8 @@ protected:
                 Bytes expected(bytes, GuardedMemory::canary);
                 for (int n = first; n < first + live; ++n)
                     mover.put(expected.data() + n * objectStride, valueOf(n, k / C, k % C));
-                EXPECT_TRUE(result.memory[std::size_t(k)]->contents() == expected) << "first " << first << " element " << k;
+                EXPECT_TRUE(result.memory[std::size_t(k)]->contents() == expected)
+                    << "first " << first << " element " << k;
             }
         });
     }
@@ -172,17 +175,17 @@ protected:
         };
         const std::vector<unsigned char*> source = makeTable(), result = makeTable();
         for (int n = 0; n < count; ++n)
-            forElements([&](int r, int c) {
-                mover.put(source[std::size_t(n)] + r * rowStride + c * size, valueOf(n, r, c));
-            });
+            forElements(
+                [&](int r, int c) { mover.put(source[std::size_t(n)] + r * rowStride + c * size, valueOf(n, r, c)); });
         const Distances d = {0, rowStride, size};
         forBlocks([&](int first, int live) {
             expectLanes(mover.load(ListPlace{source, 0, d, true}, first, live), first, live);
             mover.store(ListPlace{result, 0, d, true}, first, live);
             for (int n = first; n < first + live; ++n)
                 for (int r = 0; r < R; ++r)
-                    EXPECT_EQ(std::memcmp(result[std::size_t(n)] + r * rowStride, source[std::size_t(n)] + r * rowStride,
-                                          rowBytes), 0);
+                    EXPECT_EQ(std::memcmp(result[std::size_t(n)] + r * rowStride,
+                                          source[std::size_t(n)] + r * rowStride, rowBytes),
+                              0);
         });
         for (const auto& table : {source, result})
             for (unsigned char* first : table)
@@ -218,17 +221,14 @@ class BlocksOfAllForms : public Blocks {};
 TEST_P(BlocksOfAllForms, StridedArrays)
 {
     const std::ptrdiff_t row = C * size, object = R * row;
-    checkStrided({object, row, size}, false);                 // packed, seen as strided
-    checkStrided({object, size, R * size}, false);            // stored by columns
+    checkStrided({object, row, size}, false);      // packed, seen as strided
+    checkStrided({object, size, R * size}, false); // stored by columns
     checkStrided({2 * object + size, 2 * row, 2 * size}, false);
-    checkStrided({size, C * 32 * size, 32 * size}, false);    // structure of arrays
-    checkStrided({size, 32 * size, R * 32 * size}, false);    // the same by columns
+    checkStrided({size, C * 32 * size, 32 * size}, false); // structure of arrays
+    checkStrided({size, 32 * size, R * 32 * size}, false); // the same by columns
 }
 
-TEST_P(BlocksOfAllForms, StridedLists)
-{
-    checkList({0, 3 * C * size, 2 * size}, std::int32_t(size), false);
-}
+TEST_P(BlocksOfAllForms, StridedLists) { checkList({0, 3 * C * size, 2 * size}, std::int32_t(size), false); }
 
 TEST_P(BlocksOfAllForms, ScatteredArrays)
 {

@@ -81,8 +81,8 @@ TEST(Estimates, OfZeroAndInfinity)
 TEST(RefinedReciprocal, IsOneStepFromTheEstimate)
 {
     std::vector<float> values = samples(-126, 127);
-    for (float special : {0.0f, -0.0f, std::numeric_limits<float>::infinity(), 1e-40f,
-                          std::numeric_limits<float>::quiet_NaN()})
+    for (float special :
+         {0.0f, -0.0f, std::numeric_limits<float>::infinity(), 1e-40f, std::numeric_limits<float>::quiet_NaN()})
         values.push_back(special);
     for (float x : values) {
         const volatile float r0 = reciprocalEstimate(x);

@@ -15,7 +15,10 @@ protected:
     static constexpr int N = lane_count_v<V>;
     static constexpr int size = sizeof(T);
 
-    static auto packed(const std::vector<T>& v) { return matrixArray<Spacing::dense>(v.data(), 4 * size, 2 * size, size); }
+    static auto packed(const std::vector<T>& v)
+    {
+        return matrixArray<Spacing::dense>(v.data(), 4 * size, 2 * size, size);
+    }
     static auto packed(std::vector<T>& v) { return matrixArray<Spacing::dense>(v.data(), 4 * size, 2 * size, size); }
 
     static std::vector<T> objects(int count)
@@ -55,8 +58,9 @@ TYPED_TEST(ForEachBlock, CompletesEveryCount)
     for (int count = 0; count <= 3 * this->N + 1; ++count) {
         const std::vector<T> source = this->objects(count + 1);
         std::vector<T> result(source.size(), T(-7));
-        const auto completed = forEachBlockOf<TypeParam>(Place::whole(count), kernel, ::tarnm::source<2, 2>(this->packed(source)),
-                                                         ::tarnm::result<2, 2>(this->packed(result)));
+        const auto completed =
+            forEachBlockOf<TypeParam>(Place::whole(count), kernel, ::tarnm::source<2, 2>(this->packed(source)),
+                                      ::tarnm::result<2, 2>(this->packed(result)));
         EXPECT_EQ(completed, count);
         for (int i = 0; i < 4 * count; ++i)
             ASSERT_EQ(result[std::size_t(i)], twiceTransposedAt(source, i)) << count << ' ' << i;
@@ -73,13 +77,14 @@ TYPED_TEST(ForEachBlock, WorksOnTheObjectsOfItsPlaceOnly)
     for (int first = 0; first < total; ++first)
         for (int count = 1; first + count <= total; ++count) {
             std::vector<T> result(source.size(), T(-7));
-            const auto completed =
-                forEachBlockOf<TypeParam>(Place{first, count, total}, kernel, ::tarnm::source<2, 2>(this->packed(source)),
-                                          ::tarnm::result<2, 2>(this->packed(result)));
+            const auto completed = forEachBlockOf<TypeParam>(Place{first, count, total}, kernel,
+                                                             ::tarnm::source<2, 2>(this->packed(source)),
+                                                             ::tarnm::result<2, 2>(this->packed(result)));
             ASSERT_EQ(completed, count);
             for (int i = 0; i < 4 * total; ++i) {
                 const bool isOurs = i / 4 >= first && i / 4 < first + count;
-                ASSERT_EQ(result[std::size_t(i)], isOurs ? twiceTransposedAt(source, i) : T(-7)) << first << ' ' << count;
+                ASSERT_EQ(result[std::size_t(i)], isOurs ? twiceTransposedAt(source, i) : T(-7))
+                    << first << ' ' << count;
             }
         }
 }
@@ -111,7 +116,8 @@ TYPED_TEST(ForEachBlock, CountsCompletedObjectsFromThePlace)
         std::vector<T> source = this->objects(total), result(source.size());
         source[std::size_t(4 * (first + failing))] = T(-1);
         source[0] = T(-1); // outside the place
-        EXPECT_EQ(forEachBlockOf<TypeParam>(Place{first, count, total}, kernel, ::tarnm::source<2, 2>(this->packed(source)),
+        EXPECT_EQ(forEachBlockOf<TypeParam>(Place{first, count, total}, kernel,
+                                            ::tarnm::source<2, 2>(this->packed(source)),
                                             ::tarnm::result<2, 2>(this->packed(result))),
                   failing);
     }
@@ -146,8 +152,9 @@ TYPED_TEST(ForEachBlock, GoesOnBehindABlockThatFailsWithoutAFailingObject)
         const mask_t<V> failed = twiceTransposed(a, x);
         return lane_count_v<V> == 1 ? mask_t<V>(false) : failed;
     };
-    const auto completed = forEachBlockOf<TypeParam>(Place::whole(count), wary, ::tarnm::source<2, 2>(this->packed(source)),
-                                                     ::tarnm::result<2, 2>(this->packed(result)));
+    const auto completed =
+        forEachBlockOf<TypeParam>(Place::whole(count), wary, ::tarnm::source<2, 2>(this->packed(source)),
+                                  ::tarnm::result<2, 2>(this->packed(result)));
     EXPECT_EQ(completed, count);
     for (int i = 0; i < 4 * count; ++i)
         ASSERT_EQ(result[std::size_t(i)], twiceTransposedAt(source, i));
@@ -197,7 +204,8 @@ TYPED_TEST(ForEachBlock, MixesOperandsOfAllShapes)
     };
     const auto completed = forEachBlockOf<TypeParam>(
         Place::whole(count), accumulate, source<2, 3>(::tarnm::matrix<Spacing::dense>(matrix.data(), 3 * size, size)),
-        source<3>(vectorArray<Spacing::dense>(vectors.data(), 3 * size, size)), source(constantArray(factors.data(), size)),
+        source<3>(vectorArray<Spacing::dense>(vectors.data(), 3 * size, size)),
+        source(constantArray(factors.data(), size)),
         updated<2>(vectorArray<Spacing::strided>(sums.data(), 2 * size, size)), result(ScalarArray<T>{lengths.data()}));
     EXPECT_EQ(completed, count);
     for (int n = 0; n < count; ++n) {

@@ -14,8 +14,19 @@ namespace {
 template <class T> std::vector<T> specialValues()
 {
     using Limits = std::numeric_limits<T>;
-    std::vector<T> values = {T(0), T(1), T(1.5), T(3), T(0.1), T(1e10), T(1e-20), Limits::min(), Limits::denorm_min(),
-                             Limits::min() / 2, Limits::max(), Limits::epsilon(), Limits::infinity(),
+    std::vector<T> values = {T(0),
+                             T(1),
+                             T(1.5),
+                             T(3),
+                             T(0.1),
+                             T(1e10),
+                             T(1e-20),
+                             Limits::min(),
+                             Limits::denorm_min(),
+                             Limits::min() / 2,
+                             Limits::max(),
+                             Limits::epsilon(),
+                             Limits::infinity(),
                              Limits::quiet_NaN()};
     for (std::size_t i = 0, count = values.size(); i < count; ++i)
         values.push_back(std::copysign(values[i], T(-1)));
@@ -148,7 +159,7 @@ TYPED_TEST(Lanes, ComparisonsAreThoseOfScalars)
     using V = TypeParam;
     using T = scalar_t<V>;
     this->forAllPairs([](V a, V b, const T* x, const T* y) {
-        const mask_t<V> less = a < b, lessEqual = a <= b, greater = a > b, greaterEqual = a >= b;
+        const mask_t<V> less = a<b, lessEqual = a <= b, greater = a> b, greaterEqual = a >= b;
         const mask_t<V> equal = a == b, unequal = a != b;
         for (int l = 0; l < lane_count_v<V>; ++l) {
             EXPECT_EQ(lane(less, l), x[l] < y[l]) << x[l] << ' ' << y[l];

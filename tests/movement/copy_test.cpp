@@ -9,13 +9,8 @@
 
 namespace {
 
-template <class T, class Bits>
-void writeBits(T* at, Bits bits)
-{
-    std::memcpy(at, &bits, sizeof bits);
-}
-template <class Bits, class T>
-Bits readBits(const T* at)
+template <class T, class Bits> void writeBits(T* at, Bits bits) { std::memcpy(at, &bits, sizeof bits); }
+template <class Bits, class T> Bits readBits(const T* at)
 {
     Bits bits;
     std::memcpy(&bits, at, sizeof bits);
@@ -30,7 +25,8 @@ TEST(Copy, MovesBitPatternsOfSingles)
 {
     constexpr int count = 21;
     std::vector<float> from(9 * count), to(9 * count), planes(9 * count);
-    for (std::size_t i = 0; i < from.size(); ++i) writeBits(&from[i], patterns32[i % std::size(patterns32)]);
+    for (std::size_t i = 0; i < from.size(); ++i)
+        writeBits(&from[i], patterns32[i % std::size(patterns32)]);
     const float* source[9];
     float* result[9];
     for (int k = 0; k < 9; ++k) {
@@ -46,7 +42,8 @@ TEST(Copy, MovesBitPatternsOfSingles)
 TEST(Copy, MovesBitPatternsOfDoubles)
 {
     std::vector<double> from(20), to(40);
-    for (std::size_t i = 0; i < from.size(); ++i) writeBits(&from[i], patterns64[i % std::size(patterns64)]);
+    for (std::size_t i = 0; i < from.size(); ++i)
+        writeBits(&from[i], patterns64[i % std::size(patterns64)]);
     ASSERT_EQ(tarnmCopy_va_64f_SS(from.data(), 16, 8, to.data(), 32, 16, 2, 10), StatusOk);
     for (std::size_t i = 0; i < from.size(); ++i)
         EXPECT_EQ(readBits<std::uint64_t>(&to[2 * i]), patterns64[i % std::size(patterns64)]) << i;
@@ -74,18 +71,22 @@ TEST(Copy, RunsForwardThroughOverlappingMemory)
 {
     // The element that is read has been written by the step before.
     float data[30];
-    for (int i = 0; i < 30; ++i) data[i] = float(i);
+    for (int i = 0; i < 30; ++i)
+        data[i] = float(i);
     ASSERT_EQ(tarnmCopy_va_32f_SS(data, 12, 4, data + 1, 12, 4, 3, 9), StatusOk);
-    for (int i = 0; i <= 27; ++i) EXPECT_EQ(data[i], 0.0f) << i;
+    for (int i = 0; i <= 27; ++i)
+        EXPECT_EQ(data[i], 0.0f) << i;
     EXPECT_EQ(data[28], 28.0f);
 }
 
 TEST(Copy, OntoItselfChangesNothing)
 {
     float data[30];
-    for (int i = 0; i < 30; ++i) data[i] = float(i);
+    for (int i = 0; i < 30; ++i)
+        data[i] = float(i);
     ASSERT_EQ(tarnmCopy_va_32f_SS(data, 12, 4, data, 12, 4, 3, 10), StatusOk);
-    for (int i = 0; i < 30; ++i) EXPECT_EQ(data[i], float(i));
+    for (int i = 0; i < 30; ++i)
+        EXPECT_EQ(data[i], float(i));
 }
 
 TEST(Copy, TestsSizesAheadOfTheCount)
@@ -128,7 +129,8 @@ TEST(Extract, OfATransposedMatrixBeginsWithItsFirstStoredColumn)
     float block[6] = {};
     ASSERT_EQ(tarnmExtract_t_32f(stored[0], 8, 4, block, 3, 2), StatusOk);
     const float expected[] = {1, 3, 5, 2, 4, 6};
-    for (int i = 0; i < 6; ++i) EXPECT_EQ(block[i], expected[i]) << i;
+    for (int i = 0; i < 6; ++i)
+        EXPECT_EQ(block[i], expected[i]) << i;
 }
 
 TEST(Extract, TestsSizesAheadOfTheCount)

@@ -29,14 +29,16 @@ TEST(Transpose, ExchangesWidthAndHeight)
     float to[2][3] = {};
     ASSERT_EQ(tarnmTranspose_m_32f(from[0], 8, 4, 2, 3, to[0], 12, 4), StatusOk);
     for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 2; ++c) EXPECT_EQ(to[c][r], from[r][c]);
+        for (int c = 0; c < 2; ++c)
+            EXPECT_EQ(to[c][r], from[r][c]);
 }
 
 TEST(Transpose, AsksForTheCacheOfLargeArraysAndDoesNotDependOnIt)
 {
     constexpr int width = 37, height = 50, count = 12;
     std::vector<float> from(width * height * count), first, to(from.size());
-    for (std::size_t i = 0; i < from.size(); ++i) from[i] = float(i);
+    for (std::size_t i = 0; i < from.size(); ++i)
+        from[i] = float(i);
     for (const std::int32_t cache : {1 << 30, 1000, 0}) {
         reportedCache = cache;
         cacheQueries = 0;
@@ -50,7 +52,8 @@ TEST(Transpose, AsksForTheCacheOfLargeArraysAndDoesNotDependOnIt)
     for (int n = 0; n < count; ++n)
         for (int r = 0; r < height; ++r)
             for (int c = 0; c < width; ++c)
-                ASSERT_EQ(first[std::size_t((n * width + c) * height + r)], from[std::size_t((n * height + r) * width + c)]);
+                ASSERT_EQ(first[std::size_t((n * width + c) * height + r)],
+                          from[std::size_t((n * height + r) * width + c)]);
 }
 
 TEST(LoadIdentity, OfMoreRowsThanColumnsLeavesTheLastRowsZero)
@@ -59,7 +62,8 @@ TEST(LoadIdentity, OfMoreRowsThanColumnsLeavesTheLastRowsZero)
     ASSERT_EQ(tarnmLoadIdentity_ma_32f(m[0], 24, 8, 4, 2, 3, 1), StatusOk);
     const float expected[3][2] = {{1, 0}, {0, 1}, {0, 0}};
     for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 2; ++c) EXPECT_EQ(m[r][c], expected[r][c]);
+        for (int c = 0; c < 2; ++c)
+            EXPECT_EQ(m[r][c], expected[r][c]);
 }
 
 TEST(LoadIdentity, OfMoreColumnsThanRowsLeavesTheLastColumnsZero)
@@ -68,7 +72,8 @@ TEST(LoadIdentity, OfMoreColumnsThanRowsLeavesTheLastColumnsZero)
     ASSERT_EQ(tarnmLoadIdentity_ma_64f(m[0], 48, 24, 8, 3, 2, 1), StatusOk);
     const double expected[2][3] = {{1, 0, 0}, {0, 1, 0}};
     for (int r = 0; r < 2; ++r)
-        for (int c = 0; c < 3; ++c) EXPECT_EQ(m[r][c], expected[r][c]);
+        for (int c = 0; c < 3; ++c)
+            EXPECT_EQ(m[r][c], expected[r][c]);
 }
 
 TEST(LoadIdentity, TestsTheObjectStrideOnlyOfSeveralObjects)

@@ -22,8 +22,10 @@ public:
         , second(length)
         , result(first.size(), -1.0f)
     {
-        for (std::size_t i = 0; i < first.size(); ++i) first[i] = float(i) * 0.25f;
-        for (int k = 0; k < length; ++k) second[k] = float(k) * 1000.5f;
+        for (std::size_t i = 0; i < first.size(); ++i)
+            first[i] = float(i) * 0.25f;
+        for (int k = 0; k < length; ++k)
+            second[k] = float(k) * 1000.5f;
     }
 
     tarnmStatus run(int objects = count)
@@ -115,9 +117,11 @@ TEST_F(ParallelCalls, MayComeFromManyThreadsAtOnce)
     std::vector<int> failures(callers, 0);
     for (int caller = 0; caller < callers; ++caller)
         threads.emplace_back([&, caller] {
-            for (int round = 0; round < rounds; ++round) failures[caller] += sums[caller].run() != StatusOk;
+            for (int round = 0; round < rounds; ++round)
+                failures[caller] += sums[caller].run() != StatusOk;
         });
-    for (std::thread& thread : threads) thread.join();
+    for (std::thread& thread : threads)
+        thread.join();
     for (int caller = 0; caller < callers; ++caller) {
         EXPECT_EQ(failures[caller], 0);
         EXPECT_EQ(sums[caller].mistakes(), "");
@@ -128,8 +132,10 @@ TEST_F(ParallelCalls, MayComeFromManyThreadsAtOnce)
 TEST_F(ParallelCalls, DoNotForkInTheTableMemberOfSubVva64f)
 {
     std::vector<double> first(length), second(std::size_t(length) * count), result(second.size());
-    for (int k = 0; k < length; ++k) first[k] = k * 3.5;
-    for (std::size_t i = 0; i < second.size(); ++i) second[i] = double(i);
+    for (int k = 0; k < length; ++k)
+        first[k] = k * 3.5;
+    for (std::size_t i = 0; i < second.size(); ++i)
+        second[i] = double(i);
     std::vector<const double*> firstTable, secondTable;
     std::vector<double*> resultTable;
     for (int k = 0; k < length; ++k) {
@@ -142,7 +148,8 @@ TEST_F(ParallelCalls, DoNotForkInTheTableMemberOfSubVva64f)
                                  length * 8, length, count),
               StatusOk);
     EXPECT_EQ(threadCountQueries(), 0);
-    for (std::size_t i = 0; i < result.size(); ++i) ASSERT_EQ(result[i], first[i % length] - second[i]) << i;
+    for (std::size_t i = 0; i < result.size(); ++i)
+        ASSERT_EQ(result[i], first[i % length] - second[i]) << i;
 
     std::vector<double> sibling(result.size());
     EXPECT_EQ(

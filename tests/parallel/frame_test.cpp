@@ -26,7 +26,8 @@ protected:
             slices.add(place, scratch);
             return tarnmStatus(StatusOk);
         });
-        for (const RecordedSlice& slice : slices.sorted()) EXPECT_EQ(slice.total, count);
+        for (const RecordedSlice& slice : slices.sorted())
+            EXPECT_EQ(slice.total, count);
         return slices.ranges();
     }
 
@@ -87,10 +88,7 @@ TEST_F(Frame, AsksForTheSecondAnswerIfItIsSmaller)
     EXPECT_EQ(slicesOf(11, {7, 3}), (Ranges{{0, 4}, {4, 4}, {8, 3}}));
 }
 
-TEST_F(Frame, AsksForNoMoreThanTheFirstAnswer)
-{
-    EXPECT_EQ(slicesOf(10, {2, 7}), (Ranges{{0, 5}, {5, 5}}));
-}
+TEST_F(Frame, AsksForNoMoreThanTheFirstAnswer) { EXPECT_EQ(slicesOf(10, {2, 7}), (Ranges{{0, 5}, {5, 5}})); }
 
 TEST_F(Frame, TakesASecondAnswerBelowOneForOne)
 {

@@ -34,7 +34,8 @@ public:
     std::vector<std::pair<int, int>> ranges()
     {
         std::vector<std::pair<int, int>> found;
-        for (const RecordedSlice& slice : sorted()) found.emplace_back(slice.first, slice.count);
+        for (const RecordedSlice& slice : sorted())
+            found.emplace_back(slice.first, slice.count);
         return found;
     }
 

@@ -17,7 +17,8 @@ std::vector<std::string> words(std::string_view text)
 {
     std::istringstream in{std::string(text)};
     std::vector<std::string> found;
-    for (std::string word; in >> word;) found.push_back(word);
+    for (std::string word; in >> word;)
+        found.push_back(word);
     return found;
 }
 

@@ -33,15 +33,9 @@ struct ThresholdRow {
 };
 
 // The first value that is above a limit.
-constexpr std::int64_t above(std::int64_t limit)
-{
-    return limit + 1;
-}
+constexpr std::int64_t above(std::int64_t limit) { return limit + 1; }
 
-inline std::int64_t at(const Sizes& sizes, std::string_view name)
-{
-    return sizes.find(name)->second;
-}
+inline std::int64_t at(const Sizes& sizes, std::string_view name) { return sizes.find(name)->second; }
 
 std::vector<const ThresholdRow*> thresholdsOf(const Member& member);
 bool isAlwaysSerial(const Member& member);

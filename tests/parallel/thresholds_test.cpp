@@ -17,10 +17,7 @@ bool hasCount(const Member& member)
     return std::ranges::any_of(member.arguments(), [](const Argument& a) { return a.kind == Kind::count; });
 }
 
-bool has(const Sizes& sizes, const char* name)
-{
-    return sizes.contains(std::string_view(name));
-}
+bool has(const Sizes& sizes, const char* name) { return sizes.contains(std::string_view(name)); }
 
 // Many sizes, so that the measures come close to the threshold.
 std::vector<Sizes> manySizes(const Member& member, int smallest)
@@ -29,10 +26,12 @@ std::vector<Sizes> manySizes(const Member& member, int smallest)
     const Sizes first = found.front();
     const bool square = first.size() == 1;
     if (square)
-        for (int n = 1; n <= 130; ++n) found.push_back({{first.begin()->first, n}});
+        for (int n = 1; n <= 130; ++n)
+            found.push_back({{first.begin()->first, n}});
     if (has(first, "width") && has(first, "height"))
         for (int width = 1; width <= 20; ++width)
-            for (int height = width; height <= 20; ++height) found.push_back({{"width", width}, {"height", height}});
+            for (int height = width; height <= 20; ++height)
+                found.push_back({{"width", width}, {"height", height}});
     std::erase_if(found, [&](const Sizes& sizes) {
         return std::ranges::any_of(sizes, [&](const auto& size) { return size.second < smallest; });
     });
@@ -73,7 +72,8 @@ int queriesOf(const Member& member, const Work& work, const std::vector<Style>& 
 std::string text(const Member& member, const Work& work)
 {
     std::string line(member.name);
-    for (const auto& [name, size] : work.sizes) line += ", " + name + ' ' + std::to_string(size);
+    for (const auto& [name, size] : work.sizes)
+        line += ", " + name + ' ' + std::to_string(size);
     return line + ", count " + std::to_string(work.count) + ", measure " + std::to_string(work.measure);
 }
 

@@ -10,10 +10,7 @@ Allocations& allocations()
     return counts;
 }
 
-void resetAllocations()
-{
-    allocations() = {};
-}
+void resetAllocations() { allocations() = {}; }
 
 } // namespace tarnm::test
 

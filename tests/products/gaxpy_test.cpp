@@ -59,9 +59,9 @@ TEST(Gaxpy, StridedListsOfSinglesGoToThreadsTenTimesEarlier)
     };
     const auto arrayAsks = [&](int count) {
         answerThreadCount({1});
-        EXPECT_EQ(tarnmGaxpy_mva_32f(a.data(), 24, 8, 3, 3, x.data(), 24, 8, 3, x.data(), 24, 8, 3, d.data(), 24, 8,
-                                     count),
-                  StatusOk);
+        EXPECT_EQ(
+            tarnmGaxpy_mva_32f(a.data(), 24, 8, 3, 3, x.data(), 24, 8, 3, x.data(), 24, 8, 3, d.data(), 24, 8, count),
+            StatusOk);
         return threadCountQueries() > 0;
     };
     EXPECT_FALSE(listAsks(55)); // 495

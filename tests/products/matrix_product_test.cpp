@@ -203,8 +203,7 @@ TEST(MatrixProduct, TwoMembersMatchTheSizesOfThreeByThreeByTheirBits)
                 for (int i = 0; i < 3; ++i)
                     for (int j = 0; j < 3; ++j) {
                         EXPECT_EQ(d[3 * i + j], (a[3 * i] * b[j] + a[3 * i + 1] * b[3 + j]) + a[3 * i + 2] * b[6 + j]);
-                        EXPECT_EQ(f[3 * i + j],
-                                  (c[i] * e[3 * j] + c[3 + i] * e[3 * j + 1]) + c[6 + i] * e[3 * j + 2]);
+                        EXPECT_EQ(f[3 * i + j], (c[i] * e[3 * j] + c[3 + i] * e[3 * j + 1]) + c[6 + i] * e[3 * j + 2]);
                     }
             }
 }
@@ -240,8 +239,8 @@ TEST_P(GuardOfLanes, IsExactToTheByte)
     struct {
         int offset;
         bool isClear;
-    } const places[] = {{-8, true}, {-4, true}, {4, false}, {20, false}, {52, false}, {60, false},
-                        {61, false}, {63, false}, {64, true},  {65, true}, {100, true}};
+    } const places[] = {{-8, true},  {-4, true},  {4, false}, {20, false}, {52, false}, {60, false},
+                        {61, false}, {63, false}, {64, true}, {65, true},  {100, true}};
     for (const auto& [offset, isClear] : places) {
         std::vector<std::byte> memory(start + inner * stride + 64), other(inner * stride);
         for (int k = 0; k < inner; ++k) {
@@ -251,8 +250,8 @@ TEST_P(GuardOfLanes, IsExactToTheByte)
         const auto* near = reinterpret_cast<const float*>(&memory[start]);
         const auto* far = reinterpret_cast<const float*>(other.data());
         auto* d = reinterpret_cast<float*>(&memory[start + offset]);
-        ASSERT_EQ(tarnmMul_mt_32f(againstSecond ? far : near, 4, stride, inner, 1, againstSecond ? near : far, 4, stride,
-                                  inner, 1, d, 4, 4),
+        ASSERT_EQ(tarnmMul_mt_32f(againstSecond ? far : near, 4, stride, inner, 1, againstSecond ? near : far, 4,
+                                  stride, inner, 1, d, 4, 4),
                   StatusOk);
         float got;
         std::memcpy(&got, d, 4);
@@ -294,8 +293,9 @@ TEST(ArrayProduct, ListsAndDoublesHaveAHigherLimit)
     std::vector<double> e(9 * from);
     for (const int count : {below, from}) {
         answerThreadCount({1});
-        EXPECT_EQ(tarnmMul_mam_32f_L(first.data(), 0, 12, 4, 3, 3, a.data(), 12, 4, 3, 3, result.data(), 0, 12, 4, count),
-                  StatusOk);
+        EXPECT_EQ(
+            tarnmMul_mam_32f_L(first.data(), 0, 12, 4, 3, 3, a.data(), 12, 4, 3, 3, result.data(), 0, 12, 4, count),
+            StatusOk);
         EXPECT_EQ(threadCountQueries() > 0, count == from);
         answerThreadCount({1});
         EXPECT_EQ(tarnmMul_mam_64f(b.data(), 72, 24, 8, 3, 3, b.data(), 24, 8, 3, 3, e.data(), 72, 24, 8, count),
@@ -320,8 +320,8 @@ TEST(ArrayProduct, SourcesMayOverlap)
     for (int n = 0; n < 7; ++n)
         for (int i = 0; i < 3; ++i)
             for (int j = 0; j < 3; ++j)
-                EXPECT_EQ(d[9 * n + 3 * i + j], (a[n + 3 * i] * b[j] + a[n + 3 * i + 1] * b[3 + j]) +
-                                                    a[n + 3 * i + 2] * b[6 + j]);
+                EXPECT_EQ(d[9 * n + 3 * i + j],
+                          (a[n + 3 * i] * b[j] + a[n + 3 * i + 1] * b[3 + j]) + a[n + 3 * i + 2] * b[6 + j]);
 }
 
 } // namespace

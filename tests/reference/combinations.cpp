@@ -4,8 +4,7 @@
 namespace tarnm::reference {
 namespace {
 
-template <class T>
-void crossProduct(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void crossProduct(const Problem<T>& problem, Outcome<T>& outcome)
 {
     for (int n = 0; n < problem.count(); ++n) {
         const auto x = [&](int k) { return problem.element("src1", n, k); };
@@ -17,8 +16,7 @@ void crossProduct(const Problem<T>& problem, Outcome<T>& outcome)
     }
 }
 
-template <class T>
-void linearCombination(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void linearCombination(const Problem<T>& problem, Outcome<T>& outcome)
 {
     for (int n = 0; n < problem.count(); ++n)
         for (int k = 0; k < problem.size("len"); ++k) {
@@ -28,8 +26,7 @@ void linearCombination(const Problem<T>& problem, Outcome<T>& outcome)
         }
 }
 
-template <class T>
-void scaledSum(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void scaledSum(const Problem<T>& problem, Outcome<T>& outcome)
 {
     for (int n = 0; n < problem.count(); ++n)
         for (int k = 0; k < problem.size("len"); ++k) {

@@ -4,16 +4,14 @@
 namespace tarnm::reference {
 namespace {
 
-template <class T>
-T combined(std::string_view operation, T first, T second)
+template <class T> T combined(std::string_view operation, T first, T second)
 {
     if (operation == "Add") return first + second;
     if (operation == "Sub") return first - second;
     return first * second;
 }
 
-template <class T>
-void vectors(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void vectors(const Problem<T>& problem, Outcome<T>& outcome)
 {
     const auto& member = problem.member();
     for (int n = 0; n < problem.count(); ++n)
@@ -23,8 +21,7 @@ void vectors(const Problem<T>& problem, Outcome<T>& outcome)
 }
 
 // A constant is the same for all elements of its object; codes that begin with c name it first.
-template <class T>
-void vectorAndConstant(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void vectorAndConstant(const Problem<T>& problem, Outcome<T>& outcome)
 {
     const auto& member = problem.member();
     const bool constantFirst = member.code.front() == 'c';
@@ -37,8 +34,7 @@ void vectorAndConstant(const Problem<T>& problem, Outcome<T>& outcome)
         }
 }
 
-template <class T>
-void matrices(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void matrices(const Problem<T>& problem, Outcome<T>& outcome)
 {
     const auto& member = problem.member();
     for (int n = 0; n < problem.count(); ++n)
@@ -49,8 +45,7 @@ void matrices(const Problem<T>& problem, Outcome<T>& outcome)
                     combined(member.operation, problem.seen("src1", n, r, c), problem.seen("src2", n, r, c)));
 }
 
-template <class T>
-void matrixAndConstant(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void matrixAndConstant(const Problem<T>& problem, Outcome<T>& outcome)
 {
     for (int n = 0; n < problem.count(); ++n)
         for (int r = 0; r < problem.size("height"); ++r)

@@ -7,22 +7,21 @@
 namespace tarnm::reference {
 namespace {
 
-template <class T>
-void trace(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void trace(const Problem<T>& problem, Outcome<T>& outcome)
 {
     const int order = problem.size("width");
     for (int n = 0; n < problem.count(); ++n) {
         const bool isCase = order >= 3 && order <= 6;
         T sum = isCase ? problem.stored("src", n, 0, 0) : T(0) + problem.stored("src", n, 0, 0);
-        for (int i = 1; i < order; ++i) sum += problem.stored("src", n, i, i);
+        for (int i = 1; i < order; ++i)
+            sum += problem.stored("src", n, i, i);
         outcome.exactly("pDst", n, 0, sum);
     }
 }
 
 // The order of additions is open. Each square and each of at most n additions has a relative error of half an epsilon,
 // all terms have one sign, and the root halves the relative error and adds half an epsilon: n epsilon is an ample bound.
-template <class T>
-void frobeniusNorm(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void frobeniusNorm(const Problem<T>& problem, Outcome<T>& outcome)
 {
     using limits = std::numeric_limits<T>;
     const int rows = problem.size("height"), columns = problem.size("width");

@@ -16,16 +16,9 @@ std::vector<Registration*>& allRegistrations()
     return all;
 }
 
-bool isByValue(const test::Operand& operand)
-{
-    return operand.letter == 'c' && !operand.isArray;
-}
+bool isByValue(const test::Operand& operand) { return operand.letter == 'c' && !operand.isArray; }
 
-template <class T>
-T floatingArgument(const test::Value& value)
-{
-    return test::valueAs<T>(value);
-}
+template <class T> T floatingArgument(const test::Value& value) { return test::valueAs<T>(value); }
 
 std::string spelled(double value)
 {
@@ -34,8 +27,7 @@ std::string spelled(double value)
     return text;
 }
 
-template <class T>
-bool sameBits(T a, T b)
+template <class T> bool sameBits(T a, T b)
 {
     if (std::isnan(a) || std::isnan(b)) return std::isnan(a) && std::isnan(b);
     return std::memcmp(&a, &b, sizeof a) == 0;
@@ -50,15 +42,9 @@ Path AnyProblem::path() const
     return call.isDense() ? Path::dense : Path::strided;
 }
 
-std::int32_t AnyProblem::count() const
-{
-    return call.setup().count;
-}
+std::int32_t AnyProblem::count() const { return call.setup().count; }
 
-std::int32_t AnyProblem::argument(std::string_view name) const
-{
-    return call.value(call.argumentIndex(name)).integer;
-}
+std::int32_t AnyProblem::argument(std::string_view name) const { return call.value(call.argumentIndex(name)).integer; }
 
 std::int32_t AnyProblem::index(std::string_view argument, int n, int k) const
 {
@@ -89,53 +75,45 @@ std::vector<Slice> AnyProblem::slices() const
     return found;
 }
 
-template <class T>
-T Problem<T>::value(std::string_view name) const
+template <class T> T Problem<T>::value(std::string_view name) const
 {
     return floatingArgument<T>(call.value(call.argumentIndex(name)));
 }
 
-template <class T>
-T Problem<T>::stored(std::string_view operand, int n, int r, int c) const
+template <class T> T Problem<T>::stored(std::string_view operand, int n, int r, int c) const
 {
     const int index = call.operandIndex(operand);
     if (isByValue(member().operands()[index])) return value(operand);
     return call.before<T>(index, n, r, c);
 }
 
-template <class T>
-T Problem<T>::seen(std::string_view operand, int n, int r, int c) const
+template <class T> T Problem<T>::seen(std::string_view operand, int n, int r, int c) const
 {
     const bool exchanged = member().operands()[call.operandIndex(operand)].letter == 't';
     return exchanged ? stored(operand, n, c, r) : stored(operand, n, r, c);
 }
 
-template <class T>
-T Problem<T>::element(std::string_view operand, int n, int k) const
+template <class T> T Problem<T>::element(std::string_view operand, int n, int k) const
 {
     return stored(operand, n, 0, k);
 }
 
-template <class T>
-void Outcome<T>::exactly(std::string_view result, int n, int r, int c, T value)
+template <class T> void Outcome<T>::exactly(std::string_view result, int n, int r, int c, T value)
 {
     expectations.push_back({Kind::exact, call.operandIndex(result), n, r, c, double(value), 0});
 }
 
-template <class T>
-void Outcome<T>::within(std::string_view result, int n, int r, int c, double value, double bound)
+template <class T> void Outcome<T>::within(std::string_view result, int n, int r, int c, double value, double bound)
 {
     expectations.push_back({Kind::bounded, call.operandIndex(result), n, r, c, value, bound});
 }
 
-template <class T>
-void Outcome<T>::anything(std::string_view result, int n, int r, int c)
+template <class T> void Outcome<T>::anything(std::string_view result, int n, int r, int c)
 {
     expectations.push_back({Kind::free, call.operandIndex(result), n, r, c, 0, 0});
 }
 
-template <class T>
-void Outcome<T>::index(std::string_view argument, int n, int k, std::int32_t value)
+template <class T> void Outcome<T>::index(std::string_view argument, int n, int k, std::int32_t value)
 {
     expectations.push_back({Kind::integer, call.operandIndex(argument), n, 0, k, double(value), 0});
 }
@@ -174,15 +152,9 @@ std::vector<std::string> Outcome<T>::mismatches(test::Call& after, tarnmStatus r
     return found;
 }
 
-std::int32_t Filler::size(std::string_view name) const
-{
-    return call.value(call.argumentIndex(name)).integer;
-}
+std::int32_t Filler::size(std::string_view name) const { return call.value(call.argumentIndex(name)).integer; }
 
-double Filler::random(double low, double high)
-{
-    return std::uniform_real_distribution<double>(low, high)(generator);
-}
+double Filler::random(double low, double high) { return std::uniform_real_distribution<double>(low, high)(generator); }
 
 void Filler::set(std::string_view operand, int r, int c, double value)
 {
@@ -215,7 +187,8 @@ Registration::Registration(std::string_view operation, std::string_view codes, R
     , options(std::move(options))
 {
     std::istringstream words{std::string(codes)};
-    for (std::string word; words >> word;) this->codes.push_back(word);
+    for (std::string word; words >> word;)
+        this->codes.push_back(word);
     allRegistrations().push_back(this);
 }
 

@@ -37,8 +37,7 @@ public:
     AnyProblem(const test::Call& call, std::vector<std::int32_t> answers)
         : call(call)
         , answers(std::move(answers))
-    {
-    }
+    {}
 
     using Slice = reference::Slice;
 
@@ -60,8 +59,7 @@ private:
     std::vector<std::int32_t> answers;
 };
 
-template <class T>
-class Problem : public AnyProblem {
+template <class T> class Problem : public AnyProblem {
 public:
     using AnyProblem::AnyProblem;
 
@@ -76,13 +74,11 @@ public:
 
 // Results are addressed by operand ("dst", "dstRight") or plain pointer argument ("pDst", "pDstIndex");
 // (r, c) is as stored, k an element of a vector or plain scalar.
-template <class T>
-class Outcome {
+template <class T> class Outcome {
 public:
     explicit Outcome(const test::Call& call)
         : call(call)
-    {
-    }
+    {}
 
     tarnmStatus status = StatusOk;
 
@@ -124,8 +120,7 @@ public:
         : call(call)
         , number(caseNumber)
         , generator(generator)
-    {
-    }
+    {}
 
     const test::Member& member() const { return call.member(); }
     int caseNumber() const { return number; }
@@ -157,8 +152,7 @@ struct Options {
     bool specials = true;
 };
 
-template <class T>
-using Reference = void (*)(const Problem<T>&, Outcome<T>&);
+template <class T> using Reference = void (*)(const Problem<T>&, Outcome<T>&);
 
 struct Registration {
     // `codes`: blank separated, all of the operation where empty.

@@ -7,12 +7,10 @@
 namespace tarnm::reference {
 namespace {
 
-template <class T>
-using Products = std::vector<T>;
+template <class T> using Products = std::vector<T>;
 
 // Sums of three to six products, as packed elements of a single object have them; arrays have them everywhere.
-template <class T>
-T packedDot(const Products<T>& p)
+template <class T> T packedDot(const Products<T>& p)
 {
     constexpr bool single = sizeof(T) == 4;
     switch (p.size()) {
@@ -28,8 +26,7 @@ T packedDot(const Products<T>& p)
     }
 }
 
-template <class T>
-T stridedDot(const Products<T>& p)
+template <class T> T stridedDot(const Products<T>& p)
 {
     switch (p.size()) {
     case 3:
@@ -43,8 +40,7 @@ T stridedDot(const Products<T>& p)
     }
 }
 
-template <class T>
-T packedSquares(const Products<T>& s)
+template <class T> T packedSquares(const Products<T>& s)
 {
     constexpr bool single = sizeof(T) == 4;
     switch (s.size()) {
@@ -68,8 +64,7 @@ int aheadOfAlignment(std::uintptr_t address, int elementSize)
     return misplaced == 0 ? 0 : (32 - misplaced) / elementSize;
 }
 
-template <class T>
-T fromAlignment(const Products<T>& p, std::uintptr_t address, int vectors, int step)
+template <class T> T fromAlignment(const Products<T>& p, std::uintptr_t address, int vectors, int step)
 {
     const int ahead = aheadOfAlignment(address, sizeof(T));
     if (ahead < 0 || int(p.size()) < ahead + step) return fromZero(p);
@@ -96,14 +91,14 @@ T longSum(const Problem<T>& problem, const Products<T>& p, bool isNorm, std::str
     return T(0);
 }
 
-template <class T>
-void dotProduct(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void dotProduct(const Problem<T>& problem, Outcome<T>& outcome)
 {
     const int length = problem.size("len");
     const bool isArray = problem.member().code.find('a') != std::string_view::npos;
     for (int n = 0; n < problem.count(); ++n) {
         Products<T> p;
-        for (int k = 0; k < length; ++k) p.push_back(problem.element("src1", n, k) * problem.element("src2", n, k));
+        for (int k = 0; k < length; ++k)
+            p.push_back(problem.element("src1", n, k) * problem.element("src2", n, k));
         T sum;
         if (length < 3 || length > 6)
             sum = longSum(problem, p, false, "src2", "ppSrc2", n);
@@ -115,15 +110,16 @@ void dotProduct(const Problem<T>& problem, Outcome<T>& outcome)
     }
 }
 
-template <class T>
-void norm(const Problem<T>& problem, Outcome<T>& outcome)
+template <class T> void norm(const Problem<T>& problem, Outcome<T>& outcome)
 {
     const int length = problem.size("len");
     for (int n = 0; n < problem.count(); ++n) {
         Products<T> s;
-        for (int k = 0; k < length; ++k) s.push_back(problem.element("src", n, k) * problem.element("src", n, k));
+        for (int k = 0; k < length; ++k)
+            s.push_back(problem.element("src", n, k) * problem.element("src", n, k));
         const bool isShort = length >= 3 && length <= 6;
-        outcome.exactly("pDst", n, 0, std::sqrt(isShort ? packedSquares(s) : longSum(problem, s, true, "src", "ppSrc", n)));
+        outcome.exactly("pDst", n, 0,
+                        std::sqrt(isShort ? packedSquares(s) : longSum(problem, s, true, "src", "ppSrc", n)));
     }
 }
 

@@ -27,7 +27,8 @@ std::vector<std::string> registeredNames()
         output.append(part.data(), length);
     std::istringstream lines(output);
     std::vector<std::string> names;
-    for (std::string line; lines >> line;) names.push_back(line);
+    for (std::string line; lines >> line;)
+        names.push_back(line);
     return names;
 }
 
@@ -41,15 +42,13 @@ std::vector<std::string> exportedNames()
     return names;
 }
 
-std::string operationOf(const std::string& name)
-{
-    return name.substr(5, name.find('_') - 5);
-}
+std::string operationOf(const std::string& name) { return name.substr(5, name.find('_') - 5); }
 
 std::set<std::string> spelledNames()
 {
     std::set<std::string> names;
-    for (const InterfaceName& name : interfaceNames()) names.insert(name.text());
+    for (const InterfaceName& name : interfaceNames())
+        names.insert(name.text());
     return names;
 }
 
@@ -140,7 +139,8 @@ TEST(Registry, HasTheRightNumberOfMembersPerOperation)
                                                  {"Translation", 1},
                                                  {"Unproject", 2}};
     std::map<std::string, int> found;
-    for (const std::string& name : registeredNames()) ++found[operationOf(name)];
+    for (const std::string& name : registeredNames())
+        ++found[operationOf(name)];
     EXPECT_EQ(found, expected);
 }
 
@@ -154,7 +154,8 @@ TEST(Exports, AreSortedAndDistinct)
 TEST(Exports, AreTheMembersAndTheVersionQuery)
 {
     std::set<std::string> expected{"tarnmGetLibVersion"};
-    for (const Member& member : members()) expected.emplace(member.name);
+    for (const Member& member : members())
+        expected.emplace(member.name);
     const auto names = exportedNames();
     EXPECT_EQ(std::set<std::string>(names.begin(), names.end()), expected);
 }
@@ -162,7 +163,8 @@ TEST(Exports, AreTheMembersAndTheVersionQuery)
 TEST(Exports, BelongToTheInterface)
 {
     const auto all = spelledNames();
-    for (const Member& member : members()) EXPECT_TRUE(all.contains(std::string(member.name))) << member.name;
+    for (const Member& member : members())
+        EXPECT_TRUE(all.contains(std::string(member.name))) << member.name;
 }
 
 } // namespace

@@ -11,17 +11,15 @@ namespace {
 std::vector<int> scatteredOrder(int count)
 {
     std::vector<int> order(count);
-    for (int i = 0; i < count; ++i) order[i] = i % 2 == 0 ? i / 2 : count - 1 - i / 2;
+    for (int i = 0; i < count; ++i)
+        order[i] = i % 2 == 0 ? i / 2 : count - 1 - i / 2;
     std::reverse(order.begin(), order.end());
     return order;
 }
 
 } // namespace
 
-int elementSizeOf(const Member& member)
-{
-    return member.type == Type::f32 ? 4 : 8;
-}
+int elementSizeOf(const Member& member) { return member.type == Type::f32 ? 4 : 8; }
 
 bool suits(const Operand& operand, Style style)
 {
@@ -35,9 +33,11 @@ bool suits(const Operand& operand, Style style)
 std::string Setup::text() const
 {
     std::ostringstream out;
-    for (const auto& [name, size] : sizes) out << name << ' ' << size << ", ";
+    for (const auto& [name, size] : sizes)
+        out << name << ' ' << size << ", ";
     out << "count " << count << ", styles";
-    for (const Style style : styles) out << " [" << nameOf(style) << ']';
+    for (const Style style : styles)
+        out << " [" << nameOf(style) << ']';
     out << ", against the " << (against == Against::start ? "first" : "last") << " page, " << offset << " bytes off";
     return out.str();
 }
@@ -48,8 +48,10 @@ Call::Call(const Member& member, const Setup& setup)
 {
     chosen.styles.resize(member.operands().size(), Style::packed);
     places.resize(member.operands().size());
-    for (int i = 0; i < int(places.size()); ++i) place(i);
-    for (const Argument& argument : member.arguments()) values.push_back(argumentValue(argument));
+    for (int i = 0; i < int(places.size()); ++i)
+        place(i);
+    for (const Argument& argument : member.arguments())
+        values.push_back(argumentValue(argument));
 }
 
 int Call::operandIndex(std::string_view name) const
@@ -95,7 +97,8 @@ bool Call::isDense() const
 
 void Call::remember()
 {
-    for (GuardedBlock& block : blocks) block.remember();
+    for (GuardedBlock& block : blocks)
+        block.remember();
 }
 
 void Call::accept(int operand, int n, int r, int c)

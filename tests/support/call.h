@@ -55,23 +55,20 @@ public:
     // Every stride of elements in the list equals the element size, or there is none.
     bool isDense() const;
 
-    template <class T>
-    T read(int operand, int n, int r, int c) const
+    template <class T> T read(int operand, int n, int r, int c) const
     {
         T value;
         std::memcpy(&value, address(operand, n, r, c), sizeof value);
         return value;
     }
-    template <class T>
-    void write(int operand, int n, int r, int c, T value)
+    template <class T> void write(int operand, int n, int r, int c, T value)
     {
         std::memcpy(address(operand, n, r, c), &value, sizeof value);
     }
 
     // Keeps the memory as it is; to be called when all sources are filled.
     void remember();
-    template <class T>
-    T before(int operand, int n, int r, int c) const
+    template <class T> T before(int operand, int n, int r, int c) const
     {
         T value;
         std::memcpy(&value, blocks[places[operand].block].remembered(address(operand, n, r, c)), sizeof value);

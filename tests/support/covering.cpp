@@ -24,14 +24,16 @@ public:
     {
         int found = 0;
         for (std::size_t i = 0; i < row.size(); ++i)
-            for (std::size_t j = i + 1; j < row.size(); ++j) found += !met[at(i, row[i], j, row[j])];
+            for (std::size_t j = i + 1; j < row.size(); ++j)
+                found += !met[at(i, row[i], j, row[j])];
         return found;
     }
 
     void add(const std::vector<int>& row)
     {
         for (std::size_t i = 0; i < row.size(); ++i)
-            for (std::size_t j = i + 1; j < row.size(); ++j) met[at(i, row[i], j, row[j])] = true;
+            for (std::size_t j = i + 1; j < row.size(); ++j)
+                met[at(i, row[i], j, row[j])] = true;
     }
 
     bool has(std::size_t i, int a, std::size_t j, int b) const { return met[at(i, a, j, b)]; }
@@ -66,7 +68,8 @@ std::vector<std::vector<int>> coverPairs(const std::vector<int>& levels)
                 std::vector<int> best;
                 for (int candidate = 0, most = -1; candidate < candidates; ++candidate) {
                     std::vector<int> row(levels.size());
-                    for (std::size_t k = 0; k < row.size(); ++k) row[k] = below(levels[k]);
+                    for (std::size_t k = 0; k < row.size(); ++k)
+                        row[k] = below(levels[k]);
                     row[i] = a;
                     row[j] = b;
                     if (const int found = pairs.countNew(row); found > most) {

@@ -13,8 +13,7 @@ public:
         , whole(expression)
         , sizes(sizes)
         , elementSize(elementSize)
-    {
-    }
+    {}
 
     std::int64_t all()
     {
@@ -27,14 +26,16 @@ private:
     std::int64_t sum()
     {
         std::int64_t value = product();
-        while (take('+')) value += product();
+        while (take('+'))
+            value += product();
         return value;
     }
 
     std::int64_t product()
     {
         std::int64_t value = factor();
-        while (take('*')) value *= factor();
+        while (take('*'))
+            value *= factor();
         return value;
     }
 
@@ -47,7 +48,8 @@ private:
         }
         skipBlanks();
         std::size_t length = 0;
-        while (length < rest.size() && std::isalnum(static_cast<unsigned char>(rest[length]))) ++length;
+        while (length < rest.size() && std::isalnum(static_cast<unsigned char>(rest[length])))
+            ++length;
         if (length == 0) fail();
         const std::string word(rest.substr(0, length));
         rest.remove_prefix(length);
@@ -61,7 +63,8 @@ private:
 
     void skipBlanks()
     {
-        while (!rest.empty() && rest.front() == ' ') rest.remove_prefix(1);
+        while (!rest.empty() && rest.front() == ' ')
+            rest.remove_prefix(1);
     }
 
     bool take(char wanted)

@@ -77,10 +77,7 @@ GuardedBlock::GuardedBlock(GuardedBlock&& other) noexcept
     other.pages = nullptr;
 }
 
-void GuardedBlock::remember()
-{
-    copy.assign(watched, watched + watchedBytes);
-}
+void GuardedBlock::remember() { copy.assign(watched, watched + watchedBytes); }
 
 const std::byte* GuardedBlock::remembered(const void* address) const
 {

@@ -88,7 +88,8 @@ std::vector<std::string> words(const char* text)
 {
     std::istringstream in(text);
     std::vector<std::string> found;
-    for (std::string word; in >> word;) found.push_back(word);
+    for (std::string word; in >> word;)
+        found.push_back(word);
     return found;
 }
 
@@ -97,15 +98,21 @@ std::vector<InterfaceName> spellAll()
     std::vector<InterfaceName> names;
     const auto add = [&](const char* operation, const std::string& code, const char* layouts) {
         for (const char* type : {"32f", "64f"})
-            for (const std::string& layout : words(layouts)) names.push_back({operation, code, type, layout});
+            for (const std::string& layout : words(layouts))
+                names.push_back({operation, code, type, layout});
     };
     for (const Family& family : families) {
-        for (const auto& code : words(family.singleCodes)) add(family.operation, code, "S P");
-        for (const auto& code : words(family.arrayCodes)) add(family.operation, code, "S L P");
-        for (const auto& code : words(family.fixedCodes)) names.push_back({family.operation, code, "32f", "S"});
+        for (const auto& code : words(family.singleCodes))
+            add(family.operation, code, "S P");
+        for (const auto& code : words(family.arrayCodes))
+            add(family.operation, code, "S L P");
+        for (const auto& code : words(family.fixedCodes))
+            names.push_back({family.operation, code, "32f", "S"});
     }
-    for (const char* code : {"va", "ma"}) add("Copy", code, "SS SL SP LS LL LP PS PL PP");
-    for (const char* query : {"EigenValuesGetBufSize", "EigenValuesVectorsGetBufSize"}) add(query, "", "S");
+    for (const char* code : {"va", "ma"})
+        add("Copy", code, "SS SL SP LS LL LP PS PL PP");
+    for (const char* query : {"EigenValuesGetBufSize", "EigenValuesVectorsGetBufSize"})
+        add(query, "", "S");
     return names;
 }
 

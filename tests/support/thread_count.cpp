@@ -27,9 +27,6 @@ void answerThreadCount(std::vector<std::int32_t> newAnswers)
     queries = 0;
 }
 
-int threadCountQueries()
-{
-    return queries;
-}
+int threadCountQueries() { return queries; }
 
 } // namespace tarnm::test

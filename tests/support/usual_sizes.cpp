@@ -54,17 +54,21 @@ std::vector<Sizes> usualSizes(const Member& member)
 {
     std::vector<Sizes> found;
     if (has(member, "src1Width")) {
-        for (const Product& product : products) found.push_back(productSizes(member, product));
+        for (const Product& product : products)
+            found.push_back(productSizes(member, product));
     } else if (has(member, "height")) {
         const bool notWider = member.operation.substr(0, 2) == "QR";
         for (const auto& [width, height] : rectangles)
             if (!notWider || width <= height) found.push_back({{"width", width}, {"height", height}});
     } else if (has(member, "len")) {
-        for (const int length : lengths) found.push_back({{"len", length}});
+        for (const int length : lengths)
+            found.push_back({{"len", length}});
     } else if (has(member, "width")) {
-        for (const int order : orders) found.push_back({{"width", order}});
+        for (const int order : orders)
+            found.push_back({{"width", order}});
     } else if (has(member, "widthHeight")) {
-        for (const int order : orders) found.push_back({{"widthHeight", order}});
+        for (const int order : orders)
+            found.push_back({{"widthHeight", order}});
     } else {
         found.push_back({});
     }

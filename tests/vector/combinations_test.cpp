@@ -39,7 +39,8 @@ TEST(CrossProduct, PackedArraysMayBeOverwritten)
 {
     float d[37][3];
     for (auto& vector : d)
-        for (int k = 0; k < 3; ++k) vector[k] = x[k];
+        for (int k = 0; k < 3; ++k)
+            vector[k] = x[k];
     ASSERT_EQ(tarnmCrossProduct_vav_32f(d[0], 12, 4, y, 4, d[0], 12, 4, 37), StatusOk);
     for (const auto& vector : d) {
         EXPECT_EQ(vector[0], -3.0f);
@@ -67,14 +68,16 @@ TEST(Saxpy, UpdatesItsSecondSourceInPlace)
             sum[k] = float(k) - 7;
         }
         const int length = stride == 4 ? 40 : 20;
-        for (int k = 0; k < 40; ++k) expected[k] = sum[k];
+        for (int k = 0; k < 40; ++k)
+            expected[k] = sum[k];
         for (int k = 0; k < length; ++k) {
             const int at = k * stride / 4;
             const float scaled = 1.7f * v[at];
             expected[at] = scaled + sum[at];
         }
         ASSERT_EQ(tarnmSaxpy_vv_32f(v, stride, 1.7f, sum, stride, sum, stride, length), StatusOk);
-        for (int k = 0; k < 40; ++k) EXPECT_EQ(sum[k], expected[k]) << "stride " << stride << ", element " << k;
+        for (int k = 0; k < 40; ++k)
+            EXPECT_EQ(sum[k], expected[k]) << "stride " << stride << ", element " << k;
     }
 }
 

@@ -16,20 +16,14 @@ float norm(const std::vector<float>& v)
     return result;
 }
 
-TEST(L2Norm, OfTwoElementsIsThePlainSum)
-{
-    EXPECT_EQ(norm({3, 4}), 5.0f);
-}
+TEST(L2Norm, OfTwoElementsIsThePlainSum) { EXPECT_EQ(norm({3, 4}), 5.0f); }
 
 TEST(L2Norm, OverflowsWhereTheSumOfSquaresDoes)
 {
     EXPECT_EQ(norm({1e30f, 1e30f}), std::numeric_limits<float>::infinity());
 }
 
-TEST(L2Norm, UnderflowsToZero)
-{
-    EXPECT_EQ(norm({1e-30f, 1e-30f, 1e-30f}), 0.0f);
-}
+TEST(L2Norm, UnderflowsToZero) { EXPECT_EQ(norm({1e-30f, 1e-30f, 1e-30f}), 0.0f); }
 
 TEST(DotProduct, OfOneElementIsTheProduct)
 {
@@ -75,11 +69,12 @@ TEST(DotProduct, DependsInTheLastBitsOnTheElementStride)
 {
     const float p[] = {16777216.0f, 1.0f, 1.0f}, ones[] = {1, 1, 1};
     float strided[6] = {}, packedResult = 0, stridedResult = 0;
-    for (int k = 0; k < 3; ++k) strided[2 * k] = p[k];
+    for (int k = 0; k < 3; ++k)
+        strided[2 * k] = p[k];
     ASSERT_EQ(tarnmDotProduct_vv_32f(p, 4, ones, 4, &packedResult, 3), StatusOk);
     ASSERT_EQ(tarnmDotProduct_vv_32f(strided, 8, ones, 4, &stridedResult, 3), StatusOk);
-    EXPECT_EQ(packedResult, 16777216.0f);   // (p0 + p1) + p2
-    EXPECT_EQ(stridedResult, 16777218.0f);  // (p1 + p2) + p0
+    EXPECT_EQ(packedResult, 16777216.0f);  // (p0 + p1) + p2
+    EXPECT_EQ(stridedResult, 16777218.0f); // (p1 + p2) + p0
 }
 
 TEST(DotProduct, OfAnObjectAloneAndInAnArrayHasTheSameBits)
@@ -97,8 +92,9 @@ TEST(DotProduct, OfAnObjectAloneAndInAnArrayHasTheSameBits)
                   StatusOk);
         for (int n = 0; n < count; ++n) {
             double alone = 0;
-            ASSERT_EQ(tarnmDotProduct_vv_64f(&a[std::size_t(n) * length], 8, &b[std::size_t(n) * length], 8, &alone, length),
-                      StatusOk);
+            ASSERT_EQ(
+                tarnmDotProduct_vv_64f(&a[std::size_t(n) * length], 8, &b[std::size_t(n) * length], 8, &alone, length),
+                StatusOk);
             EXPECT_EQ(results[n], alone) << "length " << length << ", object " << n;
         }
     }

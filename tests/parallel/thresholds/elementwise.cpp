@@ -4,47 +4,17 @@
 namespace tarnm::test {
 namespace {
 
-std::int64_t oneArray(const Sizes& s, std::int64_t count)
-{
-    return at(s, "len") * 2 * count + at(s, "len");
-}
-std::int64_t twoArrays(const Sizes& s, std::int64_t count)
-{
-    return 3 * at(s, "len") * count;
-}
-std::int64_t constantsWithVectors(const Sizes& s, std::int64_t count)
-{
-    return count * (2 * at(s, "len") + 1);
-}
-std::int64_t constantsWithVector(const Sizes& s, std::int64_t count)
-{
-    return at(s, "len") * (count + 1) + count;
-}
-std::int64_t objectsOnly(const Sizes&, std::int64_t count)
-{
-    return 2 * count;
-}
-std::int64_t scaledVectors(const Sizes& s, std::int64_t count)
-{
-    return at(s, "len") * 2 * count;
-}
+std::int64_t oneArray(const Sizes& s, std::int64_t count) { return at(s, "len") * 2 * count + at(s, "len"); }
+std::int64_t twoArrays(const Sizes& s, std::int64_t count) { return 3 * at(s, "len") * count; }
+std::int64_t constantsWithVectors(const Sizes& s, std::int64_t count) { return count * (2 * at(s, "len") + 1); }
+std::int64_t constantsWithVector(const Sizes& s, std::int64_t count) { return at(s, "len") * (count + 1) + count; }
+std::int64_t objectsOnly(const Sizes&, std::int64_t count) { return 2 * count; }
+std::int64_t scaledVectors(const Sizes& s, std::int64_t count) { return at(s, "len") * 2 * count; }
 
-std::int64_t area(const Sizes& s)
-{
-    return at(s, "width") * at(s, "height");
-}
-std::int64_t oneArrayOfMatrices(const Sizes& s, std::int64_t count)
-{
-    return area(s) * (2 * count + 1);
-}
-std::int64_t twoArraysOfMatrices(const Sizes& s, std::int64_t count)
-{
-    return 3 * area(s) * count;
-}
-std::int64_t scaledMatrices(const Sizes& s, std::int64_t count)
-{
-    return 2 * area(s) * count;
-}
+std::int64_t area(const Sizes& s) { return at(s, "width") * at(s, "height"); }
+std::int64_t oneArrayOfMatrices(const Sizes& s, std::int64_t count) { return area(s) * (2 * count + 1); }
+std::int64_t twoArraysOfMatrices(const Sizes& s, std::int64_t count) { return 3 * area(s) * count; }
+std::int64_t scaledMatrices(const Sizes& s, std::int64_t count) { return 2 * area(s) * count; }
 
 const char both[] = "32f 64f";
 
@@ -60,8 +30,7 @@ struct VectorRows {
         , sumsOfOne("Add", "vca", layout, types, constantsWithVector, above(limit), above(limit))
         , differencesOfOne("Sub", "vca cav", layout, types, constantsWithVector, above(limit), above(limit))
         , fromConstant("Sub", "cva", layout, types, objectsOnly, limit, limit)
-    {
-    }
+    {}
 
     ThresholdRow sums, differences, sumsOfArrays, differencesOfArrays, sumsWithConstants, differencesWithConstants,
         sumsOfOne, differencesOfOne, fromConstant;
@@ -83,8 +52,7 @@ struct MatrixRows {
         , sumsOfArrays("Add", sumsWithTwoArrays, layouts, types, twoArraysOfMatrices, dense, 2000)
         , differences("Sub", differencesWithOneArray, layouts, types, oneArrayOfMatrices, dense, 2000)
         , differencesOfArrays("Sub", differencesWithTwoArrays, layouts, types, twoArraysOfMatrices, dense, 2000)
-    {
-    }
+    {}
 
     ThresholdRow sums, sumsOfArrays, differences, differencesOfArrays;
 };

@@ -81,8 +81,7 @@ struct ProductRows {
                {"Mul", "tav", layouts, types, transposedVector<true, false>, dense, 1441},
                {"Mul", "tva", layouts, types, transposedVector<false, true>, dense, 1441},
                {"Mul", "tava", layouts, types, transposedVector<true, true>, dense, 1441}}
-    {
-    }
+    {}
 
     ThresholdRow rows[18];
 };
@@ -96,8 +95,7 @@ struct GaxpyRows {
     GaxpyRows(const char* layout, const char* type, std::int64_t dense, std::int64_t other)
         : ofArrays("Gaxpy", "mva", layout, type, gaxpyOfArrays, dense, other)
         , ofOneSummand("Gaxpy", "mvav", layout, type, gaxpyOfOneSummand, dense, other)
-    {
-    }
+    {}
 
     ThresholdRow ofArrays, ofOneSummand;
 };

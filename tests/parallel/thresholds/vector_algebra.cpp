@@ -4,49 +4,21 @@
 namespace tarnm::test {
 namespace {
 
-std::int64_t pairWithOne(const Sizes& s, std::int64_t count)
-{
-    return at(s, "len") * (count + 1);
-}
-std::int64_t pairs(const Sizes& s, std::int64_t count)
-{
-    return at(s, "len") * 2 * count;
-}
-std::int64_t vectors(const Sizes& s, std::int64_t count)
-{
-    return at(s, "len") * count;
-}
-std::int64_t oneArray(const Sizes& s, std::int64_t count)
-{
-    return at(s, "len") * 2 * count + at(s, "len");
-}
-std::int64_t twoArrays(const Sizes& s, std::int64_t count)
-{
-    return 3 * at(s, "len") * count;
-}
-std::int64_t twice(const Sizes&, std::int64_t count)
-{
-    return 2 * count;
-}
-std::int64_t thrice(const Sizes&, std::int64_t count)
-{
-    return 3 * count;
-}
-std::int64_t diagonals(const Sizes& s, std::int64_t count)
-{
-    return at(s, "width") * count;
-}
-std::int64_t matrices(const Sizes& s, std::int64_t count)
-{
-    return at(s, "width") * at(s, "height") * count;
-}
+std::int64_t pairWithOne(const Sizes& s, std::int64_t count) { return at(s, "len") * (count + 1); }
+std::int64_t pairs(const Sizes& s, std::int64_t count) { return at(s, "len") * 2 * count; }
+std::int64_t vectors(const Sizes& s, std::int64_t count) { return at(s, "len") * count; }
+std::int64_t oneArray(const Sizes& s, std::int64_t count) { return at(s, "len") * 2 * count + at(s, "len"); }
+std::int64_t twoArrays(const Sizes& s, std::int64_t count) { return 3 * at(s, "len") * count; }
+std::int64_t twice(const Sizes&, std::int64_t count) { return 2 * count; }
+std::int64_t thrice(const Sizes&, std::int64_t count) { return 3 * count; }
+std::int64_t diagonals(const Sizes& s, std::int64_t count) { return at(s, "width") * count; }
+std::int64_t matrices(const Sizes& s, std::int64_t count) { return at(s, "width") * at(s, "height") * count; }
 
 struct DotRows {
     DotRows(const char* layout, const char* types, std::int64_t dense, std::int64_t other)
         : withOne("DotProduct", "vav", layout, types, pairWithOne, dense, other)
         , ofArrays("DotProduct", "vava", layout, types, pairs, dense, other)
-    {
-    }
+    {}
     ThresholdRow withOne, ofArrays;
 };
 
@@ -62,13 +34,14 @@ struct CombinationRows {
                     std::int64_t dense, std::int64_t other)
         : withOne(operation, withOneCodes, layout, types, oneArray, dense, other)
         , ofArrays(operation, "vava", layout, types, twoArrays, dense, other)
-    {
-    }
+    {}
     ThresholdRow withOne, ofArrays;
 };
 
-const CombinationRows lcombS("LComb", "vav", "S", "32f 64f", 4501, 4501), lcombL32("LComb", "vav", "L", "32f", 4501, 3751);
-const CombinationRows lcombL64("LComb", "vav", "L", "64f", 4501, 4501), lcombP("LComb", "vav", "P", "32f 64f", 4501, 4501);
+const CombinationRows lcombS("LComb", "vav", "S", "32f 64f", 4501, 4501),
+    lcombL32("LComb", "vav", "L", "32f", 4501, 3751);
+const CombinationRows lcombL64("LComb", "vav", "L", "64f", 4501, 4501),
+    lcombP("LComb", "vav", "P", "32f 64f", 4501, 4501);
 const CombinationRows saxpyS32("Saxpy", "vav vva", "S", "32f", 3001, 2001);
 const CombinationRows saxpyS64("Saxpy", "vav vva", "S", "64f", 3001, 1201);
 const CombinationRows saxpyL32("Saxpy", "vav", "L", "32f", 1501, 1001);

@@ -1,12 +1,12 @@
-// Matrices and vectors in values of our own, scalars or lanes.
+// Matrices and vectors in values of our own, scalars or lanes, seen as kernels see them.
 //
 //   HeldMatrix    rows of `columns` values
 //   HeldVector    values one after the other
 #pragma once
 
-#include "frame/blocks.h"
+#include "frame/machine.h"
 
-namespace tarnm::qr {
+namespace tarnm {
 
 template <class V, int columns> struct HeldMatrix {
     V* values;
@@ -22,4 +22,4 @@ template <class V> struct HeldVector {
     TARNM_INLINE void set(int i, V value) const { values[i] = value; }
 };
 
-} // namespace tarnm::qr
+} // namespace tarnm
