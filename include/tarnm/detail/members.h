@@ -233,6 +233,10 @@ template <> struct members<operation::Trace, code("m")> : six<tarnmTrace_m_32f, 
 template <> struct members<operation::Trace, code("ma")> : six<tarnmTrace_ma_32f, tarnmTrace_ma_32f_L, tarnmTrace_ma_32f_P, tarnmTrace_ma_64f, tarnmTrace_ma_64f_L, tarnmTrace_ma_64f_P> {};
 template <> struct members<operation::FrobNorm, code("m")> : six<tarnmFrobNorm_m_32f, nullptr, tarnmFrobNorm_m_32f_P, tarnmFrobNorm_m_64f, nullptr, tarnmFrobNorm_m_64f_P> {};
 template <> struct members<operation::FrobNorm, code("ma")> : six<tarnmFrobNorm_ma_32f, tarnmFrobNorm_ma_32f_L, tarnmFrobNorm_ma_32f_P, tarnmFrobNorm_ma_64f, tarnmFrobNorm_ma_64f_L, tarnmFrobNorm_ma_64f_P> {};
+template <> struct members<operation::Det, code("m")> : six<tarnmDet_m_32f, nullptr, tarnmDet_m_32f_P, tarnmDet_m_64f, nullptr, tarnmDet_m_64f_P> {};
+template <> struct members<operation::Det, code("ma")> : six<tarnmDet_ma_32f, tarnmDet_ma_32f_L, tarnmDet_ma_32f_P, tarnmDet_ma_64f, tarnmDet_ma_64f_L, tarnmDet_ma_64f_P> {};
+template <> struct members<operation::Invert, code("m")> : six<tarnmInvert_m_32f, nullptr, tarnmInvert_m_32f_P, tarnmInvert_m_64f, nullptr, tarnmInvert_m_64f_P> {};
+template <> struct members<operation::Invert, code("ma")> : six<tarnmInvert_ma_32f, tarnmInvert_ma_32f_L, tarnmInvert_ma_32f_P, tarnmInvert_ma_64f, tarnmInvert_ma_64f_L, tarnmInvert_ma_64f_P> {};
 template <> struct members<operation::LUDecomp, code("m")> : six<tarnmLUDecomp_m_32f, nullptr, tarnmLUDecomp_m_32f_P, tarnmLUDecomp_m_64f, nullptr, tarnmLUDecomp_m_64f_P> {};
 template <> struct members<operation::LUDecomp, code("ma")> : six<tarnmLUDecomp_ma_32f, tarnmLUDecomp_ma_32f_L, tarnmLUDecomp_ma_32f_P, tarnmLUDecomp_ma_64f, tarnmLUDecomp_ma_64f_L, tarnmLUDecomp_ma_64f_P> {};
 template <> struct members<operation::LUBackSubst, code("mv")> : six<tarnmLUBackSubst_mv_32f, nullptr, tarnmLUBackSubst_mv_32f_P, tarnmLUBackSubst_mv_64f, nullptr, tarnmLUBackSubst_mv_64f_P> {};
