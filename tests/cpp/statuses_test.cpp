@@ -77,7 +77,9 @@ TEST(Statuses, ObjectsInPlaceAreWorkedOnOnce)
     std::vector<status> statuses(count);
     EXPECT_EQ(lu(a, a, pivots, statuses), 2);
     for (std::ptrdiff_t n = 0; n < count; ++n) {
-        if (n != 3 && n != 100) { ASSERT_EQ(a[n], factors[n]) << n; }
+        if (n != 3 && n != 100) {
+            ASSERT_EQ(a[n], factors[n]) << n;
+        }
         EXPECT_EQ(statuses[n], n != 3 && n != 100 ? StatusOk : StatusSingular);
     }
 }
