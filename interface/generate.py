@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Writes all outputs of the registry: header, entry units, export map, reference pages, test table.
+"""Writes all outputs of the registry: header, entry units, export map, reference pages, test table, table
+of the Python package.
 
     generate.py            write what has changed, remove what is no longer generated
     generate.py --check    write nothing; exit 1 and name the files that would change
@@ -11,7 +12,7 @@ import sys
 from pathlib import Path
 
 import registry
-from writers import cpp_members, entries, exports, header, reference, table
+from writers import cpp_members, entries, exports, header, python_members, reference, table
 
 ROOT = Path(__file__).resolve().parent.parent
 
@@ -25,6 +26,7 @@ def outputs():
         "include/tarnm/tarnm.h": header.render(members),
         "include/tarnm/detail/members.h": cpp_members.render(members, {member.operation for member in registry.members()}),
         "src/frame/exports.map": exports.render(members),
+        "python/tarnm/_members.py": python_members.render(members),
         "tests/support/member_table.cpp": table.render(members),
     }
     return files | entries.render(members) | reference.render(members)

@@ -1,0 +1,145 @@
+// Eigenproblems in the order and the form that users of NumPy know: ascending values of symmetric matrices, complex numbers,
+// vectors of length 1.
+#include <tarnm/detail/general.h>
+#include <tarnm/detail/symmetric.h>
+
+#include "blocks.h"
+
+namespace tarnm::python {
+namespace {
+
+constexpr auto strided = layout::strided;
+
+template <class T>
+void reverse_values(std::span<T> values, std::ptrdiff_t order)
+{
+    for (auto first = values.begin(); first != values.end(); first += order) std::reverse(first, first + order);
+}
+
+template <class View>
+void reverse_columns(const View& vectors)
+{
+    for (std::ptrdiff_t n = 0; n < vectors.count(); ++n)
+        for (std::ptrdiff_t r = 0; r < vectors.rows(); ++r)
+            for (std::ptrdiff_t left = 0, right = vectors.columns() - 1; left < right; ++left, --right) {
+                auto *const a = vectors.address(n, r, left), *const b = vectors.address(n, r, right);
+                const auto kept = detail::load(a);
+                detail::store(a, detail::load(b));
+                detail::store(b, kept);
+            }
+}
+
+template <class T>
+std::ptrdiff_t values_of_symmetric(const batch& work)
+{
+    const auto values = packed<T>(work.out[0], work.count * work.in[0].rows);
+    const std::ptrdiff_t failures =
+        eigen_symmetric(matrices<const T, strided>(work.in[0], work.count), values, statuses_of(work));
+    reverse_values(values, work.in[0].rows);
+    return failures;
+}
+
+template <class T>
+std::ptrdiff_t vectors_of_symmetric(const batch& work)
+{
+    const auto values = packed<T>(work.out[0], work.count * work.in[0].rows);
+    const auto vectors = matrices<T, strided>(work.out[1], work.count);
+    const std::ptrdiff_t failures =
+        eigen_symmetric(matrices<const T, strided>(work.in[0], work.count), values, vectors, statuses_of(work));
+    reverse_values(values, work.in[0].rows);
+    reverse_columns(vectors);
+    return failures;
+}
+
+// Complex numbers are pairs.
+template <class T>
+void join(const T* real, const T* imaginary, std::ptrdiff_t size, const batch& work)
+{
+    T* const values = static_cast<T*>(work.out[0].data);
+    bool found = false;
+    for (std::ptrdiff_t i = 0; i < size; ++i) {
+        values[2 * i] = real[i];
+        values[2 * i + 1] = imaginary[i];
+        found |= imaginary[i] != 0;
+    }
+    work.complex_found |= found;
+}
+
+template <class T>
+std::ptrdiff_t values_of_general(const batch& work)
+{
+    const std::ptrdiff_t size = work.count * work.in[0].rows;
+    scratch_array<T> real(size), imaginary(size);
+    const std::ptrdiff_t failures = eigenvalues(matrices<const T, strided>(work.in[0], work.count),
+                                                std::span(real.data(), static_cast<std::size_t>(size)),
+                                                std::span(imaginary.data(), static_cast<std::size_t>(size)),
+                                                statuses_of(work));
+    if (failures >= 0) join(real.data(), imaginary.data(), size, work);
+    return failures;
+}
+
+// The vectors of one matrix: pairs of columns become conjugate complex vectors, every vector gets length 1. `sign` is that of
+// the imaginary part of the first of a pair.
+template <class T>
+void join_vectors(const T* vectors, const T* imaginary, T* joined, std::ptrdiff_t order, T sign)
+{
+    for (std::ptrdiff_t j = 0; j < order; ++j) {
+        const bool pair = imaginary[j] != 0 && j + 1 < order;
+        double squares = 0;
+        for (std::ptrdiff_t r = 0; r < order; ++r) {
+            const double re = vectors[r * order + j], im = pair ? double{vectors[r * order + j + 1]} : 0;
+            squares += re * re + im * im;
+        }
+        const double factor = squares > 0 && std::isfinite(squares) ? 1 / std::sqrt(squares) : 1;
+        for (std::ptrdiff_t r = 0; r < order; ++r) {
+            T* const place = joined + 2 * (r * order + j);
+            place[0] = static_cast<T>(vectors[r * order + j] * factor);
+            place[1] = pair ? static_cast<T>(sign * vectors[r * order + j + 1] * factor) : T(0);
+            if (!pair) continue;
+            place[2] = place[0];
+            place[3] = -place[1];
+        }
+        j += pair;
+    }
+}
+
+// out: complex values, complex left vectors, complex right vectors, the last two where they are wanted. Left vectors u have
+// conj(u) . a = value * conj(u).
+template <class T, bool Right, bool Left>
+std::ptrdiff_t vectors_of_general(const batch& work)
+{
+    const std::ptrdiff_t order = work.in[0].rows, size = order * order, all = work.count * order;
+    scratch_array<T> real(all), imaginary(all), right(Right ? work.count * size : 1), left(Left ? work.count * size : 1);
+    const auto a = matrices<const T, strided>(work.in[0], work.count);
+    const std::span re(real.data(), static_cast<std::size_t>(all)), im(imaginary.data(), static_cast<std::size_t>(all));
+    const matrix_array<T> right_view(right.data(), work.count, order, order);
+    const matrix_array<T> left_view(left.data(), work.count, order, order);
+    std::ptrdiff_t failures;
+    if constexpr (Right && Left)
+        failures = eigenvectors(a, re, im, right_view, left_view, statuses_of(work));
+    else if constexpr (Right)
+        failures = eigenvectors(a, re, im, right_view, statuses_of(work));
+    else
+        failures = left_eigenvectors(a, re, im, left_view, statuses_of(work));
+    if (failures < 0) return failures;
+    join(real.data(), imaginary.data(), all, work);
+    for (std::ptrdiff_t n = 0; n < work.count; ++n) {
+        const T* const im_n = imaginary + n * order;
+        if constexpr (Right)
+            join_vectors(right + n * size, im_n, static_cast<T*>(work.out[Left ? 2 : 1].data) + 2 * n * size, order, T(1));
+        if constexpr (Left)
+            join_vectors(left + n * size, im_n, static_cast<T*>(work.out[1].data) + 2 * n * size, order, T(-1));
+    }
+    return failures;
+}
+
+} // namespace
+
+const kernel_pair symmetric_values = {values_of_symmetric<float>, values_of_symmetric<double>};
+const kernel_pair symmetric_vectors = {vectors_of_symmetric<float>, vectors_of_symmetric<double>};
+const kernel_pair general_values = {values_of_general<float>, values_of_general<double>};
+const kernel_pair general_vectors = {vectors_of_general<float, true, false>, vectors_of_general<double, true, false>};
+const kernel_pair left_vectors = {vectors_of_general<float, false, true>, vectors_of_general<double, false, true>};
+const kernel_pair general_vectors_both = {vectors_of_general<float, true, true>, vectors_of_general<double, true, true>};
+
+} // namespace tarnm::python

@@ -1,0 +1,242 @@
+// QR factors, least squares, and the matrices Q and R themselves.
+//
+// The library refuses a column by its length. Small matrices that were refused are multiplied by a power of two and tried
+// again for least squares; Q and R exist for every matrix and are computed in double precision where the library gives none.
+#include <tarnm/detail/factor.h>
+#include <tarnm/detail/right.h>
+
+#include "blocks.h"
+
+namespace tarnm::python {
+namespace {
+
+constexpr auto strided = layout::strided;
+
+template <class T, class A>
+tarnmStatus factor_scaled(const A& a, T* factors, std::int32_t& exponent)
+{
+    const std::ptrdiff_t rows = a.rows(), columns = a.columns(), size = rows * columns;
+    detail::read_object(a, 0, factors);
+    if (!detail::all_finite(factors, size)) return StatusDivByZero;
+    T largest = 0;
+    for (std::ptrdiff_t i = 0; i < size; ++i) largest = std::max(largest, std::abs(factors[i]));
+    exponent = detail::exponent_above(largest);
+    detail::scale_by_power(factors, size, -exponent);
+    const matrix_view<T> in_place(factors, rows, columns);
+    return tarnm::qr(in_place, in_place, std::nothrow);
+}
+
+// Packed factors; exponents are zero but where a matrix had to be scaled.
+template <class T>
+std::ptrdiff_t factor_block(const operand& source, std::ptrdiff_t count, T* factors, std::int32_t* exponents,
+                            tarnmStatus* statuses)
+{
+    const std::ptrdiff_t rows = source.rows, columns = source.columns;
+    const auto a = matrices<const T, strided>(source, count);
+    std::fill_n(exponents, count, 0);
+    std::ptrdiff_t failures = tarnm::qr(a, matrix_array<T>(factors, count, rows, columns),
+                                        std::span(statuses, static_cast<std::size_t>(count)));
+    if (failures <= 0) return failures;
+    for (std::ptrdiff_t n = 0; n < count; ++n) {
+        if (statuses[n] == StatusOk) continue;
+        statuses[n] = factor_scaled(a.objects(n, 1), factors + n * rows * columns, exponents[n]);
+        failures -= statuses[n] == StatusOk;
+    }
+    return failures;
+}
+
+// Whether no element of the diagonal of R is zero, within what rounding leaves of a dependent column.
+template <class T>
+bool has_full_rank(const T* factors, std::ptrdiff_t rows, std::ptrdiff_t columns)
+{
+    T largest = 0, smallest = std::numeric_limits<T>::infinity();
+    for (std::ptrdiff_t i = 0; i < columns; ++i) {
+        const T value = std::abs(factors[i * columns + i]);
+        largest = std::max(largest, value);
+        smallest = std::min(smallest, value);
+    }
+    return smallest > static_cast<T>(rows) * std::numeric_limits<T>::epsilon() * largest;
+}
+
+template <class T>
+std::ptrdiff_t least_squares(const batch& work)
+{
+    const operand& a = work.in[0];
+    const std::ptrdiff_t rows = a.rows, columns = a.columns, size = rows * columns;
+    const std::ptrdiff_t step = a.many ? objects_per_block(size * std::ptrdiff_t{sizeof(T)}, work.count) : work.count;
+    scratch_array<T> factors(a.many ? step * size : size);
+    scratch_array<std::int32_t> exponents(a.many ? step : 1);
+    std::ptrdiff_t failures = 0;
+    for (std::ptrdiff_t first = 0; first < work.count; first += step) {
+        const std::ptrdiff_t count = std::min(step, work.count - first);
+        const std::ptrdiff_t matrices_here = a.many ? count : 1;
+        tarnmStatus* const statuses = work.statuses + first;
+        const std::ptrdiff_t failed =
+            factor_block<T>(part(a, first), matrices_here, factors.data(), exponents.data(), statuses);
+        if (failed < 0) return failed;
+        for (std::ptrdiff_t n = 0; n < matrices_here; ++n) {
+            T* const found = factors + n * size;
+            if (statuses[n] == StatusOk && !has_full_rank(found, rows, columns)) statuses[n] = StatusSingular;
+            if (statuses[n] == StatusOk) continue;
+            std::fill_n(found, size, T(0));
+            for (std::ptrdiff_t i = 0; i < columns; ++i) found[i * columns + i] = 1;
+        }
+        if (!a.many) std::fill_n(statuses, count, statuses[0]);
+        for (std::ptrdiff_t n = 0; n < count; ++n) failures += statuses[n] != StatusOk;
+        const operand b = part(work.in[1], first), x = part(work.out[0], first);
+        for (std::ptrdiff_t k = 0; k < b.columns; ++k) {
+            const auto right = vectors<const T, strided>(column(b, k), count);
+            const auto result = vectors<T, strided>(column(x, k), count);
+            const tarnmStatus status = a.many
+                ? qr_solve(matrix_array<const T>(factors.data(), count, rows, columns), right, result, std::nothrow)
+                : qr_solve(matrix_view<const T>(factors.data(), rows, columns), right, result, std::nothrow);
+            if (status != StatusOk) return status;
+            for (std::ptrdiff_t n = 0; n < count; ++n) {
+                const std::int32_t exponent = exponents.data()[a.many ? n : 0];
+                for (std::ptrdiff_t i = 0; exponent != 0 && i < columns; ++i) {
+                    T* const place = result.address(n, 0, i);
+                    detail::store(place, std::ldexp(detail::load(place), -exponent));
+                }
+            }
+        }
+    }
+    return failures;
+}
+
+// out: packed factors, packed exponents.
+template <class T>
+std::ptrdiff_t factor(const batch& work)
+{
+    return factor_block<T>(work.in[0], work.count, static_cast<T*>(work.out[0].data),
+                           static_cast<std::int32_t*>(work.out[1].data), work.statuses);
+}
+
+// Householder reflections of one matrix in double precision, also where a column is zero. As the library stores them.
+inline void reflect(double* a, std::ptrdiff_t rows, std::ptrdiff_t columns)
+{
+    for (std::ptrdiff_t k = 0; k < std::min(columns, rows - 1); ++k) {
+        double length = 0;
+        for (std::ptrdiff_t i = k; i < rows; ++i) length = std::hypot(length, a[i * columns + k]);
+        if (length == 0) continue;
+        const double alpha = a[k * columns + k] > 0 ? length : -length, pivot = a[k * columns + k] + alpha;
+        double squares = 1;
+        for (std::ptrdiff_t i = k + 1; i < rows; ++i) {
+            a[i * columns + k] /= pivot;
+            squares += a[i * columns + k] * a[i * columns + k];
+        }
+        for (std::ptrdiff_t j = k + 1; j < columns; ++j) {
+            double sum = a[k * columns + j];
+            for (std::ptrdiff_t i = k + 1; i < rows; ++i) sum += a[i * columns + j] * a[i * columns + k];
+            sum *= -2 / squares;
+            a[k * columns + j] += sum;
+            for (std::ptrdiff_t i = k + 1; i < rows; ++i) a[i * columns + j] += sum * a[i * columns + k];
+        }
+        a[k * columns + k] = -alpha;
+    }
+}
+
+// q, rows x columns, from the reflections below the diagonal of f.
+template <class T>
+void form_q(const T* f, T* q, std::ptrdiff_t rows, std::ptrdiff_t columns)
+{
+    for (std::ptrdiff_t i = 0; i < rows * columns; ++i) q[i] = 0;
+    for (std::ptrdiff_t i = 0; i < columns; ++i) q[i * columns + i] = 1;
+    for (std::ptrdiff_t k = std::min(columns, rows - 1) - 1; k >= 0; --k) {
+        T squares = 1;
+        for (std::ptrdiff_t i = k + 1; i < rows; ++i) squares += f[i * columns + k] * f[i * columns + k];
+        // A column that was zero has no reflection.
+        if (squares == 1 && f[k * columns + k] == 0) continue;
+        const T factor = -2 / squares;
+        for (std::ptrdiff_t j = k; j < columns; ++j) {
+            T sum = q[k * columns + j];
+            for (std::ptrdiff_t i = k + 1; i < rows; ++i) sum += q[i * columns + j] * f[i * columns + k];
+            sum *= factor;
+            q[k * columns + j] += sum;
+            for (std::ptrdiff_t i = k + 1; i < rows; ++i) q[i * columns + j] += sum * f[i * columns + k];
+        }
+    }
+}
+
+template <class T, class View>
+void upper_triangle(const T* f, const View& r, std::ptrdiff_t n, int exponent)
+{
+    const std::ptrdiff_t columns = r.columns();
+    for (std::ptrdiff_t i = 0; i < columns; ++i)
+        for (std::ptrdiff_t j = 0; j < columns; ++j) {
+            const T value = j >= i ? f[i * columns + j] : T(0);
+            detail::store(r.address(n, i, j), exponent == 0 ? value : std::ldexp(value, exponent));
+        }
+}
+
+// Q and R of one matrix that the library refused.
+template <class T, class A, class Q, class R>
+void matrices_of_refused(const A& a, const Q& q, const R& r)
+{
+    const std::ptrdiff_t rows = a.rows(), columns = a.columns();
+    scratch_array<double> factors(rows * columns), orthogonal(rows * columns);
+    detail::read_object(a, 0, factors.data());
+    reflect(factors.data(), rows, columns);
+    form_q(factors.data(), orthogonal.data(), rows, columns);
+    detail::write_object(q, 0, orthogonal.data());
+    for (std::ptrdiff_t i = 0; i < columns; ++i)
+        for (std::ptrdiff_t j = 0; j < columns; ++j)
+            detail::store(r.address(0, i, j), j >= i ? static_cast<T>(factors.data()[i * columns + j]) : T(0));
+}
+
+// out: Q, R.
+template <class T>
+std::ptrdiff_t q_and_r(const batch& work)
+{
+    const std::ptrdiff_t rows = work.in[0].rows, columns = work.in[0].columns, size = rows * columns;
+    const std::ptrdiff_t step = objects_per_block(size * std::ptrdiff_t{sizeof(T)}, work.count);
+    scratch_array<T> factors(step * size), orthogonal(size);
+    scratch_array<std::int32_t> exponents(step);
+    std::ptrdiff_t failures = 0;
+    for (std::ptrdiff_t first = 0; first < work.count; first += step) {
+        const std::ptrdiff_t count = std::min(step, work.count - first);
+        const std::ptrdiff_t failed = factor_block<T>(part(work.in[0], first), count, factors.data(), exponents.data(),
+                                                      work.statuses + first);
+        if (failed < 0) return failed;
+        const auto q = matrices<T, strided>(part(work.out[0], first), count);
+        const auto r = matrices<T, strided>(part(work.out[1], first), count);
+        const auto a = matrices<const T, strided>(part(work.in[0], first), count);
+        for (std::ptrdiff_t n = 0; n < count; ++n) {
+            if (work.statuses[first + n] != StatusOk) {
+                matrices_of_refused<T>(a.objects(n, 1), q.objects(n, 1), r.objects(n, 1));
+                scratch_array<T> source(size);
+                detail::read_object(a, n, source.data());
+                if (detail::all_finite(source.data(), size)) work.statuses[first + n] = StatusOk;
+                failures += work.statuses[first + n] != StatusOk;
+                continue;
+            }
+            form_q(factors + n * size, orthogonal.data(), rows, columns);
+            detail::write_object(q, n, orthogonal.data());
+            upper_triangle(factors + n * size, r, n, exponents.data()[n]);
+        }
+    }
+    return failures;
+}
+
+// in: packed factors, right sides.
+template <class T>
+std::ptrdiff_t solve_factored(const batch& work)
+{
+    const operand &f = work.in[0], &b = work.in[1];
+    for (std::ptrdiff_t k = 0; k < b.columns; ++k) {
+        const auto right = vectors<const T, strided>(column(b, k), work.count);
+        const auto x = vectors<T, strided>(column(work.out[0], k), work.count);
+        const tarnmStatus status = f.many ? qr_solve(matrices<const T, strided>(f, work.count), right, x, std::nothrow)
+                                          : qr_solve(matrix<const T, strided>(f), right, x, std::nothrow);
+        if (status != StatusOk) return status;
+    }
+    return 0;
+}
+
+} // namespace
+
+const kernel_pair qr_factors = {factor<float>, factor<double>};
+const kernel_pair qr_solutions = {least_squares<float>, least_squares<double>};
+const kernel_pair qr_matrices = {q_and_r<float>, q_and_r<double>};
+const kernel_pair qr_factored_solutions = {solve_factored<float>, solve_factored<double>};
+
+} // namespace tarnm::python

@@ -1,0 +1,126 @@
+"""Factors that are kept to solve many systems with them."""
+
+import numpy
+
+from . import _tarnm
+
+
+def _unscaled(solution, exponents, factors, b):
+    """The solution with the powers of two given back by which matrices were divided before they were factored."""
+    if not exponents.any():
+        return solution
+    axes = 1 if b.ndim in (1, factors.ndim - 1) else 2
+    powers = exponents.reshape(exponents.shape + (1,) * axes)
+    return numpy.ldexp(solution, -powers, out=solution)
+
+
+class LU:
+    """The LU factors of a matrix, or of each matrix of a stack: what lu() returns.
+
+    shape      that of the stack of matrices
+    statuses   with errors='return', the status of each matrix, else None
+    l, u, p    arrays with p @ l @ u equal to the matrix: unit lower triangle, upper triangle, permutation
+    """
+
+    def __init__(self, factors, pivots, exponents, statuses=None):
+        self._factors = factors
+        self._pivots = pivots
+        self._exponents = exponents
+        self.statuses = statuses
+
+    @property
+    def shape(self):
+        return self._factors.shape
+
+    @property
+    def dtype(self):
+        return self._factors.dtype
+
+    @property
+    def raw(self):
+        """The factors and pivots as the library stores them: rows stay where they are; pivots[..., k] is the row of step k."""
+        return self._factors, self._pivots
+
+    def _sorted(self):
+        # Row k of the factors in the order of the steps is row pivots[k] in memory.
+        return numpy.take_along_axis(self._factors, self._pivots[..., None].astype(numpy.intp), axis=-2)
+
+    @property
+    def l(self):  # noqa: E743
+        order = self.shape[-1]
+        return numpy.tril(self._sorted(), -1) + numpy.eye(order, dtype=self.dtype)
+
+    @property
+    def u(self):
+        return numpy.ldexp(numpy.triu(self._sorted()), self._exponents[..., None, None])
+
+    @property
+    def p(self):
+        order = self.shape[-1]
+        return numpy.asarray(numpy.arange(order)[:, None] == self._pivots[..., None, :], dtype=self.dtype)
+
+    def solve(self, b, *, out=None, threads=None, copy=True):
+        """x with a @ x = b, for vectors (..., n) or matrices of right sides (..., n, k)."""
+        x = _tarnm.lu_solve(self._factors, self._pivots, b, out=out, threads=threads, copy=copy)
+        return _unscaled(x, self._exponents, self._factors, b)
+
+
+class QR:
+    """The reflections and R of a matrix, or of each matrix of a stack: what qr_factor() returns."""
+
+    def __init__(self, factors, exponents, statuses=None):
+        self._factors = factors
+        self._exponents = exponents
+        self.statuses = statuses
+
+    @property
+    def shape(self):
+        return self._factors.shape
+
+    @property
+    def dtype(self):
+        return self._factors.dtype
+
+    @property
+    def raw(self):
+        """R above the diagonal and on it; below it the vectors of the reflections, whose first element is 1."""
+        return self._factors
+
+    @property
+    def r(self):
+        columns = self.shape[-1]
+        upper = numpy.triu(self._factors[..., :columns, :])
+        return numpy.ldexp(upper, self._exponents[..., None, None])
+
+    def solve(self, b, *, out=None, threads=None, copy=True):
+        """The x that minimises the length of a @ x - b, for vectors (..., m) or matrices (..., m, k)."""
+        x = _tarnm.qr_solve(self._factors, b, out=out, threads=threads, copy=copy)
+        return _unscaled(x, self._exponents, self._factors, b)
+
+
+def lu(a, *, errors="raise", threads=None, copy=True):
+    """LU factors with row pivoting, of matrices (..., n, n). Returns an LU, see there.
+
+    A matrix without an inverse is an error: numpy.linalg.LinAlgError, or its status in LU.statuses with errors='return'.
+    """
+    return LU(*_tarnm.lu(a, errors=errors, threads=threads, copy=copy))
+
+
+def lu_solve(factors, b, *, out=None, threads=None, copy=True):
+    """x with a @ x = b, from factors = lu(a). See LU.solve."""
+    return factors.solve(b, out=out, threads=threads, copy=copy)
+
+
+def cholesky_solve(lower, b, *, out=None, threads=None, copy=True):
+    """x with a @ x = b, from lower = cholesky(a); b are vectors (..., n) or matrices (..., n, k)."""
+    return _tarnm.cholesky_solve(lower, b, out=out, threads=threads, copy=copy)
+
+
+def qr_factor(a, *, errors="raise", threads=None, copy=True):
+    """Householder factors of matrices (..., m, n) with m >= n, to solve with. Returns a QR; qr() gives the matrices Q and R."""
+    return QR(*_tarnm.qr_factor(a, errors=errors, threads=threads, copy=copy))
+
+
+def qr_solve(factors, b, *, out=None, threads=None, copy=True):
+    """Least squares from factors = qr_factor(a). See QR.solve."""
+    return factors.solve(b, out=out, threads=threads, copy=copy)
