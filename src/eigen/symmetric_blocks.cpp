@@ -6,6 +6,14 @@ namespace tarnm::symmetric {
 
 namespace {
 
+// The vector of a reflection in the working type: every element is read many times.
+template <class S, class W> struct WideRun {
+    W values[blockOrderLimit];
+
+    TARNM_INLINE W get(int i) const { return values[i]; }
+    TARNM_INLINE void set(int i, S value) { values[i] = widen<W>(value); }
+};
+
 template <class W> TARNM_INLINE bool succeeded(const Outcome<W>& outcome)
 {
     return none(outcome.notConverged) && none(outcome.singular);
@@ -15,7 +23,8 @@ template <class W, class S, class Vectors>
 TARNM_INLINE bool solveLanes(scalar_t<S>* matrix, scalar_t<S>* values, Vectors& vectors, int n, const Variant& variant)
 {
     setIdentity<S>(vectors, n);
-    return succeeded(solve<W>(Matrix<S>{{matrix}, n}, Cells<S>{values}, vectors, variant));
+    WideRun<S, W> reflection;
+    return succeeded(solve<W>(Matrix<S>{{matrix}, n}, reflection, Cells<S>{values}, vectors, variant));
 }
 
 template <class W, class S, class Vectors>
