@@ -19,6 +19,7 @@
 #include <limits>
 #include <tuple>
 #include <type_traits>
+#include <utility>
 
 #include "error.h"
 #include "layout.h"
@@ -49,8 +50,7 @@ float > || std::same_as<std::remove_const_t<T>, double>;
 // The arguments of the C functions have 32 bits.
 constexpr std::int32_t narrow(std::ptrdiff_t value, const char* property, tarnmStatus status)
 {
-    if (value > std::numeric_limits<std::int32_t>::max() || value < std::numeric_limits<std::int32_t>::min())
-        raise("view", {status, "", property, value});
+    if (!std::in_range<std::int32_t>(value)) raise("view", {status, "", property, value});
     return static_cast<std::int32_t>(value);
 }
 
