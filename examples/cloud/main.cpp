@@ -1,10 +1,13 @@
-// cloud: reads a cloud of points, normalises it and computes its normals with tarnm, and writes it.
+// cloud: reads a cloud of points, normalises it, computes its normals and draws it with tarnm, and writes
+// both.
 //
 // Exit status: 0, 1 when something is wrong with a file or the layouts do not agree, 2 for a mistake in the command line.
 
+#include "image.h"
 #include "normalise.h"
 #include "normals.h"
 #include "options.h"
+#include "picture.h"
 #include "placement.h"
 #include "ply.h"
 #include "points.h"
@@ -48,6 +51,13 @@ template <class T> void process(Points<T> points, const Options& options)
     reportTimes(std::cout, normalised.times, tarnGetNumThreads(), options.repeat);
     const Normals normals = normalsOf(normalised.points, static_cast<std::size_t>(options.neighbours));
     reportNormals(std::cout, normals.report);
+    if (!options.picture.empty()) {
+        const Picture picture =
+            pictureOf(normalised.points, normals.surface, options.camera, options.width, options.height);
+        writePng(options.picture, picture.image);
+        reportPicture(std::cout, picture.report);
+        std::cout << "Wrote " << options.picture << ".\n";
+    }
     if (options.output.empty()) return;
     writePly(options.output, normalised.points, commentOn(placement),
              options.ascii ? PlyFormat::Ascii : PlyFormat::BinaryLittleEndian, &normals.surface);

@@ -3,11 +3,11 @@
 #include "axes.h"
 #include "neighbours.h"
 #include "progress.h"
+#include "stopwatch.h"
 
 #include <tarnm/tarnm.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <stdexcept>
 #include <string>
@@ -22,21 +22,6 @@ void check(tarnmStatus status, const char* call)
     if (status != StatusOk)
         throw std::logic_error(std::string(call) + " returned the status " + std::to_string(status));
 }
-
-class Stopwatch {
-public:
-    explicit Stopwatch(double& theNanoseconds)
-        : nanoseconds(theNanoseconds)
-    {}
-    ~Stopwatch()
-    {
-        nanoseconds += std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begin).count();
-    }
-
-private:
-    double& nanoseconds;
-    std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
-};
 
 // Writes the neighbours relative to their mean, scaled so that the largest coordinate is 1 or -1: differences in double,
 // whatever the cloud has, lose nothing of what single precision can hold. Neighbours at one place stay 0.

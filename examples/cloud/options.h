@@ -4,12 +4,17 @@
 #include <optional>
 #include <string>
 
+#include "camera.h"
+
 namespace cloud {
 
 struct Options {
     std::string input;  // empty: the built-in scene
     std::string output; // empty: none
     bool ascii = false;
+    std::string picture;            // empty: none
+    int width = 1280, height = 720; // of the picture, in pixels
+    Camera camera;
     int points = 20000; // of the built-in scene
     int repeat = 20;
     int neighbours = 16; // that a normal comes from, its own point among them

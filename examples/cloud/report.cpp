@@ -55,6 +55,12 @@ void reportNormals(std::ostream& out, const NormalsReport& report)
         << " solved alone, " << report.unsolved << " unsolved.\n";
 }
 
+void reportPicture(std::ostream& out, const PictureReport& report)
+{
+    out << std::fixed << std::setprecision(2) << "\nPicture, ns per point: projection " << report.projection
+        << ", shading " << report.shading << ", drawing " << report.drawing << '\n';
+}
+
 template void reportCloud(std::ostream&, const std::string&, const Points<float>&, std::size_t,
                           const Placement<float>&);
 template void reportCloud(std::ostream&, const std::string&, const Points<double>&, std::size_t,

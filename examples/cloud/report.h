@@ -3,6 +3,7 @@
 
 #include "normalise.h"
 #include "normals.h"
+#include "picture.h"
 #include "placement.h"
 
 #include <ostream>
@@ -16,5 +17,7 @@ void reportCloud(std::ostream& out, const std::string& name, const Points<T>& po
 void reportTimes(std::ostream& out, const std::vector<LayoutTime>& times, int threads, int repeat);
 
 void reportNormals(std::ostream& out, const NormalsReport& report);
+
+void reportPicture(std::ostream& out, const PictureReport& report);
 
 } // namespace cloud

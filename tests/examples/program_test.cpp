@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <sys/wait.h>
 
 namespace {
@@ -104,6 +105,18 @@ TEST_F(CloudProgram, TheNumberOfThreadsDoesNotShowInTheResult)
 }
 
 // ---- normals
+
+TEST_F(CloudProgram, DrawsAPicture)
+{
+    const Result result =
+        run("--points 500 --repeat 1 --width 64 --height 48 --picture '" + folder.path("out.png") + "'");
+    ASSERT_EQ(result.status, 0) << result.errors;
+    EXPECT_TRUE(contains(result.output, "\nPicture, ns per point: projection ")) << result.output;
+    EXPECT_TRUE(contains(result.output, "Wrote " + folder.path("out.png") + ".\n"));
+    EXPECT_GT(std::filesystem::file_size(folder.path("out.png")), 500U);
+    EXPECT_EQ(run("--points 500 --picture /nonexistent/out.png").status, 1);
+    EXPECT_EQ(run("--points 500 --zoom 2").status, 2);
+}
 
 TEST_F(CloudProgram, WritesANormalForEveryPoint)
 {
