@@ -23,31 +23,45 @@ template <class T> constexpr int safe_exponent(int order)
     return (range - (order * log_of_order + 1) / 2) / order;
 }
 
-template <class T> using bits_of = std::conditional_t<sizeof(T) == 4, std::int32_t, std::int64_t>;
+// Whether one of packed elements is large, as below, two floats at a time: no sum carries into the float above.
+template <class T, class Bits> bool any_packed_beyond(const T* elements, std::ptrdiff_t count, Bits missing)
+{
+    constexpr std::ptrdiff_t at_once = sizeof(std::uint64_t) / sizeof(T);
+    constexpr std::uint64_t one_each = sizeof(T) == 4 ? 0x0000000100000001U : 1U;
+    constexpr std::uint64_t signs = one_each << (8 * sizeof(T) - 1);
+    std::uint64_t found = 0;
+    std::ptrdiff_t i = 0;
+    const auto look = [&](std::size_t bytes) {
+        std::uint64_t some = 0;
+        std::memcpy(&some, elements + i, bytes);
+        found |= (some & ~signs) + one_each * missing;
+    };
+    for (; i + at_once <= count; i += at_once)
+        look(sizeof(std::uint64_t));
+    if (i < count) look(sizeof(T));
+    return (found & signs) != 0;
+}
 
-// Whether an element is 2^exponent or larger in magnitude, or not a number. Comparing bits lets compilers use vectors.
+// Whether an element is 2^exponent or larger in magnitude, or not a number: its bits without the sign are then those of
+// 2^exponent or more, and a sum with what is missing to the sign sets the sign.
 template <class View> bool any_beyond(const View& a, int exponent)
 {
     using T = typename View::value_type;
-    using bits = bits_of<T>;
-    const bits magnitude = std::numeric_limits<bits>::max();
-    const bits limit = std::bit_cast<bits>(std::ldexp(T(1), exponent));
-    bool beyond = false;
+    using bits = std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint64_t>;
+    constexpr bits sign = bits{1} << (8 * sizeof(bits) - 1);
+    const bits missing = sign - std::bit_cast<bits>(std::ldexp(T(1), exponent));
     const std::ptrdiff_t size = std::ptrdiff_t{a.rows()} * a.columns();
     if constexpr (View::place == layout::strided) {
         if (a.element_stride() == sizeof(T) && a.row_stride() == std::ptrdiff_t{a.columns()} * a.element_stride() &&
-            a.object_stride() == size * std::ptrdiff_t{sizeof(T)}) {
-            const auto* const first = a.origin();
-            for (std::ptrdiff_t i = 0; i < size * a.count(); ++i)
-                beyond |= (std::bit_cast<bits>(load(first + i)) & magnitude) >= limit;
-            return beyond;
-        }
+            a.object_stride() == size * std::ptrdiff_t{sizeof(T)})
+            return any_packed_beyond(a.origin(), size * a.count(), missing);
     }
+    bits found = 0;
     for (std::ptrdiff_t n = 0; n < a.count(); ++n)
         for (std::ptrdiff_t r = 0; r < a.rows(); ++r)
             for (std::ptrdiff_t c = 0; c < a.columns(); ++c)
-                beyond |= (std::bit_cast<bits>(load(a.address(n, r, c))) & magnitude) >= limit;
-    return beyond;
+                found |= (std::bit_cast<bits>(load(a.address(n, r, c))) & ~sign) + missing;
+    return (found & sign) != 0;
 }
 
 // One matrix: rows and then columns brought to magnitudes from 1/2 to 1, inverted, and the powers of two given back.
