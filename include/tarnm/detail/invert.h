@@ -16,20 +16,17 @@ namespace detail {
 
 // Up to this power of two the elements of a matrix cannot take its determinant out of range: by Hadamard's bound it is
 // below order^(order/2) * largest^order.
-template <class T>
-constexpr int safe_exponent(int order)
+template <class T> constexpr int safe_exponent(int order)
 {
     constexpr int range = std::numeric_limits<T>::max_exponent - 6;
     const int log_of_order = std::bit_width(static_cast<unsigned>(order - 1));
     return (range - (order * log_of_order + 1) / 2) / order;
 }
 
-template <class T>
-using bits_of = std::conditional_t<sizeof(T) == 4, std::int32_t, std::int64_t>;
+template <class T> using bits_of = std::conditional_t<sizeof(T) == 4, std::int32_t, std::int64_t>;
 
 // Whether an element is 2^exponent or larger in magnitude, or not a number. Comparing bits lets compilers use vectors.
-template <class View>
-bool any_beyond(const View& a, int exponent)
+template <class View> bool any_beyond(const View& a, int exponent)
 {
     using T = typename View::value_type;
     using bits = bits_of<T>;
@@ -54,8 +51,7 @@ bool any_beyond(const View& a, int exponent)
 }
 
 // One matrix: rows and then columns brought to magnitudes from 1/2 to 1, inverted, and the powers of two given back.
-template <class A, class D>
-tarnmStatus invert_scaled(const A& a, const D& inverse, void* buffer, void* place)
+template <class A, class D> tarnmStatus invert_scaled(const A& a, const D& inverse, void* buffer, void* place)
 {
     using T = typename A::value_type;
     const std::ptrdiff_t n = a.rows();
@@ -66,16 +62,19 @@ tarnmStatus invert_scaled(const A& a, const D& inverse, void* buffer, void* plac
     read_object(a, 0, scaled);
     const auto exponent_of = [&](std::ptrdiff_t first, std::ptrdiff_t step) {
         T largest = 0;
-        for (std::ptrdiff_t i = 0; i < n; ++i) largest = std::max(largest, std::abs(scaled[first + i * step]));
+        for (std::ptrdiff_t i = 0; i < n; ++i)
+            largest = std::max(largest, std::abs(scaled[first + i * step]));
         return exponent_above(largest);
     };
     for (std::ptrdiff_t r = 0; r < n; ++r) {
         row[r] = exponent_of(r * n, 1);
-        for (std::ptrdiff_t c = 0; c < n; ++c) scaled[r * n + c] = std::ldexp(scaled[r * n + c], -row[r]);
+        for (std::ptrdiff_t c = 0; c < n; ++c)
+            scaled[r * n + c] = std::ldexp(scaled[r * n + c], -row[r]);
     }
     for (std::ptrdiff_t c = 0; c < n; ++c) {
         column[c] = exponent_of(c, n);
-        for (std::ptrdiff_t r = 0; r < n; ++r) scaled[r * n + c] = std::ldexp(scaled[r * n + c], -column[c]);
+        for (std::ptrdiff_t r = 0; r < n; ++r)
+            scaled[r * n + c] = std::ldexp(scaled[r * n + c], -column[c]);
     }
     const tarnmStatus status = invert_views(matrix_array<T>(scaled, 1, n, n), matrix_array<T>(result, 1, n, n), buffer,
                                             std::tie(std::nothrow));
@@ -86,16 +85,14 @@ tarnmStatus invert_scaled(const A& a, const D& inverse, void* buffer, void* plac
     return status;
 }
 
-template <class A>
-std::size_t invert_scaled_bytes(const A& a)
+template <class A> std::size_t invert_scaled_bytes(const A& a)
 {
     const std::size_t n = a.rows() > 0 ? a.rows() : 0;
     return 2 * n * n * sizeof(typename A::value_type) + 2 * n * sizeof(std::int32_t);
 }
 
 // All matrices are done; the status is that of the first that is singular.
-template <class A, class D>
-tarnmStatus invert_all(const A& a, const D& inverse, void* buffer, void* place)
+template <class A, class D> tarnmStatus invert_all(const A& a, const D& inverse, void* buffer, void* place)
 {
     const int exponent = safe_exponent<typename A::value_type>(a.rows());
     const auto direct = [&](std::ptrdiff_t first, std::ptrdiff_t count) {
@@ -111,8 +108,7 @@ tarnmStatus invert_all(const A& a, const D& inverse, void* buffer, void* place)
         if (!any_beyond(a.objects(first, count), exponent) && direct(first, count) == StatusOk) continue;
         for (std::ptrdiff_t n = first; n < first + count; ++n) {
             tarnmStatus status = any_beyond(a.objects(n, 1), exponent) ? StatusSingular : direct(n, 1);
-            if (status == StatusSingular)
-                status = invert_scaled(a.objects(n, 1), inverse.objects(n, 1), buffer, place);
+            if (status == StatusSingular) status = invert_scaled(a.objects(n, 1), inverse.objects(n, 1), buffer, place);
             first_failure = first_failure != StatusOk ? first_failure : status;
         }
     }
@@ -120,7 +116,7 @@ tarnmStatus invert_all(const A& a, const D& inverse, void* buffer, void* place)
 }
 
 template <class A, class D, class Options>
-auto invert_right(const A& a, const D& inverse, void* buffer, Options options)
+TARNM_DETAIL_INLINE auto invert_right(const A& a, const D& inverse, void* buffer, Options options)
 {
     const problem shapes = first_of(check(a, "a"), check(inverse, "inverse"), must_be_square(a, "a"),
                                     must_have(inverse, a.rows(), a.rows(), "inverse"));
@@ -136,8 +132,8 @@ auto invert_right(const A& a, const D& inverse, void* buffer, Options options)
 
 template <detail::matrix_operand A, detail::matrix_result D, detail::option... Options>
 requires(detail::same_element<D, A> && !detail::operand_type<A>::is_transposed &&
-         detail::operand_type<A>::is_array == detail::operand_type<D>::is_array)
-auto invert(A&& a, D&& inverse, Options&&... options)
+         detail::operand_type<A>::is_array == detail::operand_type<D>::is_array) TARNM_DETAIL_INLINE
+    auto invert(A&& a, D&& inverse, Options&&... options)
 {
     const auto view = detail::as_array(detail::operand_of(a));
     detail::scratch buffer(detail::elimination_bytes(view), options...);

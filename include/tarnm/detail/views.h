@@ -24,6 +24,13 @@
 #include "error.h"
 #include "layout.h"
 
+// Operations are part of their callers, so that a view never goes through memory on its way to the C function.
+#if defined(__GNUC__)
+#define TARNM_DETAIL_INLINE inline __attribute__((always_inline))
+#else
+#define TARNM_DETAIL_INLINE inline
+#endif
+
 namespace tarnm {
 
 // Distances in bytes. What is not given follows from packed elements, rows without gaps, objects without gaps.
