@@ -96,6 +96,7 @@ std::vector<Rows::Plan> chosenRows(const Options& options)
     geometryRows(rows);
     generalEigenproblemRows(rows);
     symmetricEigenproblemRows(rows);
+    luRows(rows);
     std::vector<Rows::Plan> chosen;
     const auto matchesAny = [](const std::string& name, const std::vector<std::string>& texts) {
         return std::any_of(texts.begin(), texts.end(),

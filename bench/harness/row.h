@@ -98,6 +98,9 @@ public:
     }
     // `call(function, count)` returns the member's status.
     template <class Function, class Call> void ours(const Member<Function>& member, Call call);
+    // Two members one after the other: `call(first, second, count)` returns a status.
+    template <class First, class Second, class Call>
+    void ours(const Member<First>& first, const Member<Second>& second, Call call);
     // `call(first, last)` works on a range of objects, so that the harness can share them among threads.
     template <class Call> void peer(const std::string& name, Call call) { add(name, Role::peer, call); }
     template <class Call> void floor(const std::string& name, Call call) { add(name, Role::floor, call); }
@@ -112,6 +115,7 @@ public:
 private:
     template <class T> const T* filled(std::size_t elements);
     template <class Call> void add(const std::string& name, Role role, Call call);
+    template <class Call> void addOurs(const Library& library, Call call);
     void fill(float* values, std::size_t n);
     void fill(double* values, std::size_t n);
 
@@ -168,14 +172,29 @@ template <class Function, class Call> void Row::ours(const Member<Function>& mem
 {
     for (const Library& library : libraries) {
         const auto function = library.function<Function>(member.symbol);
-        const auto batch = [=, count = count](std::int64_t calls) {
-            for (; calls > 0; --calls) {
-                call(function, opaque(count));
-                clobberMemory();
-            }
-        };
-        contenders.push_back({library.name(), Role::ours, [=, count = count] { return call(function, count); }, batch});
+        addOurs(library, [=](int objects) { return call(function, objects); });
     }
+}
+
+template <class First, class Second, class Call>
+void Row::ours(const Member<First>& first, const Member<Second>& second, Call call)
+{
+    for (const Library& library : libraries) {
+        const auto one = library.function<First>(first.symbol);
+        const auto other = library.function<Second>(second.symbol);
+        addOurs(library, [=](int objects) { return call(one, other, objects); });
+    }
+}
+
+template <class Call> void Row::addOurs(const Library& library, Call call)
+{
+    const auto batch = [=, count = count](std::int64_t calls) {
+        for (; calls > 0; --calls) {
+            call(opaque(count));
+            clobberMemory();
+        }
+    };
+    contenders.push_back({library.name(), Role::ours, [=, count = count] { return call(count); }, batch});
 }
 
 template <class Call> void Row::add(const std::string& name, Role role, Call call)

@@ -11,5 +11,6 @@ void productRows(Rows& rows);
 void geometryRows(Rows& rows);
 void generalEigenproblemRows(Rows& rows);
 void symmetricEigenproblemRows(Rows& rows);
+void luRows(Rows& rows);
 
 } // namespace bench

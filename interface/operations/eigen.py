@@ -2,6 +2,7 @@
 
 from grammar import is_array_code
 from model import Row
+from operations import symmetric_accuracy
 
 ORDER = "widthHeight x widthHeight"
 NOT_CONVERGED = ("StatusNotConverged", "the iteration reached its limit without convergence")
@@ -146,7 +147,8 @@ An array call stops at the first object that fails (in a parallel call: each thr
 before it are complete, those behind it untouched.
 
 - `StatusSingular`, order 2, where E is at or above the magnitude of the determinant: nothing is written for the object.
-- `StatusSingular`, higher orders, where E is at or above the magnitude of the product of the values: {singular}
+- `StatusSingular`, higher orders, where E is at or above the magnitude of the product of the values:
+  {singular}
 - `StatusNotConverged`, after 30 steps for one value: values and vectors hold what the iteration had reached. Nothing is
   sorted, and no part of it is promised to mean anything.
 
@@ -156,11 +158,33 @@ reported too, for example diag(0.001, 0.001, 0.001) in `32f`.
 ## Special input
 
 NaN and infinities run through the same comparisons; every call ends. A matrix of NaN goes backward to the step limit.
-Results must not overlap the source. `pBuffer` is scratch of widthHeight * widthHeight elements, not touched by a call
-that uses threads and by array calls up to order 8, but never null.
+Results must not overlap the source. `pBuffer` is scratch of widthHeight * widthHeight elements with contents undefined
+on return; a call that uses threads takes scratch of its own and leaves it alone, but it must not be null.
+
+## Accuracy
+
+Measured on 100000 matrices of norm near 1 per row, against long double, in units of eps times the norm: {measured}.
+The columns in percent tell what so many of the matrices that converge stay below; the last two how many do not converge,
+and how many are wrong by more than 1000 units. Nearly equal values differ by 1e-6; graded values are powers of 1/10.
+{accuracy}
+Order 2 stays within 2 units. The `m` members differ little from these.
+
+From order 4 on, **spectra with two nearly equal values are solved wrongly every tenth time, with `StatusOk`**: a value has
+then converged to the last bit before its coupling counts as negligible, the last rotation of the chain vanishes, and the
+element that the broken chain drops is one that still mattered. In `32f`, tests with an absolute tolerance drop columns and
+closing updates of up to sqrt(eps); graded spectra that reach far below the norm lose their small values by this. Where
+such matrices occur, check the result: {check}.
+
+## Speed
+
+Array members work on several objects at once up to order 8, whatever the layout; from order 9 on and in the `m` members
+one object is solved after the other.
 """
 
 SYMMETRIC_VALUES_NOTES = SYMMETRIC_NOTES.format(
+    measured="the error of the values",
+    accuracy=symmetric_accuracy.VALUES,
+    check="the sum of the values is the trace, and the sum of their squares that of all elements",
     vectors="",
     precision="""single for `32f`, double for `64f`. The dense `m` member in `32f` forms the root of the forward shift
 in double. The array members skip a column of the reduction that is negligible, or that the reflection would hardly turn.
@@ -170,6 +194,10 @@ The dense array member in `32f` tests the determinant of order 2 against 2^-52."
   the values has not.""",
 )
 SYMMETRIC_VECTORS_NOTES = SYMMETRIC_NOTES.format(
+    measured="""the larger of the
+error of the values and the residual |A v - value v|, and, as orthogonality, the largest element of V'V - I""",
+    accuracy=symmetric_accuracy.VECTORS,
+    check="A v = value v",
     vectors="""
 Column j of the result belongs to value j: element (r, j) is component r of the vector. Columns are orthonormal up to
 rounding; their signs are those that the steps give.

@@ -113,6 +113,32 @@ finish theirs; pairs are counted over the whole call, and where the objects of t
 by themselves. A failing elimination of the whole matrix also sets the first element of `pBuffer` to 0, but not in
 `tarnmInvert_ma_*_P`.
 
+**Accuracy.** The largest element of A X - I is at most this many times epsilon cond(A), cond in the norm of row sums, over
+2000 matrices of each kind (tests/matrixfunc/accuracy_test.cpp):
+
+| form | order | random | rows scaled by 2^-8 to 2^8 | one short direction | lengths falling to 1e-3 |
+|---|---|---|---|---|---|
+| `32f` cofactors | 2 | 1 | 1 | 1 | 1 |
+| `32f` closed, refined | 3 | 1 | 2.5 | 1 | 3 |
+| `32f` refined | 4 | 1 | 5 | 1 | 50 |
+| `32f` blocks | 5 | 1 | 8 | 1 | 150 |
+| `32f` blocks | 6 | 2 | 6 | 1 | 100 |
+| `32f` cofactors | 8 | 1 | 32 | 1 | 14 |
+| `32f` closed (elements not packed) | 4 | 1 | 3 | 1 | 6 |
+| | 5 | 1 | 5 | 1 | 17 |
+| | 6 | 2.5 | 6 | 1 | 32 |
+| `64f` cofactors | 2 | 1 | 1 | 1 | 1 |
+| `64f` closed | 3 | 1 | 2 | 1 | 3 |
+| | 4 | 1 | 4 | 1 | 8 |
+| | 5 | 1 | 3 | 1 | 25 |
+| | 6 | 2 | 5 | 1 | 20 |
+| `64f` cofactors | 8 | 1 | 36 | 1 | 20 |
+
+Random elements lie in [-2, 2]; the last two kinds have orthogonal directions of the length 1, the last one 1e-3 (`32f`) or 1e-9
+(`64f`) long, or all falling off evenly to 1e-3. The refined reciprocal itself costs a bit or two; what counts is that the
+adjugate sums products of up to n elements: it loses everything where the determinant is below about epsilon times
+the product of the row norms, however harmless cond(A) is. For such matrices factor and solve (`LUDecomp`, `LUBackSubst`).
+
 **Scratch.** `pBuffer` is used by the cofactors only, must not be null in any case, and is not used by a parallel call, which takes
 scratch of its own.
 

@@ -13,6 +13,7 @@
 
 #include "eigen/symmetric_blocks.h"
 #include "eigen/symmetric_solve.h"
+#include "frame/blocks.h"
 
 namespace tarnm {
 
@@ -97,6 +98,47 @@ void storeObjects(const Block<W, T>& block, T* values, const Results& results, s
     }
 }
 
+// The same for a constant order, by way of registers. A block takes several of them.
+template <class W, class T>
+using Piece = lanes < T,
+      native_lane_count_v<T><Block<W, T>::lanes ? native_lane_count_v<T> : Block<W, T>::lanes>;
+
+template <int n, class W, class T, class Sources>
+void loadObjectsOfOrder(const Sources& sources, std::ptrdiff_t first, int live, Block<W, T>& block)
+{
+    using P = Piece<W, T>;
+    constexpr int lanes = Block<W, T>::lanes;
+    for (int l = 0; l < lanes; l += P::size()) {
+        P a[n][n];
+        if (l < live)
+            loadBlock(sources, first + l, live - l < P::size() ? live - l : P::size(), a);
+        else
+            loadBlock(sources, first + live - 1, 1, a);
+        for (int k = 0; k < n * n; ++k)
+            store(block.matrix + k * lanes + l, a[k / n][k % n]);
+    }
+}
+
+template <int n, class W, class T, class Results>
+void storeObjectsOfOrder(const Block<W, T>& block, T* values, const Results& results, std::ptrdiff_t first, int live)
+{
+    using P = Piece<W, T>;
+    constexpr int lanes = Block<W, T>::lanes;
+    for (int l = 0; l < live; l += P::size()) {
+        const int count = live - l < P::size() ? live - l : P::size();
+        P found[n];
+        for (int j = 0; j < n; ++j)
+            found[j] = load<P>(block.values + j * lanes + l);
+        storeBlock(vectorArray<Spacing::dense>(values, n * int(sizeof(T)), sizeof(T)), first + l, count, found);
+        if constexpr (!std::is_same_v<Results, NoResults>) {
+            P vectors[n][n];
+            for (int k = 0; k < n * n; ++k)
+                vectors[k / n][k % n] = load<P>(block.vectors + k * lanes + l);
+            storeBlock(results, first + l, count, vectors);
+        }
+    }
+}
+
 template <Family family, class W, class T, class Sources, class Results>
 tarnmStatus solveInBlocks(const Sources& sources, T* work, T* values, const Results& results, int n,
                           const Variant& variant, std::ptrdiff_t first, std::ptrdiff_t end)
@@ -104,10 +146,20 @@ tarnmStatus solveInBlocks(const Sources& sources, T* work, T* values, const Resu
     Block<W, T> block;
     while (end - first > 1) {
         const int live = end - first < block.lanes ? int(end - first) : block.lanes;
-        loadObjects(sources, first, live, n, block);
-        if (solveBlock<family>(block, n, variant))
-            storeObjects(block, values, results, first, live, n);
-        else {
+        const bool isSolved = atOrder(
+            n, [&](auto order) __attribute__((always_inline)) {
+                if constexpr (order > 0)
+                    loadObjectsOfOrder<order>(sources, first, live, block);
+                else
+                    loadObjects(sources, first, live, n, block);
+                if (!solveBlock<family>(block, n, variant)) return false;
+                if constexpr (order > 0)
+                    storeObjectsOfOrder<order>(block, values, results, first, live);
+                else
+                    storeObjects(block, values, results, first, live, n);
+                return true;
+            });
+        if (!isSolved) {
             const tarnmStatus status = solveSingly<W>(sources, work, values, results, n, variant, first, first + live);
             if (status != StatusOk) return status;
         }

@@ -6,6 +6,14 @@ namespace tarnm::symmetric {
 
 namespace {
 
+// The vector of a reflection in the working type: every element is read many times.
+template <class S, class W> struct WideRun {
+    W values[blockOrderLimit];
+
+    TARNM_INLINE W get(int i) const { return values[i]; }
+    TARNM_INLINE void set(int i, S value) { values[i] = widen<W>(value); }
+};
+
 template <class W> TARNM_INLINE bool succeeded(const Outcome<W>& outcome)
 {
     return none(outcome.notConverged) && none(outcome.singular);
@@ -15,7 +23,8 @@ template <class W, class S, class Vectors>
 TARNM_INLINE bool solveLanes(scalar_t<S>* matrix, scalar_t<S>* values, Vectors& vectors, int n, const Variant& variant)
 {
     setIdentity<S>(vectors, n);
-    return succeeded(solve<W>(Matrix<S>{{matrix}, n}, Cells<S>{values}, vectors, variant));
+    WideRun<S, W> reflection;
+    return succeeded(solve<W>(Matrix<S>{{matrix}, n}, reflection, Cells<S>{values}, vectors, variant));
 }
 
 template <class W, class S, class Vectors>
@@ -30,33 +39,25 @@ template <Family family, class W, class T> bool solveBlock(Block<W, T>& block, i
 {
     using S = StoredLanes<W, T>;
     using Wide = WorkingLanes<W, T>;
-    // The most frequent orders have code of their own, with loops of constant length.
-    const auto solveOrder = [&](int order) __attribute__((always_inline))
-    {
-        if constexpr (family == Family::values) {
-            NoVectors none;
-            return order == 2 ? solveOrder2Lanes<Wide>(Cells<S>{block.matrix}, Cells<S>{block.values}, none, variant)
-                              : solveLanes<Wide, S>(block.matrix, block.values, none, order, variant);
-        } else {
-            LaneVectors<S, Wide> vectors{{block.vectors}, {block.columns}, order};
-            if (order == 2) {
-                vectors.columns.set(0, Wide(0));
-                vectors.columns.set(1, Wide(1));
-                return solveOrder2Lanes<Wide>(Cells<S>{block.matrix}, Cells<S>{block.values}, vectors, variant);
+    return atOrder(
+        n, [&](auto constant) __attribute__((always_inline)) {
+            const int order = constant > 0 ? int(constant) : n;
+            if constexpr (family == Family::values) {
+                NoVectors none;
+                if constexpr (constant == 2)
+                    return solveOrder2Lanes<Wide>(Cells<S>{block.matrix}, Cells<S>{block.values}, none, variant);
+                else
+                    return solveLanes<Wide, S>(block.matrix, block.values, none, order, variant);
+            } else {
+                LaneVectors<S, Wide> vectors{{block.vectors}, {block.columns}, order};
+                if constexpr (constant == 2)
+                    return solveOrder2Lanes<Wide>(Cells<S>{block.matrix}, Cells<S>{block.values}, vectors, variant);
+                else if (!solveLanes<Wide, S>(block.matrix, block.values, vectors, order, variant))
+                    return false;
+                if constexpr (constant > 2) vectors.template arrange<constant>();
+                return true;
             }
-            return solveLanes<Wide, S>(block.matrix, block.values, vectors, order, variant);
-        }
-    };
-    switch (n) {
-    case 2:
-        return solveOrder(2);
-    case 3:
-        return solveOrder(3);
-    case 4:
-        return solveOrder(4);
-    default:
-        return solveOrder(n);
-    }
+        });
 }
 
 template bool solveBlock<Family::values>(Block<float, float>&, int, const Variant&);

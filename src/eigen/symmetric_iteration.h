@@ -66,9 +66,8 @@ template <class W, class S, class Vectors> struct Iteration {
     // A NaN ends a forward search and not a backward one.
     TARNM_INLINE M isNegligible(int i) const
     {
-        const W half = abs(W(0.5) * widen<W>(band.e.get(i)));
-        const W e = tolerance();
-        return !(half > e) && (!backward || half <= e);
+        const W e = abs(widen<W>(band.e.get(i))), limit = W(2) * tolerance();
+        return !(e > limit) && (e <= limit || !backward);
     }
 
     TARNM_INLINE void countHits(M hit, int i)
@@ -81,31 +80,22 @@ template <class W, class S, class Vectors> struct Iteration {
         }
     }
 
-    // Passes the eigenvalues that are found. Objects with none left stop running.
-    TARNM_INLINE void deflate()
-    {
-        for (int i = firstOf(l); i < n - 1; ++i) {
-            const M found = running && l == i && isNegligible(i);
-            if (isScalar<W> && none(found)) return;
-            countHits(found, i);
-            l = select(found, Index<W>(i + 1), l);
-            steps = select(found, Index<W>(0), steps);
-        }
-        running = running && l < n - 1;
-    }
-
-    // The block ends at the first negligible element behind l, or with the matrix.
+    // Passes the eigenvalues that are found; objects with none left stop running. The block of the next one ends at the
+    // first negligible element behind it, or with the matrix.
     TARNM_INLINE void findBlock()
     {
         m = Index<W>(n - 1);
         M open = running;
-        for (int i = firstOf(l) + 1; i < n - 1; ++i) {
-            const M hit = open && l < i && isNegligible(i);
-            countHits(hit, i);
+        for (int i = firstOf(l); i < n - 1; ++i) {
+            const M negligible = open && isNegligible(i), found = negligible && l == i, hit = negligible && l < i;
+            countHits(found || hit, i);
+            l = select(found, Index<W>(i + 1), l);
+            steps = select(found, Index<W>(0), steps);
             m = select(hit, Index<W>(i), m);
             open = open && !hit;
             if (none(open)) return;
         }
+        running = running && l < n - 1;
     }
 
     TARNM_INLINE W rootOfOnePlusSquare(W x) const
@@ -126,7 +116,7 @@ template <class W, class S, class Vectors> struct Iteration {
         g = last - first + coupling / select(g > tolerance(), g + r, g - r);
     }
 
-    TARNM_INLINE void rotateVectors(int i, M active) const
+    template <class Active> TARNM_INLINE void rotateVectors(int i, Active active) const
     {
         if constexpr (Vectors::arePresent)
             for (int r = 0; r < n; ++r) {
@@ -136,10 +126,23 @@ template <class W, class S, class Vectors> struct Iteration {
             }
     }
 
+    // `f`, `b` and `r`: the element that the rotation annihilates, what it leaves of its neighbour, and their root.
+    template <class Active> TARNM_INLINE void turn(int i, W f, W b, W r, Active active)
+    {
+        s = select(active, f / r, s);
+        c = select(active, g / r, c);
+        const W next = widen<W>(band.d.get(i + 1)), d = next - p;
+        q = select(active, (widen<W>(band.d.get(i)) - d) * s + W(2) * c * b, q);
+        p = select(active, s * q, p);
+        band.d.set(i + 1, narrow<S>(select(active, d + p, next)));
+        g = select(active, c * q - b, g);
+        rotateVectors(i, active);
+    }
+
     // One rotation in columns i and i + 1. An object whose rotation vanishes leaves its chain.
     TARNM_INLINE void rotate(int i, M active)
     {
-        const W e = widen<W>(band.e.get(i)), next = widen<W>(band.d.get(i + 1));
+        const W e = widen<W>(band.e.get(i));
         const W f = s * e, b = c * e, r = sqrt(f * f + g * g);
         if (i + 1 < n - 1) {
             const M kept = active && m != i + 1;
@@ -147,20 +150,17 @@ template <class W, class S, class Vectors> struct Iteration {
         }
         const M broken = active && tolerance() >= abs(r);
         if (any(broken)) {
+            const W next = widen<W>(band.d.get(i + 1));
             band.d.set(i + 1, narrow<S>(select(broken, next - p, next)));
             put(band.e, m - Index<W>(1), n - 1, W(0), broken);
             inChain = inChain && !broken;
             active = active && !broken;
             if (none(active)) return;
         }
-        s = select(active, f / r, s);
-        c = select(active, g / r, c);
-        const W d = next - p;
-        q = select(active, (widen<W>(band.d.get(i)) - d) * s + W(2) * c * b, q);
-        p = select(active, s * q, p);
-        band.d.set(i + 1, narrow<S>(select(active, d + p, widen<W>(band.d.get(i + 1)))));
-        g = select(active, c * q - b, g);
-        rotateVectors(i, active);
+        if (isScalar<W> || all(active))
+            turn(i, f, b, r, Everywhere{});
+        else
+            turn(i, f, b, r, active);
     }
 
     TARNM_INLINE void chase()
@@ -190,9 +190,8 @@ template <class W, class S, class Vectors> struct Iteration {
     TARNM_INLINE M run()
     {
         for (;;) {
-            deflate();
-            if (none(running)) return M(false);
             findBlock();
+            if (none(running)) return M(false);
             const M exhausted = running && steps == stepLimit;
             if (any(exhausted)) return exhausted;
             steps = steps + Index<W>(1);

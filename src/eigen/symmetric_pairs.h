@@ -8,7 +8,7 @@
 // element.
 #pragma once
 
-#include "frame/lanes.h"
+#include "frame/precision.h"
 
 namespace tarnm {
 
@@ -93,7 +93,7 @@ template <class To, class From> TARNM_INLINE To converted(From value)
     else if constexpr (std::is_floating_point_v<To>)
         return To(value);
     else
-        return To(__builtin_convertvector(value.raw, typename To::Raw));
+        return To(convertedRaw<typename To::Raw>(value.raw));
 }
 
 } // namespace symmetric

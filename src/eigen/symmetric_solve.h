@@ -54,13 +54,14 @@ TARNM_INLINE W collect(const Iteration<W, S, Vectors>& iteration, Cells<S> value
     return product;
 }
 
-// Order 3 and above. The rows of the working matrix stand without gaps; `values` serves as the vector of the
-// reflections until the end. `vectors` is the identity.
-template <class W, class S, class Vectors>
-TARNM_INLINE Outcome<W> solve(const Matrix<S>& a, Cells<S> values, Vectors& vectors, const Variant& variant)
+// Order 3 and above. The rows of the working matrix stand without gaps; `reflection` takes the vectors of the reflections.
+// `vectors` is the identity.
+template <class W, class S, class Run, class Vectors>
+TARNM_INLINE Outcome<W> solve(const Matrix<S>& a, Run& reflection, Cells<S> values, Vectors& vectors,
+                              const Variant& variant)
 {
     const int n = a.order;
-    reduceToBand<W>(a, values, vectors, variant);
+    reduceToBand<W>(a, reflection, vectors, variant);
 
     const auto backward = !(abs(widen<W>(a.get(n - 1, n - 1))) > abs(widen<W>(a.get(0, 0))));
     const Band<S> band = takeBand<W>(a, backward);
@@ -95,12 +96,14 @@ TARNM_INLINE Outcome<W> solveOrder2(S a, S b, S c, Cells<S> values, Vectors& vec
     return {mask_t<W>(false), form.isSingular};
 }
 
-// In caller's memory throughout: `work` holds the copy of an object of order 3 or above, `values` its n results.
+// In caller's memory throughout: `work` holds the copy of an object of order 3 or above, `values` its n results and,
+// until these are known, the vectors of the reflections.
 // Compiled once for each kind of vectors.
 template <class W, class T, class Vectors>
 tarnmStatus solveOne(T* work, T* values, Vectors vectors, int n, const Variant& variant)
 {
-    const auto outcome = solve<W>(Matrix<T>{{work}, n}, Cells<T>{values}, vectors, variant);
+    const Cells<T> run{values};
+    const auto outcome = solve<W>(Matrix<T>{{work}, n}, run, run, vectors, variant);
     if (outcome.notConverged) return StatusNotConverged;
     return outcome.singular ? StatusSingular : StatusOk;
 }

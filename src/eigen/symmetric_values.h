@@ -5,6 +5,7 @@
 //   Index               a row or column number; in lanes every object has its own
 //   at, put             element of a run at an index
 //   firstOf, lastOf     bounds of a loop over everything that an index can be
+//   Everywhere          the mask of a step that all objects take part in; its selections cost nothing
 //
 // An index is an int for a scalar, and lanes of whole numbers otherwise, so that its comparisons give the mask of the
 // working type. A text over indices loops from firstOf to lastOf and masks: for scalars that is the one element, for
@@ -18,6 +19,9 @@
 namespace tarnm::symmetric {
 
 TARNM_INLINE int select(bool m, int a, int b) { return m ? a : b; }
+
+struct Everywhere {};
+template <class V> TARNM_INLINE V select(Everywhere, V a, V) { return a; }
 
 // ---- Precision
 

@@ -66,6 +66,27 @@ template <class S, class W> struct LaneVectors {
     }
     TARNM_INLINE void mirrorBack() {}
 
+    // Brings the columns into the order of their numbers.
+    template <int n> TARNM_INLINE void arrange() const
+    {
+        TARNM_UNROLL
+        for (int r = 0; r < n; ++r) {
+            W row[n];
+            TARNM_UNROLL
+            for (int j = 0; j < n; ++j)
+                row[j] = widen<W>(get(r, j));
+            TARNM_UNROLL
+            for (int j = 0; j < n; ++j) {
+                const W column = columns.get(j);
+                W picked = row[0];
+                TARNM_UNROLL
+                for (int k = 1; k < n; ++k)
+                    picked = select(column == W(k), row[k], picked);
+                set(r, j, narrow<S>(picked));
+            }
+        }
+    }
+
     TARNM_INLINE void exchange(int i, W k) const
     {
         const W held = columns.get(i);

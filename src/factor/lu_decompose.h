@@ -5,7 +5,7 @@
 // A call ends at its first singular object: the objects before it are complete, those behind it untouched.
 #pragma once
 
-#include "factor/lu_lanes.h"
+#include "factor/lu_tiles.h"
 
 namespace tarnm {
 namespace lu {
@@ -59,25 +59,56 @@ TARNM_INLINE bool decomposeBlock(const S& from, RowIndex index, const D& to, std
     return true;
 }
 
-// A block with a singular object is worked on again object by object, which leaves of that object what one alone leaves.
+template <class V, class S, class D>
+[[gnu::noinline]] bool decomposeTiled(const S& from, RowIndex index, const D& to, std::ptrdiff_t first, int live, int n)
+{
+    Tile<V> tile;
+    loadTile(from, first, live, n, tile.a);
+    if (!eliminateTile(tile, n)) return false;
+    const RowIndex ofBlock = indexOfObject(index, first, n);
+    distribute(tile.rows, n, live, [&](int l, int i, auto row) { ofBlock.set(l * n + i, std::int32_t(row)); });
+    storeNamedTile(to, first, live, ofBlock, n, tile.a);
+    return true;
+}
+
+// Calls block(first, live), which may decline, and else one(object). A block with a singular object is worked on again
+// object by object, which leaves what single calls leave.
+template <class V, class Block, class One>
+tarnmStatus untilSingularInBlocks(Place place, const Block& block, const One& one)
+{
+    const std::int32_t end = place.first + place.count;
+    for (std::int32_t o = place.first; o < end;) {
+        const int live = end - o < lane_count_v<V> ? end - o : lane_count_v<V>;
+        if (live == 1 || !block(o, live)) [[unlikely]] {
+            const tarnmStatus status = untilSingular({o, live, place.total}, one);
+            if (status != StatusOk) return status;
+        }
+        o += live;
+    }
+    return StatusOk;
+}
+
 template <int n, class S, class D> tarnmStatus decomposeCases(const S& from, RowIndex index, const D& to, Place place)
 {
     using V = native_lanes<typename D::ObjectView::Element>;
     const auto one = [&](std::ptrdiff_t o) { return decomposeCase<n>(from[o], indexOfObject(index, o, n), to[o]); };
     if constexpr (D::isSingle)
         return one(0);
-    else {
-        const std::int32_t end = place.first + place.count;
-        for (std::int32_t o = place.first; o < end;) {
-            const int live = end - o < lane_count_v<V> ? end - o : lane_count_v<V>;
-            if (live == 1 || !decomposeBlock<n, V>(from, index, to, o, live)) [[unlikely]] {
-                const tarnmStatus status = untilSingular({o, live, place.total}, one);
-                if (status != StatusOk) return status;
-            }
-            o += live;
-        }
-        return StatusOk;
-    }
+    else
+        return untilSingularInBlocks<V>(
+            place, [&](std::int32_t o, int live) { return decomposeBlock<n, V>(from, index, to, o, live); }, one);
+}
+
+template <class S, class D>
+tarnmStatus decomposeOthers(const S& from, RowIndex index, const D& to, std::int32_t n, Place place)
+{
+    using V = native_lanes<typename D::ObjectView::Element>;
+    const auto one = [&](std::ptrdiff_t o) { return decomposeInPlace(from[o], indexOfObject(index, o, n), to[o], n); };
+    if constexpr (!D::isSingle)
+        if (n >= smallestTiled && n <= largestTiled)
+            return untilSingularInBlocks<V>(
+                place, [&](std::int32_t o, int live) { return decomposeTiled<V>(from, index, to, o, live, n); }, one);
+    return untilSingular(place, one);
 }
 
 } // namespace lu
@@ -96,9 +127,7 @@ tarnmStatus decomposeLU(const S& from, std::int32_t* firstIndex, const D& to, st
     case 6:
         return lu::decomposeCases<6>(from, index, to, place);
     default:
-        return lu::untilSingular(place, [&](std::ptrdiff_t o) {
-            return lu::decomposeInPlace(from[o], lu::indexOfObject(index, o, n), to[o], n);
-        });
+        return lu::decomposeOthers(from, index, to, n, place);
     }
 }
 

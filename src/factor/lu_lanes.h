@@ -97,9 +97,9 @@ TARNM_INLINE auto basesOfRows(const Array& array, std::ptrdiff_t first, int live
 }
 
 // Rows can be stored in any order where none overlaps another.
-template <int n, class Array> TARNM_INLINE bool rowsAreApart(const Array& array)
+template <class Array> TARNM_INLINE bool rowsAreApart(const Array& array, int n)
 {
-    constexpr std::ptrdiff_t rowBytes = n * sizeof(typename Array::ObjectView::Element);
+    const std::ptrdiff_t rowBytes = n * std::ptrdiff_t(sizeof(typename Array::ObjectView::Element));
     const std::ptrdiff_t row = blocks::rowStrideOf(array.first);
     return row >= rowBytes && array.objectStride >= (n - 1) * row + rowBytes;
 }
@@ -111,7 +111,7 @@ TARNM_INLINE void storeNamedRows(const Array& array, std::ptrdiff_t first, int l
 {
     constexpr int N = lane_count_v<V>;
     if constexpr (hasDenseRows<Array> && blocks::isArray<Array>)
-        if (live == N && rowsAreApart<n>(array)) {
+        if (live == N && rowsAreApart(array, n)) {
             TARNM_UNROLL
             for (int k = 0; k < n; ++k)
                 blocks::storeRuns<n>(basesOfRows<N>(array, first, N, index, n, k), a[k]);

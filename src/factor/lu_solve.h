@@ -8,7 +8,7 @@
 // side. Nothing is tested: a zero on the diagonal gives infinities and NaN.
 #pragma once
 
-#include "factor/lu_lanes.h"
+#include "factor/lu_tiles.h"
 
 namespace tarnm {
 
@@ -24,6 +24,22 @@ struct LuSolvePlan {
 };
 
 namespace lu {
+
+// Calls block(first, live) for the objects of a call that run in lanes, and one(object) for a last object by itself.
+template <class V, class Block, class One> void inBlocks(Place place, const Block& block, const One& one)
+{
+    const std::int32_t end = place.first + place.count;
+    for (std::int32_t o = place.first; o < end;) {
+        const int live = end - o < lane_count_v<V> ? end - o : lane_count_v<V>;
+        if (live == 1)
+            one(o);
+        else
+            block(o, live);
+        o += live;
+    }
+}
+
+// ---- Orders 3 to 6
 
 // Where quotients are reciprocals the diagonal of `factor` holds them. `b` is in the order of the factor's rows.
 template <LuQuotients quotients, int n, class V>
@@ -45,32 +61,6 @@ TARNM_INLINE void substituteCase(const V (&factor)[n][n], const V (&b)[n], V (&x
         for (int j = n - 1; j > i; --j)
             rest -= x[j] * factor[i][j];
         x[i] = quotients == LuQuotients::divided ? rest / factor[i][i] : rest * factor[i][i];
-    }
-}
-
-// `x` holds the intermediate results, so that it must be no part of `b`.
-template <class M, class B, class X>
-void substituteInPlace(const M& factor, ConstRowIndex index, const B& b, const X& x, std::int32_t n)
-{
-    using T = typename X::Element;
-    x.set(0, b[index[0]]);
-    for (std::int32_t i = 1; i < n; ++i) {
-        const std::int32_t row = index[i];
-        T sum = 0;
-        for (std::int32_t j = 0; j < i; ++j)
-            sum += factor(row, j) * x[j];
-        x.set(i, b[row] - sum);
-    }
-    for (std::int32_t i = n - 1; i >= 0; --i) {
-        const std::int32_t row = index[i];
-        T rest = x[i];
-        if (i < n - 1) {
-            T sum = 0;
-            for (std::int32_t j = i + 1; j < n; ++j)
-                sum += factor(row, j) * x[j];
-            rest -= sum;
-        }
-        x.set(i, rest / factor(row, i));
     }
 }
 
@@ -119,23 +109,19 @@ template <int n, class M, class B, class X>
 void solveCasesWithOwnFactors(const M& factors, ConstRowIndex index, const B& b, const X& x, Place place)
 {
     using V = native_lanes<typename X::ObjectView::Element>;
-    const std::int32_t end = place.first + place.count;
-    for (std::int32_t o = place.first; o < end;) {
-        const int live = end - o < lane_count_v<V> ? end - o : lane_count_v<V>;
+    const auto block = [&](std::int32_t o, int live) __attribute__((always_inline))
+    {
         const ConstRowIndex ofBlock = indexOfObject(index, o, n);
-        if (live == 1)
-            solveCaseAlone<n>(factors[o], ofBlock, b[o], x[o]);
-        else {
-            V factor[n][n], rows[n], given[n], ordered[n], solution[n];
-            loadIndex(ofBlock, live, rows);
-            loadNamedRows(factors, o, live, ofBlock, rows, factor);
-            loadBlock(b, o, live, given);
-            inNamedOrder(given, rows, ordered);
-            substituteCase<LuQuotients::divided>(factor, ordered, solution);
-            storeBlock(x, o, live, solution);
-        }
-        o += live;
-    }
+        V factor[n][n], rows[n], given[n], ordered[n], solution[n];
+        loadIndex(ofBlock, live, rows);
+        loadNamedRows(factors, o, live, ofBlock, rows, factor);
+        loadBlock(b, o, live, given);
+        inNamedOrder(given, rows, ordered);
+        substituteCase<LuQuotients::divided>(factor, ordered, solution);
+        storeBlock(x, o, live, solution);
+    };
+    inBlocks<V>(place, block,
+                [&](std::int32_t o) { solveCaseAlone<n>(factors[o], indexOfObject(index, o, n), b[o], x[o]); });
 }
 
 template <LuQuotients quotients, int n, class M, class B, class X>
@@ -148,6 +134,102 @@ tarnmStatus solveCases(const M& factors, ConstRowIndex index, const B& b, const 
     else
         solveCasesWithOwnFactors<n>(factors, index, b, x, place);
     return StatusOk;
+}
+
+// ---- All other orders
+
+// factor(i, j) and b(i) are in the order of the factor's rows. `x` holds the intermediate results.
+template <class V, class Factor, class B, class X>
+TARNM_INLINE void substituteByLoops(const Factor& factor, const B& b, const X& x, std::int32_t n)
+{
+    x.set(0, b(0));
+    for (std::int32_t i = 1; i < n; ++i) {
+        V sum(0);
+        for (std::int32_t j = 0; j < i; ++j)
+            sum += factor(i, j) * x[j];
+        x.set(i, b(i) - sum);
+    }
+    x.set(n - 1, x[n - 1] / factor(n - 1, n - 1));
+    for (std::int32_t i = n - 2; i >= 0; --i) {
+        V sum(0);
+        for (std::int32_t j = i + 1; j < n; ++j)
+            sum += factor(i, j) * x[j];
+        x.set(i, (x[i] - sum) / factor(i, i));
+    }
+}
+
+// The right-hand side must be no part of the result.
+template <class M, class B, class X>
+void solveInPlace(const M& stored, ConstRowIndex index, const B& b, const X& x, std::int32_t n)
+{
+    substituteByLoops<typename X::Element>([&](std::int32_t i, std::int32_t j) { return stored(index[i], j); },
+                                           [&](std::int32_t i) { return b[index[i]]; }, x, n);
+}
+
+// A vector on the stack, as the loops see one.
+template <class V> struct LocalVector {
+    V* elements;
+
+    TARNM_INLINE V operator[](std::ptrdiff_t k) const { return elements[k]; }
+    TARNM_INLINE void set(std::ptrdiff_t k, V value) const { elements[k] = value; }
+};
+
+template <class V, class M, class B, class X>
+[[gnu::noinline]] void solveTiledWithOwnFactors(const M& factors, ConstRowIndex index, const B& b, const X& x,
+                                                std::ptrdiff_t first, int live, int n)
+{
+    V factor[largestTiled * largestTiled], ordered[largestTiled], solution[largestTiled];
+    loadNamedTile(factors, first, live, index, n, factor);
+    collect(ordered, n, live, [&](int l, int i) { return b[first + l][index[l * n + i]]; });
+    substituteByLoops<V>(
+        [&](int i, int j) __attribute__((always_inline)) { return factor[i * n + j]; },
+        [&](int i) __attribute__((always_inline)) { return ordered[i]; }, LocalVector<V>{solution}, n);
+    storeVectors(x, first, live, n, solution);
+}
+
+// `factor`: n x n elements in the order of its rows.
+template <class V, class B, class X>
+[[gnu::noinline]] void solveTiledWithOneFactor(const scalar_t<V>* factor, ConstRowIndex index, const B& b, const X& x,
+                                               std::ptrdiff_t first, int live, int n)
+{
+    V given[largestTiled] = {}, solution[largestTiled];
+    loadVectors(b, first, live, n, given);
+    substituteByLoops<V>(
+        [&](int i, int j) __attribute__((always_inline)) { return V(factor[i * n + j]); },
+        [&](int i) __attribute__((always_inline)) { return given[index[i]]; }, LocalVector<V>{solution}, n);
+    storeVectors(x, first, live, n, solution);
+}
+
+template <class M, class B, class X>
+void solveTiled(const M& factors, ConstRowIndex index, const B& b, const X& x, std::int32_t n, Place place)
+{
+    using T = typename X::ObjectView::Element;
+    using V = native_lanes<T>;
+    if constexpr (M::isSingle) {
+        T factor[largestTiled * largestTiled];
+        for (std::int32_t i = 0; i < n; ++i)
+            for (std::int32_t j = 0; j < n; ++j)
+                factor[i * n + j] = factors[0](index[i], j);
+        inBlocks<V>(
+            place, [&](std::int32_t o, int live) { solveTiledWithOneFactor<V>(factor, index, b, x, o, live, n); },
+            [&](std::int32_t o) { solveInPlace(factors[0], index, b[o], x[o], n); });
+    } else
+        inBlocks<V>(
+            place,
+            [&](std::int32_t o, int live) {
+                solveTiledWithOwnFactors<V>(factors, indexOfObject(index, o, n), b, x, o, live, n);
+            },
+            [&](std::int32_t o) { solveInPlace(factors[o], indexOfObject(index, o, n), b[o], x[o], n); });
+}
+
+template <class M, class B, class X>
+void solveOthers(const M& factors, ConstRowIndex index, const B& b, const X& x, std::int32_t n, Place place)
+{
+    if constexpr (!X::isSingle)
+        if (n >= smallestTiled && n <= largestTiled) return solveTiled(factors, index, b, x, n, place);
+    const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;
+    for (std::ptrdiff_t o = place.first; o < end; ++o)
+        solveInPlace(factors[o], M::isSingle ? index : indexOfObject(index, o, n), b[o], x[o], n);
 }
 
 } // namespace lu
@@ -168,11 +250,7 @@ tarnmStatus solveLU(const M& factors, const std::int32_t* firstIndex, const B& b
         case 6:
             return lu::solveCases<quotients, 6>(factors, index, b, x, place);
         }
-    const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;
-    for (std::ptrdiff_t o = place.first; o < end; ++o) {
-        const ConstRowIndex ofObject = M::isSingle ? index : lu::indexOfObject(index, o, n);
-        lu::substituteInPlace(factors[o], ofObject, b[o], x[o], n);
-    }
+    lu::solveOthers(factors, index, b, x, n, place);
     return StatusOk;
 }
 

@@ -13,15 +13,15 @@ template <int n, class V> TARNM_INLINE void scaledAdjugate(const V (&minors)[n][
     TARNM_UNROLL
     for (int i = 0; i < n; ++i)
         TARNM_UNROLL
-        for (int j = 0; j < n; ++j) {
-            const bool isNegative = (i + j) % 2 != 0;
-            if (!isNegative)
-                x[j][i] = reciprocal * minors[i][j];
-            else if (j == 0)
-                x[j][i] = V(0) - reciprocal * minors[i][j];
-            else
-                x[j][i] = (V(0) - minors[i][j]) * reciprocal;
-        }
+    for (int j = 0; j < n; ++j) {
+        const bool isNegative = (i + j) % 2 != 0;
+        if (!isNegative)
+            x[j][i] = reciprocal * minors[i][j];
+        else if (j == 0)
+            x[j][i] = V(0) - reciprocal * minors[i][j];
+        else
+            x[j][i] = (V(0) - minors[i][j]) * reciprocal;
+    }
 }
 
 } // namespace tarnm

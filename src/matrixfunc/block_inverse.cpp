@@ -33,7 +33,8 @@ template <int n, int step, class V> TARNM_INLINE Exchange<n, V> chosenColumn(con
 }
 
 // Exchanges elements `step` and the chosen one: of columns of a row, or of rows in a column.
-template <int n, int step, class V, class At> TARNM_INLINE void exchangeElements(const Exchange<n, V>& exchange, At&& at)
+template <int n, int step, class V, class At>
+TARNM_INLINE void exchangeElements(const Exchange<n, V>& exchange, At&& at)
 {
     const V first = at(step);
     V chosen = first;
@@ -50,19 +51,20 @@ template <int n, int step, class V> TARNM_INLINE void exchangeColumns(const Exch
 {
     TARNM_UNROLL
     for (int r = 0; r < n; ++r)
-        exchangeElements<n, step>(exchange, [&](int c) __attribute__((always_inline)) -> V& { return a[r][c]; });
+        exchangeElements<n, step>(
+            exchange, [&](int c) __attribute__((always_inline))->V & { return a[r][c]; });
 }
 
 template <int n, int step, class V> TARNM_INLINE void exchangeRows(const Exchange<n, V>& exchange, V (&x)[n][n])
 {
     TARNM_UNROLL
     for (int c = 0; c < n; ++c)
-        exchangeElements<n, step>(exchange, [&](int r) __attribute__((always_inline)) -> V& { return x[r][c]; });
+        exchangeElements<n, step>(
+            exchange, [&](int r) __attribute__((always_inline))->V & { return x[r][c]; });
 }
 
 // Brings the pivot of row `step` to the diagonal. Lanes in which it is too small keep their columns and are returned.
-template <int n, int step, class V>
-TARNM_INLINE mask_t<V> pivoted(V (&a)[n][n], V tolerance, Exchange<n, V>& exchange)
+template <int n, int step, class V> TARNM_INLINE mask_t<V> pivoted(V (&a)[n][n], V tolerance, Exchange<n, V>& exchange)
 {
     exchange = chosenColumn<n, step>(a[step]);
     V pivot = a[step][step];
@@ -108,16 +110,14 @@ template <int n, int step, class V> TARNM_INLINE void bordered(const V (&a)[n][n
     constexpr int next = step + 1;
     TARNM_UNROLL
     for (int i = next; i < n; ++i)
-        x[i][step] = summed<n, next, V>(
-            [&](int k) __attribute__((always_inline)) { return x[i][k] * (V(0) - a[k][step]); });
-    const V w = summed<n, next, V>(
-        [&](int k) __attribute__((always_inline)) { return a[step][k] * x[k][step]; });
+        x[i][step] =
+            summed<n, next, V>([&](int k) __attribute__((always_inline)) { return x[i][k] * (V(0) - a[k][step]); });
+    const V w = summed<n, next, V>([&](int k) __attribute__((always_inline)) { return a[step][k] * x[k][step]; });
     x[step][step] = reciprocal - w * reciprocal;
     TARNM_UNROLL
     for (int j = next; j < n; ++j)
-        x[step][j] = (V(0) - reciprocal) * summed<n, next, V>([&](int k) __attribute__((always_inline)) {
-                         return a[step][k] * x[k][j];
-                     });
+        x[step][j] = (V(0) - reciprocal) *
+                     summed<n, next, V>([&](int k) __attribute__((always_inline)) { return a[step][k] * x[k][j]; });
 }
 
 template <int n, class V> TARNM_INLINE mask_t<V> invertLastFour(const V (&a)[n][n], V tolerance, V (&x)[n][n])
@@ -127,14 +127,14 @@ template <int n, class V> TARNM_INLINE mask_t<V> invertLastFour(const V (&a)[n][
     TARNM_UNROLL
     for (int r = 0; r < 4; ++r)
         TARNM_UNROLL
-        for (int c = 0; c < 4; ++c)
-            block[r][c] = a[from + r][from + c];
+    for (int c = 0; c < 4; ++c)
+        block[r][c] = a[from + r][from + c];
     const mask_t<V> failed = refinedInverse(block, tolerance, inverse);
     TARNM_UNROLL
     for (int r = 0; r < 4; ++r)
         TARNM_UNROLL
-        for (int c = 0; c < 4; ++c)
-            x[from + r][from + c] = inverse[r][c];
+    for (int c = 0; c < 4; ++c)
+        x[from + r][from + c] = inverse[r][c];
     return failed;
 }
 
@@ -147,8 +147,8 @@ template <int n, class V> mask_t<V> blockInverse(const V (&source)[n][n], V tole
     TARNM_UNROLL
     for (int r = 0; r < n; ++r)
         TARNM_UNROLL
-        for (int c = 0; c < n; ++c)
-            a[r][c] = source[r][c];
+    for (int c = 0; c < n; ++c)
+        a[r][c] = source[r][c];
 
     Exchange<n, V> first, second;
     mask_t<V> failed = pivoted<n, 0>(a, tolerance, first);
@@ -178,10 +178,10 @@ template <int n> void blockWorkRows(float (&a)[n][n], float tolerance)
 }
 
 #define TARNM_BLOCK_INVERSES(n)                                                                                        \
-    template bool blockInverse(const float (&)[n][n], float, float (&)[n][n]);                                         \
-    template mask_t<native_lanes<float>> blockInverse(const native_lanes<float> (&)[n][n], native_lanes<float>,        \
-                                                      native_lanes<float> (&)[n][n]);                                  \
-    template void blockWorkRows(float (&)[n][n], float);
+    template bool blockInverse(const float(&)[n][n], float, float(&)[n][n]);                                           \
+    template mask_t<native_lanes<float>> blockInverse(const native_lanes<float>(&)[n][n], native_lanes<float>,         \
+                                                      native_lanes<float>(&)[n][n]);                                   \
+    template void blockWorkRows(float(&)[n][n], float);
 
 TARNM_BLOCK_INVERSES(5)
 TARNM_BLOCK_INVERSES(6)

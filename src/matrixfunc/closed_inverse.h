@@ -20,11 +20,11 @@ template <class V> TARNM_INLINE V minors3(const V (&a)[3][3], V (&minors)[3][3])
     TARNM_UNROLL
     for (int i = 0; i < 3; ++i)
         TARNM_UNROLL
-        for (int j = 0; j < 3; ++j) {
-            const int p = i == 0 ? 1 : 0, q = i == 2 ? 1 : 2;
-            const int c = j == 0 ? 1 : 0, d = j == 2 ? 1 : 2;
-            minors[i][j] = a[p][c] * a[q][d] - a[p][d] * a[q][c];
-        }
+    for (int j = 0; j < 3; ++j) {
+        const int p = i == 0 ? 1 : 0, q = i == 2 ? 1 : 2;
+        const int c = j == 0 ? 1 : 0, d = j == 2 ? 1 : 2;
+        minors[i][j] = a[p][c] * a[q][d] - a[p][d] * a[q][c];
+    }
     return (minors[2][0] * a[2][0] - minors[1][0] * a[1][0]) + minors[0][0] * a[0][0];
 }
 
@@ -58,10 +58,10 @@ template <class V> TARNM_INLINE V cofactors4(const V (&a)[4][4], V (&cofactors)[
     TARNM_UNROLL
     for (int r = 0; r < 4; ++r)
         TARNM_UNROLL
-        for (int s = 0; s < 4; ++s) {
-            right[r][s] = a[r][2] * a[s][3];
-            left[r][s] = a[r][0] * a[s][1];
-        }
+    for (int s = 0; s < 4; ++s) {
+        right[r][s] = a[r][2] * a[s][3];
+        left[r][s] = a[r][0] * a[s][1];
+    }
 
     TARNM_UNROLL
     for (int i = 0; i < 4; ++i) {
@@ -89,8 +89,8 @@ template <class V> TARNM_INLINE mask_t<V> refinedInverse4(const V (&a)[4][4], V 
     TARNM_UNROLL
     for (int i = 0; i < 4; ++i)
         TARNM_UNROLL
-        for (int j = 0; j < 4; ++j)
-            x[j][i] = cofactors[i][j] * reciprocal;
+    for (int j = 0; j < 4; ++j)
+        x[j][i] = cofactors[i][j] * reciprocal;
     return tolerance > abs(determinant);
 }
 

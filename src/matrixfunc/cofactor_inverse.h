@@ -17,7 +17,8 @@ using elimination::Workspace;
 
 // All of the source but a row and a column; -1 leaves out none.
 template <class Object, class T>
-void copyWithout(const Object& object, std::int32_t order, std::int32_t row, std::int32_t column, const Workspace<T>& work)
+void copyWithout(const Object& object, std::int32_t order, std::int32_t row, std::int32_t column,
+                 const Workspace<T>& work)
 {
     for (std::int32_t r = 0, to = 0; r < order; ++r) {
         if (r == row) continue;

@@ -33,12 +33,18 @@ template <class T, Path path, Layout layout, bool isSingle, int order> constexpr
     return Form::byFirstRow;
 }
 
-constexpr auto lastRowKernel = [](const auto& a, auto& det)
-    __attribute__((always_inline)) { det = determinantByLastRow(a); };
-constexpr auto firstRowKernel = [](const auto& a, auto& det)
-    __attribute__((always_inline)) { det = determinantByFirstRow(a); };
-constexpr auto triplesKernel = [](const auto& a, auto& det)
-    __attribute__((always_inline)) { det = determinant4ByTriples(a); };
+constexpr auto lastRowKernel = [](const auto& a, auto& det) __attribute__((always_inline))
+{
+    det = determinantByLastRow(a);
+};
+constexpr auto firstRowKernel = [](const auto& a, auto& det) __attribute__((always_inline))
+{
+    det = determinantByFirstRow(a);
+};
+constexpr auto triplesKernel = [](const auto& a, auto& det) __attribute__((always_inline))
+{
+    det = determinant4ByTriples(a);
+};
 
 // `isDense`: the elements of a row stand side by side.
 template <int order, bool isDense, class Kernel, class S, class D>

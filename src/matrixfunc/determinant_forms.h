@@ -23,7 +23,8 @@ template <int n, class V> TARNM_INLINE V expandedByLastRow(const V (&a)[n][n])
     if constexpr (n > 4) addRow<n, 4, Terms::highestFirst>(a[3], minors);
     if constexpr (n > 5) addRow<n, 5, Terms::highestFirst>(a[4], minors);
     if constexpr (n == 4) {
-        const V without0 = minors[0b1110], without1 = minors[0b1101], without2 = minors[0b1011], without3 = minors[0b0111];
+        const V without0 = minors[0b1110], without1 = minors[0b1101], without2 = minors[0b1011],
+                without3 = minors[0b0111];
         return (((V(0) - a[3][0]) * without0 + without1 * a[3][1]) - without2 * a[3][2]) + without3 * a[3][3];
     } else
         return expandedAlong<Terms::highestFirst, all>(a[n - 1], minors);
@@ -57,12 +58,13 @@ template <class V> TARNM_INLINE V expanded3ByFirstColumn(const V (&a)[3][3])
 template <int n, class V> TARNM_INLINE V expandedDense(const V (&a)[n][n])
 {
     if constexpr (sizeof(scalar_t<V>) == 4)
-        return inDouble(a, [](const auto& wide) __attribute__((always_inline)) {
-            if constexpr (n == 3)
-                return expanded3ByFirstRow(wide);
-            else
-                return expandedByFirstRow(wide);
-        });
+        return inDouble(
+            a, [](const auto& wide) __attribute__((always_inline)) {
+                if constexpr (n == 3)
+                    return expanded3ByFirstRow(wide);
+                else
+                    return expandedByFirstRow(wide);
+            });
     else if constexpr (n == 3)
         return expanded3ByFirstColumn(a);
     else
@@ -96,8 +98,8 @@ template <class V> TARNM_INLINE V determinant4ByTriples(const V (&a)[4][4])
     TARNM_UNROLL
     for (int i = 0; i < 4; ++i)
         TARNM_UNROLL
-        for (int j = 0; j < 4; ++j)
-            pairs[i][j] = a[2][i] * a[3][j];
+    for (int j = 0; j < 4; ++j)
+        pairs[i][j] = a[2][i] * a[3][j];
 
     V minors[4];
     TARNM_UNROLL
@@ -111,7 +113,10 @@ template <class V> TARNM_INLINE V determinant4ByTriples(const V (&a)[4][4])
 
 template <class V> TARNM_INLINE V determinant4Fixed(const V (&a)[4][4])
 {
-    const auto minor = [&](int i, int j) __attribute__((always_inline)) { return a[2][i] * a[3][j] - a[2][j] * a[3][i]; };
+    const auto minor = [&](int i, int j) __attribute__((always_inline))
+    {
+        return a[2][i] * a[3][j] - a[2][j] * a[3][i];
+    };
     const V p = minor(0, 3), q = minor(1, 3), r = minor(0, 2), s = minor(2, 3), u = minor(1, 2), v = minor(0, 1);
     return (((s * a[1][1] - q * a[1][2]) + u * a[1][3]) * a[0][0] -
             ((s * a[1][0] - p * a[1][2]) + r * a[1][3]) * a[0][1]) +

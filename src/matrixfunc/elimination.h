@@ -18,8 +18,7 @@ public:
         : elements(static_cast<T*>(block))
         , rows(reinterpret_cast<std::int32_t*>(elements + order * order))
         , order(order)
-    {
-    }
+    {}
 
     T* row(std::ptrdiff_t stored) const { return elements + stored * order; }
     void set(std::ptrdiff_t r, std::ptrdiff_t c, T value) const { storeElement(row(r) + c, value); }

@@ -48,8 +48,7 @@ template <class V, class Array>
     }
 }
 
-template <class V, class Array, int n>
-void put(const Array& to, std::ptrdiff_t first, int live, const V (&x)[n][n])
+template <class V, class Array, int n> void put(const Array& to, std::ptrdiff_t first, int live, const V (&x)[n][n])
 {
     scatter<V>(to, first, live, n, reinterpret_cast<const scalar_t<V>*>(x));
 }
@@ -74,8 +73,8 @@ bool computed(const Kernel& kernel, std::ptrdiff_t first, int live, const S& fro
     return true;
 }
 
-template <class V, class D, int n>
-using ResultOf = std::conditional_t<requires(D d) { d[0].set(0, 0, 0); }, V[n][n], V>;
+template <class V, class D, int n> using ResultOf = std::conditional_t < requires(D d) { d[0].set(0, 0, 0); }
+, V[n][n], V > ;
 
 } // namespace gathered
 

@@ -13,8 +13,8 @@ template <int n, class Function> TARNM_INLINE float inDouble(const float (&a)[n]
     TARNM_UNROLL
     for (int r = 0; r < n; ++r)
         TARNM_UNROLL
-        for (int c = 0; c < n; ++c)
-            wide[r][c] = a[r][c];
+    for (int c = 0; c < n; ++c)
+        wide[r][c] = a[r][c];
     return float(function(wide));
 }
 
@@ -24,13 +24,14 @@ TARNM_INLINE lanes<float, N> inDouble(const lanes<float, N> (&a)[n][n], Function
 {
     using Half = lanes<double, N / 2>;
     using NarrowRaw = machine::RawVector<float, N / 2>;
-    const auto computed = [&](auto half) __attribute__((always_inline)) {
+    const auto computed = [&](auto half) __attribute__((always_inline))
+    {
         Half wide[n][n];
         TARNM_UNROLL
         for (int r = 0; r < n; ++r)
             TARNM_UNROLL
-            for (int c = 0; c < n; ++c)
-                wide[r][c] = Half(__builtin_convertvector(half(a[r][c].raw), typename Half::Raw));
+        for (int c = 0; c < n; ++c)
+            wide[r][c] = Half(__builtin_convertvector(half(a[r][c].raw), typename Half::Raw));
         return __builtin_convertvector(function(wide).raw, NarrowRaw);
     };
     const NarrowRaw lower = computed([](auto v) __attribute__((always_inline)) { return machine::lowerHalf(v); });

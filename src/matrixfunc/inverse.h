@@ -75,7 +75,8 @@ std::int32_t invertObjects(const S& from, const D& to, Place place, const Kernel
 // Rows of 16 bytes, and every object on a boundary of 16.
 template <class S, class D> bool arePairs(const S& from, const D& to)
 {
-    const auto address = reinterpret_cast<std::uintptr_t>(from.first.base) | reinterpret_cast<std::uintptr_t>(to.first.base);
+    const auto address =
+        reinterpret_cast<std::uintptr_t>(from.first.base) | reinterpret_cast<std::uintptr_t>(to.first.base);
     const auto strides = std::uintptr_t(from.objectStride) | std::uintptr_t(to.objectStride);
     return from.first.rowStride == 16 && to.first.rowStride == 16 && ((address | strides) & 15) == 0;
 }

@@ -113,8 +113,8 @@ template <int n, class V> mask_t<V> longClosedInverse(const V (&a)[n][n], V tole
 }
 
 #define TARNM_CLOSED_INVERSES(V)                                                                                       \
-    template mask_t<V> longClosedInverse(const V (&)[5][5], V, V (&)[5][5]);                                           \
-    template mask_t<V> longClosedInverse(const V (&)[6][6], V, V (&)[6][6]);
+    template mask_t<V> longClosedInverse(const V(&)[5][5], V, V(&)[5][5]);                                             \
+    template mask_t<V> longClosedInverse(const V(&)[6][6], V, V(&)[6][6]);
 
 TARNM_CLOSED_INVERSES(float)
 TARNM_CLOSED_INVERSES(double)

@@ -7,8 +7,8 @@ template <int n, class V> V longDeterminantByLastRow(const V (&a)[n][n]) { retur
 template <int n, class V> V longDeterminantByFirstRow(const V (&a)[n][n]) { return expandedDense(a); }
 
 #define TARNM_DETERMINANTS(n, V)                                                                                       \
-    template V longDeterminantByLastRow(const V (&a)[n][n]);                                                           \
-    template V longDeterminantByFirstRow(const V (&a)[n][n]);
+    template V longDeterminantByLastRow(const V(&a)[n][n]);                                                            \
+    template V longDeterminantByFirstRow(const V(&a)[n][n]);
 
 TARNM_DETERMINANTS(5, float)
 TARNM_DETERMINANTS(6, float)

@@ -22,9 +22,9 @@ template <unsigned choice> using Choice = std::integral_constant<unsigned, choic
 template <int k, class Body, unsigned... choice>
 TARNM_INLINE void forEachChoiceOf(Body&& body, std::integer_sequence<unsigned, choice...>)
 {
-    const auto visit = [&](auto c) __attribute__((always_inline)) {
-        if constexpr (columnsOf<c()> == k)
-            body(c);
+    const auto visit = [&](auto c) __attribute__((always_inline))
+    {
+        if constexpr (columnsOf<c()> == k) body(c);
     };
     (visit(Choice<choice>{}), ...);
 }
@@ -46,7 +46,7 @@ TARNM_INLINE V addedTerms(V sum, const V* row, const V* minors)
         constexpr int column = terms == Terms::lowestFirst ? lowestOf<left> : highestOf<left>;
         const V term = row[column] * minors[choice ^ (1u << column)];
         return addedTerms<terms, choice, left ^ (1u << column), !isNegative>(isNegative ? sum - term : sum + term, row,
-                                                                            minors);
+                                                                             minors);
     }
 }
 

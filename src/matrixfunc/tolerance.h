@@ -6,7 +6,8 @@
 
 namespace tarnm {
 
-template <class T> inline constexpr T smallestNormal = T(sizeof(T) == 4 ? 1.1754943508222875e-38 : 2.2250738585072014e-308);
+template <class T>
+inline constexpr T smallestNormal = T(sizeof(T) == 4 ? 1.1754943508222875e-38 : 2.2250738585072014e-308);
 
 // 2n^3 times the smallest normal number. The factor is formed in 32 bits and wraps around from order 1024 on.
 template <class T> constexpr T singularityTolerance(std::int32_t order)

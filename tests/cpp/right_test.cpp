@@ -177,7 +177,7 @@ template <class T> std::vector<long double> symmetric_values(Packed<T>& a, std::
     for (std::ptrdiff_t r = 0; r < order; ++r)
         for (std::ptrdiff_t c = 0; c < order; ++c)
             at(r, c) = a(n, std::min(r, c), std::max(r, c));
-    for (int sweep = 0; sweep < 40; ++sweep)
+    for (int sweep = 0; sweep < 12; ++sweep)
         for (std::ptrdiff_t p = 0; p < order; ++p)
             for (std::ptrdiff_t q = p + 1; q < order; ++q) {
                 const long double angle = 0.5L * std::atan2(2 * at(p, q), at(q, q) - at(p, p));
@@ -232,7 +232,7 @@ TYPED_TEST(Right, SymmetricMatricesOfAllScales)
     const int far = std::numeric_limits<T>::max_exponent - 6;
     for (std::ptrdiff_t order = 1; order <= 8; ++order)
         for (const int exponent : {0, -20, 20, far, 20 - far}) {
-            auto a = random_matrices<T>(200, order, true, unsigned(order));
+            auto a = random_matrices<T>(60, order, true, unsigned(order));
             for (T& x : a.elements)
                 x = std::ldexp(x, exponent);
             expect_symmetric(a);
@@ -272,7 +272,7 @@ TYPED_TEST(Right, NearlyEqualValuesKeepTheirSums)
     for (std::ptrdiff_t order = 4; order <= 7; ++order) {
         std::mt19937 generator(static_cast<unsigned>(order));
         std::uniform_int_distribution<int> exponent(-26, 0);
-        auto a = random_matrices<T>(500, order, true, 77);
+        auto a = random_matrices<T>(300, order, true, 77);
         for (std::ptrdiff_t n = 0; n < a.count; ++n)
             for (std::ptrdiff_t r = 0; r < order; ++r)
                 for (std::ptrdiff_t c = r; c < order; ++c)
@@ -371,7 +371,7 @@ TYPED_TEST(Right, GeneralMatricesOfAllScales)
     const int far = std::numeric_limits<T>::max_exponent - 6;
     for (std::ptrdiff_t order = 1; order <= 7; ++order)
         for (const int exponent : {0, -30, 30, far, 20 - far}) {
-            auto a = random_matrices<T>(60, order, false, unsigned(order) + 20);
+            auto a = random_matrices<T>(40, order, false, unsigned(order) + 20);
             for (T& x : a.elements)
                 x = std::ldexp(x, exponent);
             expect_general(a);

@@ -17,7 +17,7 @@ cmake --install "$build_dir" --prefix "$work/first" >/dev/null
 mv "$work/first" "$work/moved"
 prefix=$work/moved
 libdir=$(dirname "$(find "$prefix" -name libtarnm.so -not -path '*glibc-hwcaps*')")
-for file in include/tarnm/tarnm.h include/tarncore/tarncore.h; do
+for file in include/tarnm/tarnm.h include/tarnm/tarnm.hpp include/tarncore/tarncore.h; do
     [ -f "$prefix/$file" ] || { echo "$file is not installed"; exit 1; }
 done
 find "$prefix/share/doc" -name LICENSE | grep -q . || { echo "the licence is not installed"; exit 1; }
@@ -49,6 +49,18 @@ build_consumer >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
 expect_output "$work/cmake/example" "$c_output"
 expect_output "$work/cmake/program" "$cpp_output"
 
+step "the guide's first page, in a project of its own"
+first=$source_dir/docs/guide/first-call.md
+block() { awk -v language="$1" '$0 == "```" language { on = 1; next } /^```$/ { on = 0 } on' "$first"; }
+mkdir "$work/stranger"
+block cpp >"$work/stranger/first.cpp"
+block cmake >"$work/stranger/CMakeLists.txt"
+[ -s "$work/stranger/first.cpp" ] && [ -s "$work/stranger/CMakeLists.txt" ] || { echo "the page has no program"; exit 1; }
+cmake -S "$work/stranger" -B "$work/stranger/build" -DCMAKE_PREFIX_PATH="$prefix" >"$work/log" 2>&1 &&
+    cmake --build "$work/stranger/build" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
+first_output=$(sed -n 's/^It prints `\(.*\)`\.$/\1/p' "$first")
+expect_output "$work/stranger/build/first" "$first_output"
+
 step "pkg-config"
 export PKG_CONFIG_PATH=$libdir/pkgconfig
 export LD_LIBRARY_PATH=$libdir
@@ -59,6 +71,9 @@ $CC $CFLAGS -std=c99 "$work/example.c" -o "$work/example" $(pkg-config --cflags 
 $CXX $CXXFLAGS -std=c++17 "$consumer/program.cpp" -o "$work/program" $(pkg-config --cflags --libs tarnm tarncore)
 expect_output "$work/example" "$c_output"
 expect_output "$work/program" "$cpp_output"
+# shellcheck disable=SC2046,SC2086
+$CXX $CXXFLAGS -std=c++20 "$work/stranger/first.cpp" -o "$work/first_program" $(pkg-config --cflags --libs tarnm)
+expect_output "$work/first_program" "$first_output"
 [ "$(pkg-config --modversion tarnm)" = 7.0.205 ] || { echo "wrong version in tarnm.pc"; exit 1; }
 
 if [ -d "$libdir/glibc-hwcaps" ]; then

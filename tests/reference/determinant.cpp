@@ -41,13 +41,17 @@ double doubles3(const Rows<double>& a)
 
 double firstRow4(const Rows<double>& a)
 {
-    const double c0 = a[1][1] * (a[2][2] * a[3][3] - a[3][2] * a[2][3]) - a[1][2] * (a[2][1] * a[3][3] - a[3][1] * a[2][3]) +
+    const double c0 = a[1][1] * (a[2][2] * a[3][3] - a[3][2] * a[2][3]) -
+                      a[1][2] * (a[2][1] * a[3][3] - a[3][1] * a[2][3]) +
                       a[1][3] * (a[3][2] * a[2][1] - a[3][1] * a[2][2]);
-    const double c1 = a[1][0] * (a[2][2] * a[3][3] - a[3][2] * a[2][3]) - a[1][2] * (a[2][0] * a[3][3] - a[3][0] * a[2][3]) +
+    const double c1 = a[1][0] * (a[2][2] * a[3][3] - a[3][2] * a[2][3]) -
+                      a[1][2] * (a[2][0] * a[3][3] - a[3][0] * a[2][3]) +
                       a[1][3] * (a[2][0] * a[3][2] - a[2][2] * a[3][0]);
-    const double c2 = a[1][0] * (a[2][1] * a[3][3] - a[3][1] * a[2][3]) - a[1][1] * (a[2][0] * a[3][3] - a[3][0] * a[2][3]) +
+    const double c2 = a[1][0] * (a[2][1] * a[3][3] - a[3][1] * a[2][3]) -
+                      a[1][1] * (a[2][0] * a[3][3] - a[3][0] * a[2][3]) +
                       a[1][3] * (a[2][0] * a[3][1] - a[2][1] * a[3][0]);
-    const double c3 = a[1][0] * (a[3][2] * a[2][1] - a[3][1] * a[2][2]) - a[1][1] * (a[2][0] * a[3][2] - a[2][2] * a[3][0]) +
+    const double c3 = a[1][0] * (a[3][2] * a[2][1] - a[3][1] * a[2][2]) -
+                      a[1][1] * (a[2][0] * a[3][2] - a[2][2] * a[3][0]) +
                       a[1][2] * (a[2][0] * a[3][1] - a[2][1] * a[3][0]);
     return c0 * a[0][0] - c1 * a[0][1] + c2 * a[0][2] - c3 * a[0][3];
 }
@@ -88,16 +92,15 @@ template <class T> bool hasNaN(const Rows<T>& a)
     return false;
 }
 
-template <class T, class Result>
-void bounded(const Rows<T>& a, Outcome<Result>& outcome, int n)
+template <class T, class Result> void bounded(const Rows<T>& a, Outcome<Result>& outcome, int n)
 {
     if (hasNaN(a)) return outcome.exactly("pDst", n, 0, std::numeric_limits<Result>::quiet_NaN());
     using limits = std::numeric_limits<Result>;
     std::vector<bool> isOut(a.size());
     const Tracked<T> det = expansion(a, 0, isOut);
-    if (!det.isKnown() || det.magnitude() > limits::max() / 2)
-        return outcome.anything("pDst", n, 0);
-    const long double rounding = sizeof(T) == sizeof(Result) ? 0 : det.magnitude() * limits::epsilon() + limits::denorm_min();
+    if (!det.isKnown() || det.magnitude() > limits::max() / 2) return outcome.anything("pDst", n, 0);
+    const long double rounding =
+        sizeof(T) == sizeof(Result) ? 0 : det.magnitude() * limits::epsilon() + limits::denorm_min();
     outcome.within("pDst", n, 0, double(det.value), double(Tracked<T>::slack * det.bound + rounding));
 }
 
@@ -157,8 +160,8 @@ template <class T> void determinant(const Problem<T>& problem, Outcome<T>& outco
         for (int r = 0; r < order; ++r)
             for (int c = 0; c < order; ++c)
                 a[std::size_t(r)][std::size_t(c)] = problem.stored("src", n, r, c);
-        const bool isDenseArrayOfSingles = sizeof(T) == 4 && problem.member().code == "ma" && problem.path() == Path::dense &&
-                                           problem.member().layout == "S";
+        const bool isDenseArrayOfSingles = sizeof(T) == 4 && problem.member().code == "ma" &&
+                                           problem.path() == Path::dense && problem.member().layout == "S";
         if (order < 3 || order > 6)
             outcome.exactly("pDst", n, 0, eliminated(problem, a));
         else if (isDenseArrayOfSingles && order == 4 && isPaired(problem, n))

@@ -15,8 +15,8 @@ enum class Fate { inverted, singular, either };
 template <class T> struct Answer {
     Fate fate = Fate::singular;
     bool isExact = false;
-    Rows<T> exact;     // where isExact
-    Numbers<T> inexact; // elsewhere
+    Rows<T> exact;                    // where isExact
+    Numbers<T> inexact;               // elsewhere
     int copiedRows = 0, workRows = 0; // what a singular object leaves in its result
 };
 

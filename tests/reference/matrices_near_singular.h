@@ -32,9 +32,9 @@ inline void fillIntegers(Filler& filler, int n)
 inline void fillNearTolerance(Filler& filler, int n)
 {
     const double smallest = filler.member().type == test::Type::f32 ? double(std::numeric_limits<float>::min())
-                                                                     : std::numeric_limits<double>::min();
+                                                                    : std::numeric_limits<double>::min();
     const double unit = filler.member().type == test::Type::f32 ? std::numeric_limits<float>::epsilon()
-                                                                 : std::numeric_limits<double>::epsilon();
+                                                                : std::numeric_limits<double>::epsilon();
     const double t = 2.0 * n * n * n * smallest;
     const double sizes[] = {t, t * (1 + unit), t * (1 - unit), 2 * t, 2 * t * (1 - unit), t / 2, smallest, 0, 1, 1};
     const int shift = int(filler.random(0, n)), odd = int(filler.random(0, n));
@@ -57,13 +57,22 @@ inline void fillGraded(Filler& filler, int n)
     }
 }
 
-// Case 0: random objects. 1: integers. 2: near the tolerance. 3: graded.
+// Magnitudes that agree to single precision, of either sign.
+inline void fillNearlyEqual(Filler& filler, int n)
+{
+    for (int r = 0; r < n; ++r)
+        for (int c = 0; c < n; ++c)
+            setElement(filler, n, r, c, (filler.random(-1, 1) < 0 ? -1 : 1) * (1 + 0x1p-24 * filler.random(0, 1)));
+}
+
+// Case 0: random objects. 1: integers. 2: near the tolerance. 3: graded, and nearly equal for every third object.
 inline void fillMatrix(Filler& filler)
 {
     const int n = orderOf(filler);
     if (filler.caseNumber() == 1) fillIntegers(filler, n);
     if (filler.caseNumber() == 2) fillNearTolerance(filler, n);
-    if (filler.caseNumber() == 3) fillGraded(filler, n);
+    if (filler.caseNumber() == 3 && filler.object() % 3 != 2) fillGraded(filler, n);
+    if (filler.caseNumber() == 3 && filler.object() % 3 == 2) fillNearlyEqual(filler, n);
 }
 
 } // namespace tarnm::reference

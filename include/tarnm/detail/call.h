@@ -391,7 +391,8 @@ template <class... Named> [[gnu::cold]] problem blame(tarnmStatus status, const 
 // Checks the numbers of objects, calls, reports. `call` takes the operands, or a part of their objects, and gives a status.
 // An array without objects is no failure: nothing is done.
 template <class Options, class Call, class... Views>
-auto execute(const char* function, problem shapes, const Call& call, Options options, const named<Views>&... operands)
+TARNM_DETAIL_INLINE auto execute(const char* function, problem shapes, const Call& call, Options options,
+                                 const named<Views>&... operands)
 {
     const std::ptrdiff_t count = count_of(operands.view...);
     if (!shapes) shapes = first_of(problem{}, must_count(operands.view, count, operands.name)...);

@@ -16,20 +16,20 @@
 namespace tarnm {
 namespace detail {
 
-template <class D>
-void complete_lower(const D& lower)
+template <class D> void complete_lower(const D& lower)
 {
     using T = typename D::value_type;
     for (std::ptrdiff_t n = 0; n < lower.count(); ++n)
         for (std::ptrdiff_t r = 0; r < lower.rows(); ++r) {
             T* const diagonal = lower.address(n, r, r);
             store(diagonal, 1 / load(diagonal));
-            for (std::ptrdiff_t c = r + 1; c < lower.columns(); ++c) store(lower.address(n, r, c), T(0));
+            for (std::ptrdiff_t c = r + 1; c < lower.columns(); ++c)
+                store(lower.address(n, r, c), T(0));
         }
 }
 
 template <class A, class D, class Options>
-auto cholesky_right(const A& a, const D& lower, Options options)
+TARNM_DETAIL_INLINE auto cholesky_right(const A& a, const D& lower, Options options)
 {
     const problem shapes = check_square_pair(a, lower, "lower");
     const auto call = [](const auto& a_, const auto& lower_) {
@@ -44,15 +44,13 @@ auto cholesky_right(const A& a, const D& lower, Options options)
 
 // A failing call leaves the factors in an undefined state; with statuses, those of the objects that did not fail are right.
 template <detail::matrix_operand A, detail::matrix_result D, detail::option... Options>
-requires detail::same_element<D, A>
-auto cholesky(A&& a, D&& lower, Options&&... options)
+requires detail::same_element<D, A> TARNM_DETAIL_INLINE auto cholesky(A&& a, D&& lower, Options&&... options)
 {
     return detail::cholesky_right(detail::operand_of(a), detail::operand_of(lower), std::tie(options...));
 }
 
 // The factors of one matrix, or of each matrix of an array. Throws where a matrix is not positive definite.
-template <detail::element T>
-class cholesky_factors {
+template <detail::element T> class cholesky_factors {
 public:
     template <detail::matrix_operand A>
     requires std::same_as<typename detail::operand_type<A>::value_type, T>
@@ -78,8 +76,7 @@ public:
     }
 
     // The lower triangular factor of each matrix, zeros above the diagonal.
-    template <detail::matrix_result D>
-    void lower(D&& result) const
+    template <detail::matrix_result D> void lower(D&& result) const
     {
         const auto view = detail::as_array(detail::operand_of(result));
         copy(matrix_array<const T>(factors_.data(), count_, order_, order_), view);
@@ -104,8 +101,7 @@ private:
 };
 
 // cholesky(a).solve(b, x)
-template <detail::matrix_operand A>
-auto cholesky(A&& a)
+template <detail::matrix_operand A> TARNM_DETAIL_INLINE auto cholesky(A&& a)
 {
     return cholesky_factors<typename detail::operand_type<A>::value_type>(a);
 }

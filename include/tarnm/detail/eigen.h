@@ -31,7 +31,7 @@ template <class A> std::size_t general_bytes(const A& a)
 }
 
 template <class A, class R, class Options>
-auto symmetric_values_views(const A& a, const R& values, void* buffer, Options options)
+TARNM_DETAIL_INLINE auto symmetric_values_views(const A& a, const R& values, void* buffer, Options options)
 {
     static_assert(!A::is_transposed, "a symmetric matrix is its transpose");
     const auto call = [buffer](const auto& a_, const auto& values_) {
@@ -43,7 +43,8 @@ auto symmetric_values_views(const A& a, const R& values, void* buffer, Options o
 }
 
 template <class A, class R, class D, class Options>
-auto symmetric_vectors_views(const A& a, const R& values, const D& vectors, void* buffer, Options options)
+TARNM_DETAIL_INLINE auto symmetric_vectors_views(const A& a, const R& values, const D& vectors, void* buffer,
+                                                 Options options)
 {
     static_assert(one_layout<A, D>(), "operands of one call lie in one layout; copy moves between layouts");
     static_assert(A::is_array == D::is_array, "the result is an array where the source is one");
@@ -59,7 +60,8 @@ auto symmetric_vectors_views(const A& a, const R& values, const D& vectors, void
 }
 
 template <class A, class R, class Options>
-auto general_values_views(const A& a, const R& real, const R& imaginary, void* buffer, Options options)
+TARNM_DETAIL_INLINE auto general_values_views(const A& a, const R& real, const R& imaginary, void* buffer,
+                                              Options options)
 {
     static_assert(!A::is_transposed, "a matrix and its transpose have the same eigenvalues");
     const auto call = [buffer](const auto& a_, const auto& real_, const auto& imaginary_) {
@@ -72,8 +74,8 @@ auto general_values_views(const A& a, const R& real, const R& imaginary, void* b
 }
 
 template <operation Operation, class A, class R, class D, class Options>
-auto one_sided_views(const char* function, const A& a, const R& real, const R& imaginary, const D& vectors,
-                     void* buffer, Options options)
+TARNM_DETAIL_INLINE auto one_sided_views(const char* function, const A& a, const R& real, const R& imaginary,
+                                         const D& vectors, void* buffer, Options options)
 {
     static_assert(one_layout<A, D>(), "operands of one call lie in one layout; copy moves between layouts");
     static_assert(A::is_array == D::is_array, "the result is an array where the source is one");
@@ -89,8 +91,8 @@ auto one_sided_views(const char* function, const A& a, const R& real, const R& i
 }
 
 template <class A, class R, class D, class L, class Options>
-auto both_sides_views(const A& a, const R& real, const R& imaginary, const D& right, const L& left, void* buffer,
-                      Options options)
+TARNM_DETAIL_INLINE auto both_sides_views(const A& a, const R& real, const R& imaginary, const D& right, const L& left,
+                                          void* buffer, Options options)
 {
     static_assert(one_layout<A, D, L>(), "operands of one call lie in one layout; copy moves between layouts");
     static_assert(A::is_array == D::is_array && A::is_array == L::is_array,
@@ -117,7 +119,7 @@ concept run_for = run_of<R, typename operand_type<A>::value_type>;
 namespace plain {
 
 template <detail::matrix_operand A, detail::run_for<A> R, detail::option... Options>
-auto eigen_symmetric(A&& a, R&& values, Options&&... options)
+TARNM_DETAIL_INLINE auto eigen_symmetric(A&& a, R&& values, Options&&... options)
 {
     const auto view = detail::operand_of(a);
     detail::scratch buffer(detail::symmetric_bytes(view), options...);
@@ -126,8 +128,8 @@ auto eigen_symmetric(A&& a, R&& values, Options&&... options)
 }
 
 template <detail::matrix_operand A, detail::run_for<A> R, detail::matrix_result D, detail::option... Options>
-requires detail::same_element<D, A>
-auto eigen_symmetric(A&& a, R&& values, D&& vectors, Options&&... options)
+requires detail::same_element<D, A> TARNM_DETAIL_INLINE auto eigen_symmetric(A&& a, R&& values, D&& vectors,
+                                                                             Options&&... options)
 {
     const auto view = detail::operand_of(a);
     detail::scratch buffer(detail::symmetric_bytes(view), options...);
@@ -136,7 +138,7 @@ auto eigen_symmetric(A&& a, R&& values, D&& vectors, Options&&... options)
 }
 
 template <detail::matrix_operand A, detail::run_for<A> R, detail::run_for<A> I, detail::option... Options>
-auto eigenvalues(A&& a, R&& real, I&& imaginary, Options&&... options)
+TARNM_DETAIL_INLINE auto eigenvalues(A&& a, R&& real, I&& imaginary, Options&&... options)
 {
     const auto view = detail::operand_of(a);
     detail::scratch buffer(detail::general_bytes(view), options...);
@@ -146,8 +148,8 @@ auto eigenvalues(A&& a, R&& real, I&& imaginary, Options&&... options)
 
 template <detail::matrix_operand A, detail::run_for<A> R, detail::run_for<A> I, detail::matrix_result D,
           detail::option... Options>
-requires detail::same_element<D, A>
-auto eigenvectors(A&& a, R&& real, I&& imaginary, D&& right, Options&&... options)
+requires detail::same_element<D, A> TARNM_DETAIL_INLINE auto eigenvectors(A&& a, R&& real, I&& imaginary, D&& right,
+                                                                          Options&&... options)
 {
     const auto view = detail::operand_of(a);
     detail::scratch buffer(detail::general_bytes(view), options...);
@@ -158,8 +160,8 @@ auto eigenvectors(A&& a, R&& real, I&& imaginary, D&& right, Options&&... option
 
 template <detail::matrix_operand A, detail::run_for<A> R, detail::run_for<A> I, detail::matrix_result D,
           detail::option... Options>
-requires detail::same_element<D, A>
-auto left_eigenvectors(A&& a, R&& real, I&& imaginary, D&& left, Options&&... options)
+requires detail::same_element<D, A> TARNM_DETAIL_INLINE auto left_eigenvectors(A&& a, R&& real, I&& imaginary, D&& left,
+                                                                               Options&&... options)
 {
     const auto view = detail::operand_of(a);
     detail::scratch buffer(detail::general_bytes(view), options...);
@@ -170,8 +172,8 @@ auto left_eigenvectors(A&& a, R&& real, I&& imaginary, D&& left, Options&&... op
 
 template <detail::matrix_operand A, detail::run_for<A> R, detail::run_for<A> I, detail::matrix_result D,
           detail::matrix_result L, detail::option... Options>
-requires detail::same_element<D, A, L>
-auto eigenvectors(A&& a, R&& real, I&& imaginary, D&& right, L&& left, Options&&... options)
+requires detail::same_element<D, A, L> TARNM_DETAIL_INLINE auto eigenvectors(A&& a, R&& real, I&& imaginary, D&& right,
+                                                                             L&& left, Options&&... options)
 {
     const auto view = detail::operand_of(a);
     detail::scratch buffer(detail::general_bytes(view), options...);

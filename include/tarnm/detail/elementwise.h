@@ -78,7 +78,7 @@ tarnmStatus combine(const A& a, const B& b, const D& d)
 }
 
 template <operation Operation, class T, class A, class B, class D, class Options>
-auto combine_checked(const char* function, const A& a, const B& b, const D& d, Options options)
+TARNM_DETAIL_INLINE auto combine_checked(const char* function, const A& a, const B& b, const D& d, Options options)
 {
     static_assert(one_layout<A, B, D>(), "operands of one call lie in one layout; copy moves between layouts");
     static_assert(D::is_array == (A::is_array || B::is_array), "the result is an array where an operand is one");
@@ -93,7 +93,7 @@ auto combine_checked(const char* function, const A& a, const B& b, const D& d, O
 }
 
 template <operation Operation, class A, class B, class D, class Options>
-auto combine_operands(const char* function, A& a, B& b, D& d, Options options)
+TARNM_DETAIL_INLINE auto combine_operands(const char* function, A& a, B& b, D& d, Options options)
 {
     using T = typename operand_type<D>::value_type;
     return combine_checked<Operation, T>(function, term_of<T>(a), term_of<T>(b), operand_of(d), options);
@@ -112,24 +112,22 @@ concept one_element = (fits<D, Terms> && ...);
 
 // sum = a + b
 template <detail::term A, detail::term B, result D, detail::option... Options>
-requires detail::one_element<D, A, B>
-auto add(A&& a, B&& b, D&& sum, Options&&... options)
+requires detail::one_element<D, A, B> TARNM_DETAIL_INLINE auto add(A&& a, B&& b, D&& sum, Options&&... options)
 {
     return detail::combine_operands<detail::operation::Add>("add", a, b, sum, std::tie(options...));
 }
 
 // difference = a - b
 template <detail::term A, detail::term B, result D, detail::option... Options>
-requires detail::one_element<D, A, B>
-auto subtract(A&& a, B&& b, D&& difference, Options&&... options)
+requires detail::one_element<D, A, B> TARNM_DETAIL_INLINE auto subtract(A&& a, B&& b, D&& difference,
+                                                                        Options&&... options)
 {
     return detail::combine_operands<detail::operation::Sub>("subtract", a, b, difference, std::tie(options...));
 }
 
 // product = c * a
 template <source A, detail::term C, result D, detail::option... Options>
-requires detail::one_element<D, A, C>
-auto scale(A&& a, C&& c, D&& product, Options&&... options)
+requires detail::one_element<D, A, C> TARNM_DETAIL_INLINE auto scale(A&& a, C&& c, D&& product, Options&&... options)
 {
     return detail::combine_operands<detail::operation::Mul>("scale", a, c, product, std::tie(options...));
 }

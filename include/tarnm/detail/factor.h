@@ -36,7 +36,7 @@ template <class F, class B, class X> constexpr problem check_system(const F& fac
 }
 
 template <class A, class D, class R, class Options>
-auto lu_views(const A& a, const D& factors, const R& pivots, Options options)
+TARNM_DETAIL_INLINE auto lu_views(const A& a, const D& factors, const R& pivots, Options options)
 {
     const auto call = [](const auto& a_, const auto& factors_, const auto& pivots_) {
         return invoke<operation::LUDecomp, code_of<A>(), layout_of<A, D>(), typename D::value_type>(
@@ -47,7 +47,7 @@ auto lu_views(const A& a, const D& factors, const R& pivots, Options options)
 }
 
 template <class F, class R, class B, class X, class Options>
-auto lu_solve_views(const F& factors, const R& pivots, const B& b, const X& x, Options options)
+TARNM_DETAIL_INLINE auto lu_solve_views(const F& factors, const R& pivots, const B& b, const X& x, Options options)
 {
     const problem shapes = first_of(must_be_square(factors, "factors"), check_system(factors, b, x));
     const auto call = [](const auto& b_, const auto& x_, const auto& factors_, const auto& pivots_) {
@@ -70,7 +70,7 @@ template <class A, class D, class Options> auto cholesky_views(const A& a, const
 }
 
 template <class F, class B, class X, class Options>
-auto cholesky_solve_views(const F& factor, const B& b, const X& x, Options options)
+TARNM_DETAIL_INLINE auto cholesky_solve_views(const F& factor, const B& b, const X& x, Options options)
 {
     const problem shapes = first_of(must_be_square(factor, "factor"), check_system(factor, b, x));
     const auto call = [](const auto& b_, const auto& x_, const auto& factor_) {
@@ -103,7 +103,7 @@ template <class A, class D, class Options> auto qr_views(const A& a, const D& fa
 }
 
 template <class F, class B, class X, class Options>
-auto qr_solve_views(const F& factors, const B& b, const X& x, void* buffer, Options options)
+TARNM_DETAIL_INLINE auto qr_solve_views(const F& factors, const B& b, const X& x, void* buffer, Options options)
 {
     const auto call = [buffer](const auto& b_, const auto& x_, const auto& factors_) {
         return invoke<operation::QRBackSubst, code_of<F, B>(), layout_of<F, B, X>(), typename X::value_type>(
@@ -197,7 +197,7 @@ tarnmStatus solve_part(const Store& store, const A& a, const B& b, const X& x)
 }
 
 template <class A, class B, class X, class Options>
-auto solve_views(const A& a, const B& b, const X& x, workspace* given, Options options)
+TARNM_DETAIL_INLINE auto solve_views(const A& a, const B& b, const X& x, workspace* given, Options options)
 {
     const problem shapes = first_of(must_be_square(a, "a"), check_system(a, b, x));
     const auto call = [given](const auto& b_, const auto& x_, const auto& a_) -> tarnmStatus {
@@ -222,8 +222,7 @@ auto solve_views(const A& a, const B& b, const X& x, workspace* given, Options o
 
 // One row of pivots for each matrix: pivots[n * order + k] is the row of matrix n that step k found.
 template <detail::matrix_operand A, detail::matrix_result D, detail::run_of<std::int32_t> R, detail::option... Options>
-requires detail::same_element<D, A>
-auto lu(A&& a, D&& factors, R&& pivots, Options&&... options)
+requires detail::same_element<D, A> TARNM_DETAIL_INLINE auto lu(A&& a, D&& factors, R&& pivots, Options&&... options)
 {
     const auto view = detail::operand_of(a);
     return detail::lu_views(view, detail::operand_of(factors), detail::make_run(pivots, view.rows()),
@@ -232,8 +231,8 @@ auto lu(A&& a, D&& factors, R&& pivots, Options&&... options)
 
 template <detail::matrix_operand F, detail::index_range R, detail::vector_operand B, detail::vector_result X,
           detail::option... Options>
-requires detail::same_element<X, F, B>
-auto lu_solve(F&& factors, R&& pivots, B&& b, X&& x, Options&&... options)
+requires detail::same_element<X, F, B> TARNM_DETAIL_INLINE auto lu_solve(F&& factors, R&& pivots, B&& b, X&& x,
+                                                                         Options&&... options)
 {
     const auto view = detail::operand_of(factors);
     return detail::lu_solve_views(view, detail::make_run(pivots, view.rows(), !view.is_array), detail::operand_of(b),
@@ -244,15 +243,14 @@ namespace plain {
 
 // factor * transposed(factor) = a; only the lower triangles are read and written, and the diagonal holds reciprocals.
 template <detail::matrix_operand A, detail::matrix_result D, detail::option... Options>
-requires detail::same_element<D, A>
-auto cholesky(A&& a, D&& factor, Options&&... options)
+requires detail::same_element<D, A> TARNM_DETAIL_INLINE auto cholesky(A&& a, D&& factor, Options&&... options)
 {
     return detail::cholesky_views(detail::operand_of(a), detail::operand_of(factor), std::tie(options...));
 }
 
 template <detail::matrix_operand F, detail::vector_operand B, detail::vector_result X, detail::option... Options>
-requires detail::same_element<X, F, B>
-auto cholesky_solve(F&& factor, B&& b, X&& x, Options&&... options)
+requires detail::same_element<X, F, B> TARNM_DETAIL_INLINE auto cholesky_solve(F&& factor, B&& b, X&& x,
+                                                                               Options&&... options)
 {
     return detail::cholesky_solve_views(detail::operand_of(factor), detail::operand_of(b), detail::operand_of(x),
                                         std::tie(options...));
@@ -262,8 +260,7 @@ auto cholesky_solve(F&& factor, B&& b, X&& x, Options&&... options)
 
 // The upper triangle holds R, the rest the reflections.
 template <detail::matrix_operand A, detail::matrix_result D, detail::option... Options>
-requires detail::same_element<D, A>
-auto qr(A&& a, D&& factors, Options&&... options)
+requires detail::same_element<D, A> TARNM_DETAIL_INLINE auto qr(A&& a, D&& factors, Options&&... options)
 {
     const auto view = detail::operand_of(a);
     detail::scratch buffer(detail::column_bytes(view), options...);
@@ -272,8 +269,8 @@ auto qr(A&& a, D&& factors, Options&&... options)
 
 // x minimises the length of a * x - b, with the factors of a.
 template <detail::matrix_operand F, detail::vector_operand B, detail::vector_result X, detail::option... Options>
-requires detail::same_element<X, F, B>
-auto qr_solve(F&& factors, B&& b, X&& x, Options&&... options)
+requires detail::same_element<X, F, B> TARNM_DETAIL_INLINE auto qr_solve(F&& factors, B&& b, X&& x,
+                                                                         Options&&... options)
 {
     const auto view = detail::operand_of(factors);
     detail::scratch buffer(detail::column_bytes(view), options...);
@@ -283,8 +280,7 @@ auto qr_solve(F&& factors, B&& b, X&& x, Options&&... options)
 
 // a * x = b. A failing call leaves the solutions of some objects unwritten.
 template <detail::matrix_operand A, detail::vector_operand B, detail::vector_result X, detail::option... Options>
-requires detail::same_element<X, A, B>
-auto solve(A&& a, B&& b, X&& x, Options&&... options)
+requires detail::same_element<X, A, B> TARNM_DETAIL_INLINE auto solve(A&& a, B&& b, X&& x, Options&&... options)
 {
     return detail::solve_views(detail::operand_of(a), detail::operand_of(b), detail::operand_of(x),
                                detail::workspace_of(options...), std::tie(options...));

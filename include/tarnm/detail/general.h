@@ -17,8 +17,7 @@ namespace tarnm {
 namespace detail {
 
 // Whether the values have the traces of the matrix and of its square.
-template <class T>
-bool traces_agree(const T* a, const T* real, const T* imaginary, std::ptrdiff_t order)
+template <class T> bool traces_agree(const T* a, const T* real, const T* imaginary, std::ptrdiff_t order)
 {
     double trace = 0, trace_of_square = 0, norm = 0, sum = 0, sum_of_squares = 0;
     for (std::ptrdiff_t r = 0; r < order; ++r) {
@@ -32,29 +31,31 @@ bool traces_agree(const T* a, const T* real, const T* imaginary, std::ptrdiff_t 
     }
     const double tolerance = 32.0 * static_cast<double>(order) * std::numeric_limits<T>::epsilon();
     return std::abs(sum - trace) <= tolerance * std::sqrt(norm) &&
-        std::abs(sum_of_squares - trace_of_square) <= tolerance * norm;
+           std::abs(sum_of_squares - trace_of_square) <= tolerance * norm;
 }
 
 // Q * a * Q with the reflection Q = I - 2 v vT / (vT v). The attempts differ in v.
-template <class T>
-void reflect_both_sides(const T* a, T* similar, std::ptrdiff_t order, int attempt)
+template <class T> void reflect_both_sides(const T* a, T* similar, std::ptrdiff_t order, int attempt)
 {
     const auto v = [attempt](std::ptrdiff_t i) { return 1.0 + std::sin(double(1 + attempt) * double(i + 1) * 0.7); };
     double length = 0;
-    for (std::ptrdiff_t i = 0; i < order; ++i) length += v(i) * v(i);
+    for (std::ptrdiff_t i = 0; i < order; ++i)
+        length += v(i) * v(i);
     std::copy_n(a, order * order, similar);
     const auto reflect = [&](std::ptrdiff_t first, std::ptrdiff_t step) {
         double sum = 0;
-        for (std::ptrdiff_t i = 0; i < order; ++i) sum += v(i) * similar[first + i * step];
+        for (std::ptrdiff_t i = 0; i < order; ++i)
+            sum += v(i) * similar[first + i * step];
         for (std::ptrdiff_t i = 0; i < order; ++i)
             similar[first + i * step] = static_cast<T>(similar[first + i * step] - 2 * sum / length * v(i));
     };
-    for (std::ptrdiff_t c = 0; c < order; ++c) reflect(c, order);
-    for (std::ptrdiff_t r = 0; r < order; ++r) reflect(r * order, 1);
+    for (std::ptrdiff_t c = 0; c < order; ++c)
+        reflect(c, order);
+    for (std::ptrdiff_t r = 0; r < order; ++r)
+        reflect(r * order, 1);
 }
 
-template <class T>
-tarnmStatus general_values_once(T* matrix, T* real, T* imaginary, std::ptrdiff_t order, void* buffer)
+template <class T> tarnmStatus general_values_once(T* matrix, T* real, T* imaginary, std::ptrdiff_t order, void* buffer)
 {
     const auto size = static_cast<std::size_t>(order);
     return general_values_views(matrix_array<T>(matrix, 1, order, order), run<T>{real, order, size},
@@ -89,8 +90,8 @@ tarnmStatus general_values_part(const A& a, const R& real, const R& imaginary, T
             exponents[n] = std::numeric_limits<std::int32_t>::min();
         }
     }
-    const tarnmStatus whole =
-        general_values_views(matrix_array<T>(matrices, count, order, order), real, imaginary, buffer, std::tie(std::nothrow));
+    const tarnmStatus whole = general_values_views(matrix_array<T>(matrices, count, order, order), real, imaginary,
+                                                   buffer, std::tie(std::nothrow));
     tarnmStatus first_failure = StatusOk;
     for (std::ptrdiff_t n = 0; n < count; ++n) {
         T* const matrix = matrices + n * size;
@@ -139,7 +140,8 @@ tarnmStatus general_values_all(const A& a, const R& real, const R& imaginary, wo
 }
 
 template <class A, class R, class Options>
-auto general_values_right(const A& a, const R& real, const R& imaginary, workspace* given, Options options)
+TARNM_DETAIL_INLINE auto general_values_right(const A& a, const R& real, const R& imaginary, workspace* given,
+                                              Options options)
 {
     const problem shapes = first_of(check(a, "a"), must_be_square(a, "a"));
     const auto call = [given](const auto& a_, const auto& real_, const auto& imaginary_) {
@@ -152,8 +154,8 @@ auto general_values_right(const A& a, const R& real, const R& imaginary, workspa
 } // namespace detail
 
 template <detail::matrix_operand A, detail::run_for<A> R, detail::run_for<A> I, detail::option... Options>
-requires(!detail::operand_type<A>::is_transposed)
-auto eigenvalues(A&& a, R&& real, I&& imaginary, Options&&... options)
+requires(!detail::operand_type<A>::is_transposed) TARNM_DETAIL_INLINE
+    auto eigenvalues(A&& a, R&& real, I&& imaginary, Options&&... options)
 {
     const auto view = detail::as_array(detail::operand_of(a));
     return detail::general_values_right(view, detail::make_run(real, view.rows()),

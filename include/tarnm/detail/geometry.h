@@ -77,8 +77,8 @@ template <class View> constexpr problem must_be_packed(const View& view, const c
 
 // What transforms have in common: sizes are looked at when the program runs, since a view may have any.
 template <class V, class D, class Options, class Single, class Many>
-auto transform_views(const char* function, const V& v, const D& d, problem shapes, Options options, Single single,
-                     Many many)
+TARNM_DETAIL_INLINE auto transform_views(const char* function, const V& v, const D& d, problem shapes, Options options,
+                                         Single single, Many many)
 {
     static_assert(V::is_array == D::is_array, "the result is an array where the source is one");
     if (!shapes) shapes = first_of(must_be_packed(v, "v"), must_be_packed(d, "result"));
@@ -195,8 +195,8 @@ inline matrix4 perspective_fov_rh(float fov_y, float aspect, float z_near, float
 
 // result = (v, 0, 1) * m, or (v, 1) * m, or v * m: vectors of 2, 3 or 4 elements; the result has 4.
 template <detail::float_vectors V, detail::vector_result D, detail::option... Options>
-requires detail::float_vectors<D>
-auto transform(const matrix4& m, V&& v, D&& result, Options&&... options)
+requires detail::float_vectors<D> TARNM_DETAIL_INLINE auto transform(const matrix4& m, V&& v, D&& result,
+                                                                     Options&&... options)
 {
     const float* const matrix = detail::elements(m);
     const auto from = detail::operand_of(v);
@@ -221,8 +221,8 @@ auto transform(const matrix4& m, V&& v, D&& result, Options&&... options)
 
 // (v, 1) * m, divided by its fourth element: points of 2 or 3 elements.
 template <detail::float_vectors V, detail::vector_result D, detail::option... Options>
-requires detail::float_vectors<D>
-auto transform_point(const matrix4& m, V&& v, D&& result, Options&&... options)
+requires detail::float_vectors<D> TARNM_DETAIL_INLINE auto transform_point(const matrix4& m, V&& v, D&& result,
+                                                                           Options&&... options)
 {
     const float* const matrix = detail::elements(m);
     const auto from = detail::operand_of(v);
@@ -243,8 +243,8 @@ auto transform_point(const matrix4& m, V&& v, D&& result, Options&&... options)
 
 // (v, 0) * m: directions of 2 or 3 elements.
 template <detail::float_vectors V, detail::vector_result D, detail::option... Options>
-requires detail::float_vectors<D>
-auto transform_direction(const matrix4& m, V&& v, D&& result, Options&&... options)
+requires detail::float_vectors<D> TARNM_DETAIL_INLINE auto transform_direction(const matrix4& m, V&& v, D&& result,
+                                                                               Options&&... options)
 {
     const float* const matrix = detail::elements(m);
     const auto from = detail::operand_of(v);
@@ -288,9 +288,9 @@ requires(detail::float_vectors<D>&& detail::same_element<D, M>&&
 
 // From object space to the viewport, whose y axis runs downwards.
 template <detail::float_vectors V, detail::vector_result D, detail::option... Options>
-requires detail::float_vectors<D>
-auto project(const matrix4& projection, const matrix4& view, const matrix4& world, const viewport& port, V&& v,
-             D&& result, Options&&... options)
+requires detail::float_vectors<D> TARNM_DETAIL_INLINE auto project(const matrix4& projection, const matrix4& view,
+                                                                   const matrix4& world, const viewport& port, V&& v,
+                                                                   D&& result, Options&&... options)
 {
     const auto from = detail::operand_of(v);
     const auto to = detail::operand_of(result);
@@ -310,9 +310,9 @@ auto project(const matrix4& projection, const matrix4& view, const matrix4& worl
 
 // From the viewport back to object space.
 template <detail::float_vectors V, detail::vector_result D, detail::option... Options>
-requires detail::float_vectors<D>
-auto unproject(const matrix4& projection, const matrix4& view, const matrix4& world, const viewport& port, V&& v,
-               D&& result, Options&&... options)
+requires detail::float_vectors<D> TARNM_DETAIL_INLINE auto unproject(const matrix4& projection, const matrix4& view,
+                                                                     const matrix4& world, const viewport& port, V&& v,
+                                                                     D&& result, Options&&... options)
 {
     const auto from = detail::operand_of(v);
     const auto to = detail::operand_of(result);

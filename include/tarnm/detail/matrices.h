@@ -39,7 +39,7 @@ template <class A> std::size_t elimination_bytes(const A& a)
 }
 
 template <class A, class R, class Options>
-auto determinant_views(const A& a, const R& determinants, void* buffer, Options options)
+TARNM_DETAIL_INLINE auto determinant_views(const A& a, const R& determinants, void* buffer, Options options)
 {
     static_assert(!A::is_transposed, "a matrix and its transpose have one determinant");
     const auto call = [buffer](const auto& a_, const auto& determinants_) {
@@ -78,7 +78,7 @@ template <detail::single_matrix A> auto trace(A&& a)
 
 template <detail::matrix_operand A, detail::run_of<typename detail::operand_type<A>::value_type> R,
           detail::option... Options>
-auto trace(A&& a, R&& numbers, Options&&... options)
+TARNM_DETAIL_INLINE auto trace(A&& a, R&& numbers, Options&&... options)
 {
     return detail::trace_views(detail::operand_of(a), detail::make_run(numbers, 1), std::tie(options...));
 }
@@ -93,7 +93,7 @@ template <detail::single_matrix A> auto frobenius_norm(A&& a)
 
 template <detail::matrix_operand A, detail::run_of<typename detail::operand_type<A>::value_type> R,
           detail::option... Options>
-auto frobenius_norm(A&& a, R&& numbers, Options&&... options)
+TARNM_DETAIL_INLINE auto frobenius_norm(A&& a, R&& numbers, Options&&... options)
 {
     return detail::frobenius_views(detail::operand_of(a), detail::make_run(numbers, 1), std::tie(options...));
 }
@@ -110,7 +110,7 @@ template <detail::single_matrix A> auto determinant(A&& a)
 
 template <detail::matrix_operand A, detail::run_of<typename detail::operand_type<A>::value_type> R,
           detail::option... Options>
-auto determinant(A&& a, R&& numbers, Options&&... options)
+TARNM_DETAIL_INLINE auto determinant(A&& a, R&& numbers, Options&&... options)
 {
     const auto view = detail::operand_of(a);
     detail::scratch buffer(detail::elimination_bytes(view), options...);
@@ -121,8 +121,7 @@ namespace plain {
 
 // What the C function gives, with its limits: see the reference page of Invert.
 template <detail::matrix_operand A, detail::matrix_result D, detail::option... Options>
-requires detail::same_element<D, A>
-auto invert(A&& a, D&& inverse, Options&&... options)
+requires detail::same_element<D, A> TARNM_DETAIL_INLINE auto invert(A&& a, D&& inverse, Options&&... options)
 {
     const auto view = detail::operand_of(a);
     detail::scratch buffer(detail::elimination_bytes(view), options...);

@@ -90,7 +90,7 @@ requires(detail::same_element<D, A> && !detail::operand_type<A>::is_transposed &
 
 // The elements of all objects of a, row by row, one behind the other.
 template <source A, detail::run_of<typename detail::operand_type<A>::value_type> R, detail::option... Options>
-auto extract(A&& a, R&& numbers, Options&&... options)
+TARNM_DETAIL_INLINE auto extract(A&& a, R&& numbers, Options&&... options)
 {
     const auto view = detail::operand_of(a);
     return detail::extract_views(view, detail::make_run(numbers, std::ptrdiff_t{view.rows()} * view.columns()),
@@ -99,8 +99,7 @@ auto extract(A&& a, R&& numbers, Options&&... options)
 
 // result = a transposed
 template <detail::matrix_operand A, detail::matrix_result D, detail::option... Options>
-requires detail::same_element<D, A>
-auto transpose(A&& a, D&& result, Options&&... options)
+requires detail::same_element<D, A> TARNM_DETAIL_INLINE auto transpose(A&& a, D&& result, Options&&... options)
 {
     return detail::transpose_views(detail::operand_of(a), detail::operand_of(result), std::tie(options...));
 }

@@ -31,7 +31,7 @@ template <class View> constexpr std::int32_t width_of(const View& view)
 }
 
 template <class A, class B, class D, class Options>
-auto multiply_views(const A& a, const B& b, const D& d, Options options)
+TARNM_DETAIL_INLINE auto multiply_views(const A& a, const B& b, const D& d, Options options)
 {
     static_assert(one_layout<A, B, D>(), "operands of one call lie in one layout; copy moves between layouts");
     static_assert(D::is_array == (A::is_array || B::is_array), "the result is an array where an operand is one");
@@ -49,7 +49,7 @@ auto multiply_views(const A& a, const B& b, const D& d, Options options)
 }
 
 template <class A, class X, class Y, class D, class Options>
-auto gaxpy_views(const A& a, const X& x, const Y& y, const D& d, Options options)
+TARNM_DETAIL_INLINE auto gaxpy_views(const A& a, const X& x, const Y& y, const D& d, Options options)
 {
     static_assert(one_layout<A, X, Y, D>(), "operands of one call lie in one layout; copy moves between layouts");
     static_assert(D::is_array == X::is_array, "the result is an array where x is one");
@@ -71,8 +71,8 @@ auto gaxpy_views(const A& a, const X& x, const Y& y, const D& d, Options options
 
 // product = a * b
 template <detail::matrix_operand A, source B, result D, detail::option... Options>
-requires detail::same_element<D, A, B>
-auto multiply(A&& a, B&& b, D&& product, Options&&... options)
+requires detail::same_element<D, A, B> TARNM_DETAIL_INLINE auto multiply(A&& a, B&& b, D&& product,
+                                                                         Options&&... options)
 {
     return detail::multiply_views(detail::operand_of(a), detail::operand_of(b), detail::operand_of(product),
                                   std::tie(options...));
@@ -81,8 +81,8 @@ auto multiply(A&& a, B&& b, D&& product, Options&&... options)
 // result = a * x + y
 template <detail::matrix_operand A, detail::vector_operand X, detail::vector_operand Y, detail::vector_result D,
           detail::option... Options>
-requires detail::same_element<D, A, X, Y>
-auto gaxpy(A&& a, X&& x, Y&& y, D&& result, Options&&... options)
+requires detail::same_element<D, A, X, Y> TARNM_DETAIL_INLINE auto gaxpy(A&& a, X&& x, Y&& y, D&& result,
+                                                                         Options&&... options)
 {
     return detail::gaxpy_views(detail::operand_of(a), detail::operand_of(x), detail::operand_of(y),
                                detail::operand_of(result), std::tie(options...));

@@ -14,7 +14,7 @@ namespace tarnm {
 namespace detail {
 
 template <class A, class B, class R, class Options>
-auto dot_views(const A& a, const B& b, const R& sums, Options options)
+TARNM_DETAIL_INLINE auto dot_views(const A& a, const B& b, const R& sums, Options options)
 {
     static_assert(one_layout<A, B>(), "operands of one call lie in one layout; copy moves between layouts");
     // The products of one vector with an array do not depend on the order of the two.
@@ -40,7 +40,7 @@ template <class A, class R, class Options> auto norm_views(const A& a, const R& 
 }
 
 template <class A, class B, class D, class Options>
-auto cross_views(const A& a, const B& b, const D& d, Options options)
+TARNM_DETAIL_INLINE auto cross_views(const A& a, const B& b, const D& d, Options options)
 {
     static_assert(one_layout<A, B, D>(), "operands of one call lie in one layout; copy moves between layouts");
     static_assert(D::is_array == (A::is_array || B::is_array), "the result is an array where an operand is one");
@@ -54,7 +54,7 @@ auto cross_views(const A& a, const B& b, const D& d, Options options)
 }
 
 template <class A, class B, class D, class Options>
-auto saxpy_views(typename D::value_type alpha, const A& x, const B& y, const D& d, Options options)
+TARNM_DETAIL_INLINE auto saxpy_views(typename D::value_type alpha, const A& x, const B& y, const D& d, Options options)
 {
     static_assert(one_layout<A, B, D>(), "operands of one call lie in one layout; copy moves between layouts");
     static_assert(D::is_array == (A::is_array || B::is_array), "the result is an array where an operand is one");
@@ -69,8 +69,8 @@ auto saxpy_views(typename D::value_type alpha, const A& x, const B& y, const D& 
 }
 
 template <class A, class B, class D, class Options>
-auto combination_views(typename D::value_type alpha, const A& a, typename D::value_type beta, const B& b, const D& d,
-                       Options options)
+TARNM_DETAIL_INLINE auto combination_views(typename D::value_type alpha, const A& a, typename D::value_type beta,
+                                           const B& b, const D& d, Options options)
 {
     static_assert(one_layout<A, B, D>(), "operands of one call lie in one layout; copy moves between layouts");
     static_assert(D::is_array == (A::is_array || B::is_array), "the result is an array where an operand is one");
@@ -106,8 +106,7 @@ requires(detail::same_element<A, B> && !detail::operand_type<A>::is_array &&
 // The scalar product of each pair of vectors.
 template <detail::vector_operand A, detail::vector_operand B,
           detail::run_of<typename detail::operand_type<A>::value_type> R, detail::option... Options>
-requires detail::same_element<A, B>
-auto dot(A&& a, B&& b, R&& numbers, Options&&... options)
+requires detail::same_element<A, B> TARNM_DETAIL_INLINE auto dot(A&& a, B&& b, R&& numbers, Options&&... options)
 {
     return detail::dot_views(detail::operand_of(a), detail::operand_of(b), detail::make_run(numbers, 1),
                              std::tie(options...));
@@ -125,15 +124,14 @@ requires(!detail::operand_type<A>::is_array) auto norm(A&& a)
 // The Euclidean length of each vector.
 template <detail::vector_operand A, detail::run_of<typename detail::operand_type<A>::value_type> R,
           detail::option... Options>
-auto norm(A&& a, R&& numbers, Options&&... options)
+TARNM_DETAIL_INLINE auto norm(A&& a, R&& numbers, Options&&... options)
 {
     return detail::norm_views(detail::operand_of(a), detail::make_run(numbers, 1), std::tie(options...));
 }
 
 // product = a x b
 template <detail::vector_operand A, detail::vector_operand B, detail::vector_result D, detail::option... Options>
-requires detail::same_element<D, A, B>
-auto cross(A&& a, B&& b, D&& product, Options&&... options)
+requires detail::same_element<D, A, B> TARNM_DETAIL_INLINE auto cross(A&& a, B&& b, D&& product, Options&&... options)
 {
     return detail::cross_views(detail::operand_of(a), detail::operand_of(b), detail::operand_of(product),
                                std::tie(options...));
@@ -141,8 +139,8 @@ auto cross(A&& a, B&& b, D&& product, Options&&... options)
 
 // result = alpha * x + y
 template <detail::vector_operand X, detail::vector_operand Y, detail::vector_result D, detail::option... Options>
-requires detail::same_element<D, X, Y>
-auto saxpy(typename detail::operand_type<D>::value_type alpha, X&& x, Y&& y, D&& result, Options&&... options)
+requires detail::same_element<D, X, Y> TARNM_DETAIL_INLINE auto
+saxpy(typename detail::operand_type<D>::value_type alpha, X&& x, Y&& y, D&& result, Options&&... options)
 {
     return detail::saxpy_views(alpha, detail::operand_of(x), detail::operand_of(y), detail::operand_of(result),
                                std::tie(options...));
@@ -150,9 +148,9 @@ auto saxpy(typename detail::operand_type<D>::value_type alpha, X&& x, Y&& y, D&&
 
 // result = alpha * a + beta * b
 template <detail::vector_operand A, detail::vector_operand B, detail::vector_result D, detail::option... Options>
-requires detail::same_element<D, A, B>
-auto linear_combination(typename detail::operand_type<D>::value_type alpha, A&& a,
-                        typename detail::operand_type<D>::value_type beta, B&& b, D&& result, Options&&... options)
+requires detail::same_element<D, A, B> TARNM_DETAIL_INLINE auto
+linear_combination(typename detail::operand_type<D>::value_type alpha, A&& a,
+                   typename detail::operand_type<D>::value_type beta, B&& b, D&& result, Options&&... options)
 {
     return detail::combination_views(alpha, detail::operand_of(a), beta, detail::operand_of(b),
                                      detail::operand_of(result), std::tie(options...));

@@ -19,9 +19,17 @@
 #include <limits>
 #include <tuple>
 #include <type_traits>
+#include <utility>
 
 #include "error.h"
 #include "layout.h"
+
+// Operations are part of their callers, so that a view never goes through memory on its way to the C function.
+#if defined(__GNUC__)
+#define TARNM_DETAIL_INLINE inline __attribute__((always_inline))
+#else
+#define TARNM_DETAIL_INLINE inline
+#endif
 
 namespace tarnm {
 
@@ -49,8 +57,7 @@ float > || std::same_as<std::remove_const_t<T>, double>;
 // The arguments of the C functions have 32 bits.
 constexpr std::int32_t narrow(std::ptrdiff_t value, const char* property, tarnmStatus status)
 {
-    if (value > std::numeric_limits<std::int32_t>::max() || value < std::numeric_limits<std::int32_t>::min())
-        raise("view", {status, "", property, value});
+    if (!std::in_range<std::int32_t>(value)) raise("view", {status, "", property, value});
     return static_cast<std::int32_t>(value);
 }
 
