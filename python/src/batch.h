@@ -52,7 +52,8 @@ extern const kernel_pair multiply_matrices, multiply_vectors;
 // vectors.cpp
 extern const kernel_pair dot_products, norms, cross_products;
 // elementwise.cpp
-extern const kernel_pair sums, differences, sums_with_number, differences_with_number, differences_from_number, products_with_number;
+extern const kernel_pair sums, differences, sums_with_number, differences_with_number, differences_from_number,
+    products_with_number;
 // matrices.cpp
 extern const kernel_pair determinants, inverses, traces, transposes;
 // lu.cpp

@@ -37,8 +37,7 @@ inline operand column(operand o, std::ptrdiff_t k)
     return o;
 }
 
-template <class T>
-class scratch_array {
+template <class T> class scratch_array {
 public:
     explicit scratch_array(std::ptrdiff_t size)
     {
@@ -54,8 +53,7 @@ private:
 };
 
 // Packed matrices in scratch as an operand.
-template <class T>
-operand packed_matrices(T* data, std::ptrdiff_t rows, std::ptrdiff_t columns)
+template <class T> operand packed_matrices(T* data, std::ptrdiff_t rows, std::ptrdiff_t columns)
 {
     constexpr std::ptrdiff_t size = sizeof(T);
     return {data, rows * columns * size, columns * size, size, rows, columns, true, nullptr};

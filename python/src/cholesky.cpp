@@ -11,8 +11,7 @@ namespace {
 
 constexpr auto strided = layout::strided;
 
-template <class T, class A, class D>
-tarnmStatus lower_scaled(const A& a, const D& lower)
+template <class T, class A, class D> tarnmStatus lower_scaled(const A& a, const D& lower)
 {
     const std::ptrdiff_t order = a.rows();
     scratch_array<T> scaled(order * order);
@@ -27,7 +26,8 @@ tarnmStatus lower_scaled(const A& a, const D& lower)
         power[i] = exponent >= 0 ? (exponent + 1) / 2 : exponent / 2;
     }
     for (std::ptrdiff_t r = 0; r < order; ++r)
-        for (std::ptrdiff_t c = 0; c <= r; ++c) m[r * order + c] = std::ldexp(m[r * order + c], -power[r] - power[c]);
+        for (std::ptrdiff_t c = 0; c <= r; ++c)
+            m[r * order + c] = std::ldexp(m[r * order + c], -power[r] - power[c]);
     const matrix_view<T> in_place(m, order, order);
     const tarnmStatus status = tarnm::cholesky(in_place, in_place, std::nothrow);
     if (status != StatusOk) return status;
@@ -37,8 +37,7 @@ tarnmStatus lower_scaled(const A& a, const D& lower)
     return status;
 }
 
-template <class T>
-std::ptrdiff_t lower_factors(const batch& work)
+template <class T> std::ptrdiff_t lower_factors(const batch& work)
 {
     const auto a = matrices<const T, strided>(work.in[0], work.count);
     const auto lower = matrices<T, strided>(work.out[0], work.count);
@@ -53,19 +52,18 @@ std::ptrdiff_t lower_factors(const batch& work)
 }
 
 // Copies of factors with the reciprocals of the diagonal, as the solver wants them.
-template <class T>
-void copy_with_reciprocals(const operand& source, std::ptrdiff_t count, T* factors)
+template <class T> void copy_with_reciprocals(const operand& source, std::ptrdiff_t count, T* factors)
 {
     const std::ptrdiff_t order = source.rows;
     const auto lower = matrices<const T, strided>(source, count);
     for (std::ptrdiff_t n = 0; n < count; ++n, factors += order * order) {
         detail::read_object(lower, n, factors);
-        for (std::ptrdiff_t i = 0; i < order; ++i) factors[i * (order + 1)] = 1 / factors[i * (order + 1)];
+        for (std::ptrdiff_t i = 0; i < order; ++i)
+            factors[i * (order + 1)] = 1 / factors[i * (order + 1)];
     }
 }
 
-template <class T>
-std::ptrdiff_t solve(const batch& work)
+template <class T> std::ptrdiff_t solve(const batch& work)
 {
     const operand& f = work.in[0];
     const std::ptrdiff_t order = f.rows, size = order * order;
@@ -79,9 +77,11 @@ std::ptrdiff_t solve(const batch& work)
         for (std::ptrdiff_t k = 0; k < b.columns; ++k) {
             const auto right = vectors<const T, strided>(column(b, k), count);
             const auto result = vectors<T, strided>(column(x, k), count);
-            const tarnmStatus status = f.many
-                ? plain::cholesky_solve(matrix_array<const T>(factors.data(), count, order, order), right, result, std::nothrow)
-                : plain::cholesky_solve(matrix_view<const T>(factors.data(), order, order), right, result, std::nothrow);
+            const tarnmStatus status =
+                f.many ? plain::cholesky_solve(matrix_array<const T>(factors.data(), count, order, order), right,
+                                               result, std::nothrow)
+                       : plain::cholesky_solve(matrix_view<const T>(factors.data(), order, order), right, result,
+                                               std::nothrow);
             if (status != StatusOk) return status;
         }
     }

@@ -10,14 +10,13 @@ namespace {
 
 constexpr auto strided = layout::strided;
 
-template <class T>
-void reverse_values(std::span<T> values, std::ptrdiff_t order)
+template <class T> void reverse_values(std::span<T> values, std::ptrdiff_t order)
 {
-    for (auto first = values.begin(); first != values.end(); first += order) std::reverse(first, first + order);
+    for (auto first = values.begin(); first != values.end(); first += order)
+        std::reverse(first, first + order);
 }
 
-template <class View>
-void reverse_columns(const View& vectors)
+template <class View> void reverse_columns(const View& vectors)
 {
     for (std::ptrdiff_t n = 0; n < vectors.count(); ++n)
         for (std::ptrdiff_t r = 0; r < vectors.rows(); ++r)
@@ -29,8 +28,7 @@ void reverse_columns(const View& vectors)
             }
 }
 
-template <class T>
-std::ptrdiff_t values_of_symmetric(const batch& work)
+template <class T> std::ptrdiff_t values_of_symmetric(const batch& work)
 {
     const auto values = packed<T>(work.out[0], work.count * work.in[0].rows);
     const std::ptrdiff_t failures =
@@ -39,8 +37,7 @@ std::ptrdiff_t values_of_symmetric(const batch& work)
     return failures;
 }
 
-template <class T>
-std::ptrdiff_t vectors_of_symmetric(const batch& work)
+template <class T> std::ptrdiff_t vectors_of_symmetric(const batch& work)
 {
     const auto values = packed<T>(work.out[0], work.count * work.in[0].rows);
     const auto vectors = matrices<T, strided>(work.out[1], work.count);
@@ -52,8 +49,7 @@ std::ptrdiff_t vectors_of_symmetric(const batch& work)
 }
 
 // Complex numbers are pairs.
-template <class T>
-void join(const T* real, const T* imaginary, std::ptrdiff_t size, const batch& work)
+template <class T> void join(const T* real, const T* imaginary, std::ptrdiff_t size, const batch& work)
 {
     T* const values = static_cast<T*>(work.out[0].data);
     bool found = false;
@@ -65,23 +61,20 @@ void join(const T* real, const T* imaginary, std::ptrdiff_t size, const batch& w
     work.complex_found |= found;
 }
 
-template <class T>
-std::ptrdiff_t values_of_general(const batch& work)
+template <class T> std::ptrdiff_t values_of_general(const batch& work)
 {
     const std::ptrdiff_t size = work.count * work.in[0].rows;
     scratch_array<T> real(size), imaginary(size);
-    const std::ptrdiff_t failures = eigenvalues(matrices<const T, strided>(work.in[0], work.count),
-                                                std::span(real.data(), static_cast<std::size_t>(size)),
-                                                std::span(imaginary.data(), static_cast<std::size_t>(size)),
-                                                statuses_of(work));
+    const std::ptrdiff_t failures = eigenvalues(
+        matrices<const T, strided>(work.in[0], work.count), std::span(real.data(), static_cast<std::size_t>(size)),
+        std::span(imaginary.data(), static_cast<std::size_t>(size)), statuses_of(work));
     if (failures >= 0) join(real.data(), imaginary.data(), size, work);
     return failures;
 }
 
 // The vectors of one matrix: pairs of columns become conjugate complex vectors, every vector gets length 1. `sign` is that of
 // the imaginary part of the first of a pair.
-template <class T>
-void join_vectors(const T* vectors, const T* imaginary, T* joined, std::ptrdiff_t order, T sign)
+template <class T> void join_vectors(const T* vectors, const T* imaginary, T* joined, std::ptrdiff_t order, T sign)
 {
     for (std::ptrdiff_t j = 0; j < order; ++j) {
         const bool pair = imaginary[j] != 0 && j + 1 < order;
@@ -105,11 +98,11 @@ void join_vectors(const T* vectors, const T* imaginary, T* joined, std::ptrdiff_
 
 // out: complex values, complex left vectors, complex right vectors, the last two where they are wanted. Left vectors u have
 // conj(u) . a = value * conj(u).
-template <class T, bool Right, bool Left>
-std::ptrdiff_t vectors_of_general(const batch& work)
+template <class T, bool Right, bool Left> std::ptrdiff_t vectors_of_general(const batch& work)
 {
     const std::ptrdiff_t order = work.in[0].rows, size = order * order, all = work.count * order;
-    scratch_array<T> real(all), imaginary(all), right(Right ? work.count * size : 1), left(Left ? work.count * size : 1);
+    scratch_array<T> real(all), imaginary(all), right(Right ? work.count * size : 1),
+        left(Left ? work.count * size : 1);
     const auto a = matrices<const T, strided>(work.in[0], work.count);
     const std::span re(real.data(), static_cast<std::size_t>(all)), im(imaginary.data(), static_cast<std::size_t>(all));
     const matrix_array<T> right_view(right.data(), work.count, order, order);
@@ -126,7 +119,8 @@ std::ptrdiff_t vectors_of_general(const batch& work)
     for (std::ptrdiff_t n = 0; n < work.count; ++n) {
         const T* const im_n = imaginary + n * order;
         if constexpr (Right)
-            join_vectors(right + n * size, im_n, static_cast<T*>(work.out[Left ? 2 : 1].data) + 2 * n * size, order, T(1));
+            join_vectors(right + n * size, im_n, static_cast<T*>(work.out[Left ? 2 : 1].data) + 2 * n * size, order,
+                         T(1));
         if constexpr (Left)
             join_vectors(left + n * size, im_n, static_cast<T*>(work.out[1].data) + 2 * n * size, order, T(-1));
     }
@@ -140,6 +134,7 @@ const kernel_pair symmetric_vectors = {vectors_of_symmetric<float>, vectors_of_s
 const kernel_pair general_values = {values_of_general<float>, values_of_general<double>};
 const kernel_pair general_vectors = {vectors_of_general<float, true, false>, vectors_of_general<double, true, false>};
 const kernel_pair left_vectors = {vectors_of_general<float, false, true>, vectors_of_general<double, false, true>};
-const kernel_pair general_vectors_both = {vectors_of_general<float, true, true>, vectors_of_general<double, true, true>};
+const kernel_pair general_vectors_both = {vectors_of_general<float, true, true>,
+                                          vectors_of_general<double, true, true>};
 
 } // namespace tarnm::python

@@ -7,8 +7,7 @@ namespace tarnm::python {
 namespace {
 
 // Calls with views of both inputs and of the result.
-template <class T, class Call>
-std::ptrdiff_t combined(const batch& work, Call call)
+template <class T, class Call> std::ptrdiff_t combined(const batch& work, Call call)
 {
     return by_layout(work, [&](auto layout) {
         constexpr auto place = layout.value;
@@ -16,15 +15,13 @@ std::ptrdiff_t combined(const batch& work, Call call)
             return pair_of_matrices<T, place>(work, [&](const auto& a, const auto& b) {
                 return call(a, b, matrices<T, place>(work.out[0], work.count));
             });
-        return pair_of_vectors<T, place>(work, [&](const auto& a, const auto& b) {
-            return call(a, b, vectors<T, place>(work.out[0], work.count));
-        });
+        return pair_of_vectors<T, place>(
+            work, [&](const auto& a, const auto& b) { return call(a, b, vectors<T, place>(work.out[0], work.count)); });
     });
 }
 
 // The same with vectors and the number.
-template <class T, class Call>
-std::ptrdiff_t with_number(const batch& work, Call call)
+template <class T, class Call> std::ptrdiff_t with_number(const batch& work, Call call)
 {
     return by_layout(work, [&](auto layout) -> std::ptrdiff_t {
         constexpr auto place = layout.value;
@@ -33,38 +30,33 @@ std::ptrdiff_t with_number(const batch& work, Call call)
     });
 }
 
-template <class T>
-std::ptrdiff_t sum(const batch& work)
+template <class T> std::ptrdiff_t sum(const batch& work)
 {
     return combined<T>(work, [](const auto& a, const auto& b, const auto& d) { return add(a, b, d, std::nothrow); });
 }
 
-template <class T>
-std::ptrdiff_t difference(const batch& work)
+template <class T> std::ptrdiff_t difference(const batch& work)
 {
-    return combined<T>(work, [](const auto& a, const auto& b, const auto& d) { return subtract(a, b, d, std::nothrow); });
+    return combined<T>(work,
+                       [](const auto& a, const auto& b, const auto& d) { return subtract(a, b, d, std::nothrow); });
 }
 
-template <class T>
-std::ptrdiff_t sum_with_number(const batch& work)
+template <class T> std::ptrdiff_t sum_with_number(const batch& work)
 {
     return with_number<T>(work, [](const auto& a, T c, const auto& d) { return add(a, c, d, std::nothrow); });
 }
 
-template <class T>
-std::ptrdiff_t difference_with_number(const batch& work)
+template <class T> std::ptrdiff_t difference_with_number(const batch& work)
 {
     return with_number<T>(work, [](const auto& a, T c, const auto& d) { return subtract(a, c, d, std::nothrow); });
 }
 
-template <class T>
-std::ptrdiff_t difference_from_number(const batch& work)
+template <class T> std::ptrdiff_t difference_from_number(const batch& work)
 {
     return with_number<T>(work, [](const auto& a, T c, const auto& d) { return subtract(c, a, d, std::nothrow); });
 }
 
-template <class T>
-std::ptrdiff_t product_with_number(const batch& work)
+template <class T> std::ptrdiff_t product_with_number(const batch& work)
 {
     return with_number<T>(work, [](const auto& a, T c, const auto& d) { return scale(a, c, d, std::nothrow); });
 }

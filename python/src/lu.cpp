@@ -12,11 +12,11 @@ namespace {
 
 constexpr auto strided = layout::strided;
 
-template <class T>
-void set_identity(T* factors, std::int32_t* pivots, std::ptrdiff_t order)
+template <class T> void set_identity(T* factors, std::int32_t* pivots, std::ptrdiff_t order)
 {
     for (std::ptrdiff_t r = 0; r < order; ++r) {
-        for (std::ptrdiff_t c = 0; c < order; ++c) factors[r * order + c] = T(r == c);
+        for (std::ptrdiff_t c = 0; c < order; ++c)
+            factors[r * order + c] = T(r == c);
         pivots[r] = static_cast<std::int32_t>(r);
     }
 }
@@ -47,9 +47,9 @@ std::ptrdiff_t factor_block(const operand& source, std::ptrdiff_t count, T* fact
     const std::ptrdiff_t order = source.rows, size = order * order;
     const auto a = matrices<const T, strided>(source, count);
     std::fill_n(exponents, count, 0);
-    std::ptrdiff_t failures =
-        tarnm::lu(a, matrix_array<T>(factors, count, order, order), std::span(pivots, static_cast<std::size_t>(count * order)),
-                  std::span(statuses, static_cast<std::size_t>(count)));
+    std::ptrdiff_t failures = tarnm::lu(a, matrix_array<T>(factors, count, order, order),
+                                        std::span(pivots, static_cast<std::size_t>(count * order)),
+                                        std::span(statuses, static_cast<std::size_t>(count)));
     if (failures <= 0) return failures;
     for (std::ptrdiff_t n = 0; n < count; ++n) {
         if (statuses[n] == StatusOk) continue;
@@ -75,8 +75,7 @@ void undo_scale(const operand& solution, std::ptrdiff_t count, std::ptrdiff_t co
 }
 
 // Each matrix with right sides of its own.
-template <class T>
-std::ptrdiff_t solve_each(const batch& work)
+template <class T> std::ptrdiff_t solve_each(const batch& work)
 {
     const std::ptrdiff_t order = work.in[0].rows, size = order * order, columns = work.in[1].columns;
     const std::ptrdiff_t step = objects_per_block(size * std::ptrdiff_t{sizeof(T)}, work.count);
@@ -93,10 +92,9 @@ std::ptrdiff_t solve_each(const batch& work)
         const matrix_array<const T> lu(factors.data(), count, order, order);
         const operand b = part(work.in[1], first), x = part(work.out[0], first);
         for (std::ptrdiff_t k = 0; k < columns; ++k) {
-            const std::ptrdiff_t status =
-                lu_solve(lu, std::span(pivots.data(), static_cast<std::size_t>(count * order)),
-                         vectors<const T, strided>(column(b, k), count), vectors<T, strided>(column(x, k), count),
-                         std::nothrow);
+            const std::ptrdiff_t status = lu_solve(
+                lu, std::span(pivots.data(), static_cast<std::size_t>(count * order)),
+                vectors<const T, strided>(column(b, k), count), vectors<T, strided>(column(x, k), count), std::nothrow);
             if (status < 0) return status;
         }
         undo_scale<T>(x, count, columns, exponents.data());
@@ -105,16 +103,14 @@ std::ptrdiff_t solve_each(const batch& work)
 }
 
 // One matrix for all right sides.
-template <class T>
-std::ptrdiff_t solve_shared(const batch& work)
+template <class T> std::ptrdiff_t solve_shared(const batch& work)
 {
     const std::ptrdiff_t order = work.in[0].rows, columns = work.in[1].columns;
     scratch_array<T> factors(order * order);
     scratch_array<std::int32_t> pivots(order);
     std::int32_t exponent = 0;
     tarnmStatus status = StatusOk;
-    const std::ptrdiff_t failed =
-        factor_block<T>(work.in[0], 1, factors.data(), pivots.data(), &exponent, &status);
+    const std::ptrdiff_t failed = factor_block<T>(work.in[0], 1, factors.data(), pivots.data(), &exponent, &status);
     if (failed < 0) return failed;
     std::fill_n(work.statuses, work.count, status);
     if (failed > 0) return work.count;
@@ -126,20 +122,19 @@ std::ptrdiff_t solve_shared(const batch& work)
         if (result < 0) return result;
     }
     if (exponent != 0) {
-        for (std::ptrdiff_t n = 0; n < work.count; ++n) undo_scale<T>(part(work.out[0], n), 1, columns, &exponent);
+        for (std::ptrdiff_t n = 0; n < work.count; ++n)
+            undo_scale<T>(part(work.out[0], n), 1, columns, &exponent);
     }
     return 0;
 }
 
-template <class T>
-std::ptrdiff_t solve_systems(const batch& work)
+template <class T> std::ptrdiff_t solve_systems(const batch& work)
 {
     return work.in[0].many ? solve_each<T>(work) : solve_shared<T>(work);
 }
 
 // out: packed factors, packed pivots, packed exponents.
-template <class T>
-std::ptrdiff_t factor(const batch& work)
+template <class T> std::ptrdiff_t factor(const batch& work)
 {
     return factor_block<T>(work.in[0], work.count, static_cast<T*>(work.out[0].data),
                            static_cast<std::int32_t*>(work.out[1].data), static_cast<std::int32_t*>(work.out[2].data),
@@ -147,8 +142,7 @@ std::ptrdiff_t factor(const batch& work)
 }
 
 // in: factors, right sides, pivots.
-template <class T>
-std::ptrdiff_t solve_factored(const batch& work)
+template <class T> std::ptrdiff_t solve_factored(const batch& work)
 {
     const operand &f = work.in[0], &b = work.in[1];
     const std::ptrdiff_t order = f.rows;
@@ -156,9 +150,9 @@ std::ptrdiff_t solve_factored(const batch& work)
     for (std::ptrdiff_t k = 0; k < b.columns; ++k) {
         const auto right = vectors<const T, strided>(column(b, k), work.count);
         const auto x = vectors<T, strided>(column(work.out[0], k), work.count);
-        const tarnmStatus status = f.many
-            ? lu_solve(matrices<const T, strided>(f, work.count), pivots, right, x, std::nothrow)
-            : lu_solve(matrix<const T, strided>(f), pivots, right, x, std::nothrow);
+        const tarnmStatus status =
+            f.many ? lu_solve(matrices<const T, strided>(f, work.count), pivots, right, x, std::nothrow)
+                   : lu_solve(matrix<const T, strided>(f), pivots, right, x, std::nothrow);
         if (status != StatusOk) return status;
     }
     return 0;

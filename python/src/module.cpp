@@ -1,5 +1,4 @@
-// The functions of the module _tarnm. Their documentation stands with the package, in tarnm/__init__.pyi and the docstrings
-// that tarnm/_documentation.py sets.
+// The functions of the module _tarnm. What they have in common is told by the docstring of the package.
 #define TARNM_PYTHON_IMPORTS_ARRAY
 #include "stack_call.h"
 #include "threads.h"
@@ -34,7 +33,8 @@ object out_of(const options& o, const char* function, int i, int number)
 {
     if (o.out.is_none()) return o.out;
     if (!py::isinstance<py::tuple>(o.out) || py::len(o.out) != static_cast<std::size_t>(number))
-        throw py::type_error(std::string("tarnm.") + function + ": out must be a tuple of " + std::to_string(number) + " arrays");
+        throw py::type_error(std::string("tarnm.") + function + ": out must be a tuple of " + std::to_string(number) +
+                             " arrays");
     return py::reinterpret_borrow<py::tuple>(o.out)[static_cast<std::size_t>(i)];
 }
 
@@ -58,7 +58,8 @@ object matvec_of(const char* function, const object& a, const object& x, bool tr
     call.input("a", a, 2);
     if (transposed) call.transpose(0);
     call.input(transposed ? "b" : "x", x, 1);
-    call.require(call.columns(0) == call.columns(1), "the columns of a matrix and the elements of a vector differ", {0, 1});
+    call.require(call.columns(0) == call.columns(1), "the columns of a matrix and the elements of a vector differ",
+                 {0, 1});
     call.broadcast();
     call.output("out", o.out, {call.rows(0)});
     call.run(multiply_vectors, {.planar = true});
@@ -132,7 +133,8 @@ bool is_number(const object& x)
     return PyFloat_Check(x.ptr()) || PyLong_Check(x.ptr()) || PyArray_IsScalar(x.ptr(), Generic) || axes_of(x) == 0;
 }
 
-object with_number(const char* function, const object& a, const object& number, const kernel_pair& kernels, const options& o)
+object with_number(const char* function, const object& a, const object& number, const kernel_pair& kernels,
+                   const options& o)
 {
     stack_call call(function, o);
     call.input("a", a, 1);
@@ -150,7 +152,8 @@ int common_core(const object& a, const object& b)
     auto* const y = reinterpret_cast<PyArrayObject*>(b.ptr());
     const int m = axes_of(a), n = axes_of(b);
     if (m < 1 || n < 1 || PyArray_DIM(x, m - 1) != PyArray_DIM(y, n - 1)) return m < 1 || n < 1 ? 1 : 0;
-    const bool same_rows = m >= 2 && n >= 2 && PyArray_DIM(x, m - 2) == PyArray_DIM(y, n - 2) && PyArray_DIM(x, m - 2) > 0;
+    const bool same_rows =
+        m >= 2 && n >= 2 && PyArray_DIM(x, m - 2) == PyArray_DIM(y, n - 2) && PyArray_DIM(x, m - 2) > 0;
     return same_rows ? 2 : 1;
 }
 
@@ -159,7 +162,9 @@ object combined(const char* function, object a, object b, const kernel_pair& ker
     int core = common_core(a, b);
     if (core == 0) {
         // Axes of length 1 within an object: NumPy spreads them.
-        if (!o.copy) throw py::value_error(std::string("tarnm.") + function + ": the arrays would have to be copied, which copy=False forbids");
+        if (!o.copy)
+            throw py::value_error(std::string("tarnm.") + function +
+                                  ": the arrays would have to be copied, which copy=False forbids");
         const py::list both(py::module_::import("numpy").attr("broadcast_arrays")(a, b));
         a = both[0].attr("copy")();
         b = both[1].attr("copy")();
@@ -284,17 +289,20 @@ object solved(const system& how, const object& a, const object& b, const object*
     return py::make_tuple(x, call.statuses());
 }
 
-object solve(const object& a, const object& b, const object& out, const object& errors, const object& threads, bool copy)
+object solve(const object& a, const object& b, const object& out, const object& errors, const object& threads,
+             bool copy)
 {
     return solved({"solve", "a", true, false}, a, b, nullptr, solutions, options_of(out, errors, threads, copy));
 }
 
-object lstsq(const object& a, const object& b, const object& out, const object& errors, const object& threads, bool copy)
+object lstsq(const object& a, const object& b, const object& out, const object& errors, const object& threads,
+             bool copy)
 {
     return solved({"lstsq", "a", true, true}, a, b, nullptr, qr_solutions, options_of(out, errors, threads, copy));
 }
 
-object lu_solve(const object& factors, const object& pivots, const object& b, const object& out, const object& threads, bool copy)
+object lu_solve(const object& factors, const object& pivots, const object& b, const object& out, const object& threads,
+                bool copy)
 {
     return solved({"lu_solve", "factors", false, false}, factors, b, &pivots, lu_solutions,
                   options_of(out, none(), threads, copy));
@@ -382,7 +390,8 @@ void choose_triangle(stack_call& call, const char* function, const std::string& 
         throw py::value_error(std::string("tarnm.") + function + ": UPLO must be 'L' or 'U', not '" + triangle + "'");
 }
 
-object eigvalsh(const object& a, const std::string& triangle, const object& out, const object& errors, const object& threads, bool copy)
+object eigvalsh(const object& a, const std::string& triangle, const object& out, const object& errors,
+                const object& threads, bool copy)
 {
     const options o = options_of(out, errors, threads, copy);
     stack_call call("eigvalsh", o);
@@ -395,7 +404,8 @@ object eigvalsh(const object& a, const std::string& triangle, const object& out,
     return call.results(1);
 }
 
-object eigh(const object& a, const std::string& triangle, const object& out, const object& errors, const object& threads, bool copy)
+object eigh(const object& a, const std::string& triangle, const object& out, const object& errors,
+            const object& threads, bool copy)
 {
     const options o = options_of(out, errors, threads, copy);
     stack_call call("eigh", o);
@@ -434,7 +444,8 @@ object eigvals(const object& a, const object& out, const object& errors, const o
     return real_results(call, 1, o);
 }
 
-object eig(const object& a, bool left, bool right, const object& out, const object& errors, const object& threads, bool copy)
+object eig(const object& a, bool left, bool right, const object& out, const object& errors, const object& threads,
+           bool copy)
 {
     const options o = options_of(out, errors, threads, copy);
     if (!left && !right) return eigvals(a, out, errors, threads, copy);
@@ -446,7 +457,8 @@ object eig(const object& a, bool left, bool right, const object& out, const obje
     const npy_intp order = call.rows(0);
     call.output("out[0]", out_of(o, "eig", 0, number), {order}, content::complex_elements, true);
     for (int i = 1; i < number; ++i)
-        call.output(i == 1 ? "out[1]" : "out[2]", out_of(o, "eig", i, number), {order, order}, content::complex_elements, true);
+        call.output(i == 1 ? "out[1]" : "out[2]", out_of(o, "eig", i, number), {order, order},
+                    content::complex_elements, true);
     call.run(left && right ? general_vectors_both : left ? left_vectors : general_vectors, {.can_fail = true});
     return real_results(call, number, o);
 }
@@ -455,7 +467,8 @@ object eig(const object& a, bool left, bool right, const object& out, const obje
 
 void set_num_threads(int threads)
 {
-    if (threads < 0) throw py::value_error("tarnm.set_num_threads: threads must be 0 or more, not " + std::to_string(threads));
+    if (threads < 0)
+        throw py::value_error("tarnm.set_num_threads: threads must be 0 or more, not " + std::to_string(threads));
     process_threads = threads;
     tarnSetNumThreads(threads);
 }
@@ -476,31 +489,53 @@ PYBIND11_MODULE(_tarnm, m)
     const auto copy = arg("copy") = true;
     const auto triangle = arg("UPLO") = "L";
 
-    m.def("matmul", matmul, arg("a"), arg("b"), kw_only(), out, threads, copy);
-    m.def("matvec", matvec, arg("a"), arg("x"), kw_only(), out, threads, copy);
-    m.def("dot", dot, arg("a"), arg("b"), kw_only(), out, threads, copy);
-    m.def("norm", norm, arg("a"), kw_only(), out, threads, copy);
-    m.def("cross", cross, arg("a"), arg("b"), kw_only(), out, threads, copy);
-    m.def("add", add, arg("a"), arg("b"), kw_only(), out, threads, copy);
-    m.def("subtract", subtract, arg("a"), arg("b"), kw_only(), out, threads, copy);
-    m.def("scale", scale, arg("a"), arg("c"), kw_only(), out, threads, copy);
-    m.def("det", det, arg("a"), kw_only(), out, threads, copy);
-    m.def("trace", trace, arg("a"), kw_only(), out, threads, copy);
-    m.def("transpose", transpose, arg("a"), kw_only(), out, threads, copy);
-    m.def("inv", inv, arg("a"), kw_only(), out, errors, threads, copy);
-    m.def("solve", solve, arg("a"), arg("b"), kw_only(), out, errors, threads, copy);
-    m.def("lstsq", lstsq, arg("a"), arg("b"), kw_only(), out, errors, threads, copy);
+    m.def("matmul", matmul, arg("a"), arg("b"), kw_only(), out, threads, copy,
+          "a @ b for matrices (..., m, k) and (..., k, n); one axis makes a vector, as in numpy.matmul.");
+    m.def("matvec", matvec, arg("a"), arg("x"), kw_only(), out, threads, copy,
+          "a @ x for matrices (..., m, k) and vectors (..., k).");
+    m.def("dot", dot, arg("a"), arg("b"), kw_only(), out, threads, copy, "The scalar products of vectors (..., n).");
+    m.def("norm", norm, arg("a"), kw_only(), out, threads, copy, "The Euclidean lengths of vectors (..., n).");
+    m.def("cross", cross, arg("a"), arg("b"), kw_only(), out, threads, copy, "The cross products of vectors (..., 3).");
+    m.def("add", add, arg("a"), arg("b"), kw_only(), out, threads, copy,
+          "a + b, of arrays that broadcast, or an array and a number. Works in place.");
+    m.def("subtract", subtract, arg("a"), arg("b"), kw_only(), out, threads, copy,
+          "a - b, of arrays that broadcast, or an array and a number. Works in place.");
+    m.def("scale", scale, arg("a"), arg("c"), kw_only(), out, threads, copy, "c * a for a number c. Works in place.");
+    m.def("det", det, arg("a"), kw_only(), out, threads, copy,
+          "The determinants of matrices (..., n, n). A singular matrix is no failure.");
+    m.def("trace", trace, arg("a"), kw_only(), out, threads, copy,
+          "The sums of the diagonals of matrices (..., n, n).");
+    m.def("transpose", transpose, arg("a"), kw_only(), out, threads, copy,
+          "The transposes of matrices (..., m, n), in memory of their own.");
+    m.def("inv", inv, arg("a"), kw_only(), out, errors, threads, copy,
+          "The inverses of matrices (..., n, n). A singular matrix fails.");
+    m.def("solve", solve, arg("a"), arg("b"), kw_only(), out, errors, threads, copy,
+          "x with a @ x = b. b are vectors where it has one axis, or one less than a, else matrices. A singular matrix "
+          "fails.");
+    m.def("lstsq", lstsq, arg("a"), arg("b"), kw_only(), out, errors, threads, copy,
+          "The x alone that minimises the length of a @ x - b, for a (..., m, n) with m >= n. A matrix without full "
+          "rank fails.");
     m.def("lu_solve", lu_solve, arg("factors"), arg("pivots"), arg("b"), kw_only(), out, threads, copy);
     m.def("cholesky_solve", cholesky_solve, arg("lower"), arg("b"), kw_only(), out, threads, copy);
     m.def("qr_solve", qr_solve, arg("factors"), arg("b"), kw_only(), out, threads, copy);
     m.def("lu", lu, arg("a"), kw_only(), errors, threads, copy);
-    m.def("cholesky", cholesky, arg("a"), kw_only(), out, errors, threads, copy);
+    m.def("cholesky", cholesky, arg("a"), kw_only(), out, errors, threads, copy,
+          "The lower triangular l with l @ l.T = a. The lower triangle of a is read. A matrix that is not positive "
+          "definite fails.");
     m.def("qr_factor", qr_factor, arg("a"), kw_only(), errors, threads, copy);
-    m.def("qr", qr, arg("a"), kw_only(), out, errors, threads, copy);
-    m.def("eigvalsh", eigvalsh, arg("a"), triangle, kw_only(), out, errors, threads, copy);
-    m.def("eigh", eigh, arg("a"), triangle, kw_only(), out, errors, threads, copy);
-    m.def("eigvals", eigvals, arg("a"), kw_only(), out, errors, threads, copy);
-    m.def("eig", eig, arg("a"), arg("left") = false, arg("right") = true, kw_only(), out, errors, threads, copy);
-    m.def("set_num_threads", set_num_threads, arg("threads"));
-    m.def("get_num_threads", tarnGetNumThreads);
+    m.def("qr", qr, arg("a"), kw_only(), out, errors, threads, copy,
+          "Q (..., m, n) and R (..., n, n) with Q @ R = a, for a (..., m, n) with m >= n.");
+    m.def("eigvalsh", eigvalsh, arg("a"), triangle, kw_only(), out, errors, threads, copy,
+          "The eigenvalues of symmetric matrices (..., n, n), ascending. One triangle is read.");
+    m.def(
+        "eigh", eigh, arg("a"), triangle, kw_only(), out, errors, threads, copy,
+        "The eigenvalues of symmetric matrices, ascending, and vectors as columns of length 1. One triangle is read.");
+    m.def("eigvals", eigvals, arg("a"), kw_only(), out, errors, threads, copy,
+          "The eigenvalues of matrices (..., n, n), complex where one has an imaginary part, unsorted.");
+    m.def("eig", eig, arg("a"), arg("left") = false, arg("right") = true, kw_only(), out, errors, threads, copy,
+          "The eigenvalues w, then left vectors where left is set, then right ones where right is set, as columns of "
+          "length 1.");
+    m.def("set_num_threads", set_num_threads, arg("threads"),
+          "The number of threads of all calls of this process; 0 for the default.");
+    m.def("get_num_threads", tarnGetNumThreads, "The number of threads that a call may use.");
 }

@@ -6,8 +6,7 @@
 namespace tarnm::python {
 namespace {
 
-template <class T>
-std::ptrdiff_t by_matrix(const batch& work)
+template <class T> std::ptrdiff_t by_matrix(const batch& work)
 {
     return by_layout(work, [&](auto layout) {
         return pair_of_matrices<T, layout.value>(work, [&](const auto& a, const auto& b) {
@@ -16,8 +15,7 @@ std::ptrdiff_t by_matrix(const batch& work)
     });
 }
 
-template <class T>
-std::ptrdiff_t by_vector(const batch& work)
+template <class T> std::ptrdiff_t by_vector(const batch& work)
 {
     return by_layout(work, [&](auto layout) {
         return matrix_and_vector<T, layout.value>(work, [&](const auto& a, const auto& x) {

@@ -12,14 +12,14 @@ namespace {
 
 constexpr auto strided = layout::strided;
 
-template <class T, class A>
-tarnmStatus factor_scaled(const A& a, T* factors, std::int32_t& exponent)
+template <class T, class A> tarnmStatus factor_scaled(const A& a, T* factors, std::int32_t& exponent)
 {
     const std::ptrdiff_t rows = a.rows(), columns = a.columns(), size = rows * columns;
     detail::read_object(a, 0, factors);
     if (!detail::all_finite(factors, size)) return StatusDivByZero;
     T largest = 0;
-    for (std::ptrdiff_t i = 0; i < size; ++i) largest = std::max(largest, std::abs(factors[i]));
+    for (std::ptrdiff_t i = 0; i < size; ++i)
+        largest = std::max(largest, std::abs(factors[i]));
     exponent = detail::exponent_above(largest);
     detail::scale_by_power(factors, size, -exponent);
     const matrix_view<T> in_place(factors, rows, columns);
@@ -46,8 +46,7 @@ std::ptrdiff_t factor_block(const operand& source, std::ptrdiff_t count, T* fact
 }
 
 // Whether no element of the diagonal of R is zero, within what rounding leaves of a dependent column.
-template <class T>
-bool has_full_rank(const T* factors, std::ptrdiff_t rows, std::ptrdiff_t columns)
+template <class T> bool has_full_rank(const T* factors, std::ptrdiff_t rows, std::ptrdiff_t columns)
 {
     T largest = 0, smallest = std::numeric_limits<T>::infinity();
     for (std::ptrdiff_t i = 0; i < columns; ++i) {
@@ -58,8 +57,7 @@ bool has_full_rank(const T* factors, std::ptrdiff_t rows, std::ptrdiff_t columns
     return smallest > static_cast<T>(rows) * std::numeric_limits<T>::epsilon() * largest;
 }
 
-template <class T>
-std::ptrdiff_t least_squares(const batch& work)
+template <class T> std::ptrdiff_t least_squares(const batch& work)
 {
     const operand& a = work.in[0];
     const std::ptrdiff_t rows = a.rows, columns = a.columns, size = rows * columns;
@@ -79,17 +77,20 @@ std::ptrdiff_t least_squares(const batch& work)
             if (statuses[n] == StatusOk && !has_full_rank(found, rows, columns)) statuses[n] = StatusSingular;
             if (statuses[n] == StatusOk) continue;
             std::fill_n(found, size, T(0));
-            for (std::ptrdiff_t i = 0; i < columns; ++i) found[i * columns + i] = 1;
+            for (std::ptrdiff_t i = 0; i < columns; ++i)
+                found[i * columns + i] = 1;
         }
         if (!a.many) std::fill_n(statuses, count, statuses[0]);
-        for (std::ptrdiff_t n = 0; n < count; ++n) failures += statuses[n] != StatusOk;
+        for (std::ptrdiff_t n = 0; n < count; ++n)
+            failures += statuses[n] != StatusOk;
         const operand b = part(work.in[1], first), x = part(work.out[0], first);
         for (std::ptrdiff_t k = 0; k < b.columns; ++k) {
             const auto right = vectors<const T, strided>(column(b, k), count);
             const auto result = vectors<T, strided>(column(x, k), count);
-            const tarnmStatus status = a.many
-                ? qr_solve(matrix_array<const T>(factors.data(), count, rows, columns), right, result, std::nothrow)
-                : qr_solve(matrix_view<const T>(factors.data(), rows, columns), right, result, std::nothrow);
+            const tarnmStatus status =
+                a.many
+                    ? qr_solve(matrix_array<const T>(factors.data(), count, rows, columns), right, result, std::nothrow)
+                    : qr_solve(matrix_view<const T>(factors.data(), rows, columns), right, result, std::nothrow);
             if (status != StatusOk) return status;
             for (std::ptrdiff_t n = 0; n < count; ++n) {
                 const std::int32_t exponent = exponents.data()[a.many ? n : 0];
@@ -104,8 +105,7 @@ std::ptrdiff_t least_squares(const batch& work)
 }
 
 // out: packed factors, packed exponents.
-template <class T>
-std::ptrdiff_t factor(const batch& work)
+template <class T> std::ptrdiff_t factor(const batch& work)
 {
     return factor_block<T>(work.in[0], work.count, static_cast<T*>(work.out[0].data),
                            static_cast<std::int32_t*>(work.out[1].data), work.statuses);
@@ -116,7 +116,8 @@ inline void reflect(double* a, std::ptrdiff_t rows, std::ptrdiff_t columns)
 {
     for (std::ptrdiff_t k = 0; k < std::min(columns, rows - 1); ++k) {
         double length = 0;
-        for (std::ptrdiff_t i = k; i < rows; ++i) length = std::hypot(length, a[i * columns + k]);
+        for (std::ptrdiff_t i = k; i < rows; ++i)
+            length = std::hypot(length, a[i * columns + k]);
         if (length == 0) continue;
         const double alpha = a[k * columns + k] > 0 ? length : -length, pivot = a[k * columns + k] + alpha;
         double squares = 1;
@@ -126,39 +127,44 @@ inline void reflect(double* a, std::ptrdiff_t rows, std::ptrdiff_t columns)
         }
         for (std::ptrdiff_t j = k + 1; j < columns; ++j) {
             double sum = a[k * columns + j];
-            for (std::ptrdiff_t i = k + 1; i < rows; ++i) sum += a[i * columns + j] * a[i * columns + k];
+            for (std::ptrdiff_t i = k + 1; i < rows; ++i)
+                sum += a[i * columns + j] * a[i * columns + k];
             sum *= -2 / squares;
             a[k * columns + j] += sum;
-            for (std::ptrdiff_t i = k + 1; i < rows; ++i) a[i * columns + j] += sum * a[i * columns + k];
+            for (std::ptrdiff_t i = k + 1; i < rows; ++i)
+                a[i * columns + j] += sum * a[i * columns + k];
         }
         a[k * columns + k] = -alpha;
     }
 }
 
 // q, rows x columns, from the reflections below the diagonal of f.
-template <class T>
-void form_q(const T* f, T* q, std::ptrdiff_t rows, std::ptrdiff_t columns)
+template <class T> void form_q(const T* f, T* q, std::ptrdiff_t rows, std::ptrdiff_t columns)
 {
-    for (std::ptrdiff_t i = 0; i < rows * columns; ++i) q[i] = 0;
-    for (std::ptrdiff_t i = 0; i < columns; ++i) q[i * columns + i] = 1;
+    for (std::ptrdiff_t i = 0; i < rows * columns; ++i)
+        q[i] = 0;
+    for (std::ptrdiff_t i = 0; i < columns; ++i)
+        q[i * columns + i] = 1;
     for (std::ptrdiff_t k = std::min(columns, rows - 1) - 1; k >= 0; --k) {
         T squares = 1;
-        for (std::ptrdiff_t i = k + 1; i < rows; ++i) squares += f[i * columns + k] * f[i * columns + k];
+        for (std::ptrdiff_t i = k + 1; i < rows; ++i)
+            squares += f[i * columns + k] * f[i * columns + k];
         // A column that was zero has no reflection.
         if (squares == 1 && f[k * columns + k] == 0) continue;
         const T factor = -2 / squares;
         for (std::ptrdiff_t j = k; j < columns; ++j) {
             T sum = q[k * columns + j];
-            for (std::ptrdiff_t i = k + 1; i < rows; ++i) sum += q[i * columns + j] * f[i * columns + k];
+            for (std::ptrdiff_t i = k + 1; i < rows; ++i)
+                sum += q[i * columns + j] * f[i * columns + k];
             sum *= factor;
             q[k * columns + j] += sum;
-            for (std::ptrdiff_t i = k + 1; i < rows; ++i) q[i * columns + j] += sum * f[i * columns + k];
+            for (std::ptrdiff_t i = k + 1; i < rows; ++i)
+                q[i * columns + j] += sum * f[i * columns + k];
         }
     }
 }
 
-template <class T, class View>
-void upper_triangle(const T* f, const View& r, std::ptrdiff_t n, int exponent)
+template <class T, class View> void upper_triangle(const T* f, const View& r, std::ptrdiff_t n, int exponent)
 {
     const std::ptrdiff_t columns = r.columns();
     for (std::ptrdiff_t i = 0; i < columns; ++i)
@@ -169,8 +175,7 @@ void upper_triangle(const T* f, const View& r, std::ptrdiff_t n, int exponent)
 }
 
 // Q and R of one matrix that the library refused.
-template <class T, class A, class Q, class R>
-void matrices_of_refused(const A& a, const Q& q, const R& r)
+template <class T, class A, class Q, class R> void matrices_of_refused(const A& a, const Q& q, const R& r)
 {
     const std::ptrdiff_t rows = a.rows(), columns = a.columns();
     scratch_array<double> factors(rows * columns), orthogonal(rows * columns);
@@ -184,8 +189,7 @@ void matrices_of_refused(const A& a, const Q& q, const R& r)
 }
 
 // out: Q, R.
-template <class T>
-std::ptrdiff_t q_and_r(const batch& work)
+template <class T> std::ptrdiff_t q_and_r(const batch& work)
 {
     const std::ptrdiff_t rows = work.in[0].rows, columns = work.in[0].columns, size = rows * columns;
     const std::ptrdiff_t step = objects_per_block(size * std::ptrdiff_t{sizeof(T)}, work.count);
@@ -194,8 +198,8 @@ std::ptrdiff_t q_and_r(const batch& work)
     std::ptrdiff_t failures = 0;
     for (std::ptrdiff_t first = 0; first < work.count; first += step) {
         const std::ptrdiff_t count = std::min(step, work.count - first);
-        const std::ptrdiff_t failed = factor_block<T>(part(work.in[0], first), count, factors.data(), exponents.data(),
-                                                      work.statuses + first);
+        const std::ptrdiff_t failed =
+            factor_block<T>(part(work.in[0], first), count, factors.data(), exponents.data(), work.statuses + first);
         if (failed < 0) return failed;
         const auto q = matrices<T, strided>(part(work.out[0], first), count);
         const auto r = matrices<T, strided>(part(work.out[1], first), count);
@@ -218,8 +222,7 @@ std::ptrdiff_t q_and_r(const batch& work)
 }
 
 // in: packed factors, right sides.
-template <class T>
-std::ptrdiff_t solve_factored(const batch& work)
+template <class T> std::ptrdiff_t solve_factored(const batch& work)
 {
     const operand &f = work.in[0], &b = work.in[1];
     for (std::ptrdiff_t k = 0; k < b.columns; ++k) {

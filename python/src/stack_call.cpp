@@ -23,7 +23,8 @@ py::object stolen(PyObject* object)
 std::string text_of(const npy_intp* shape, int dimensions)
 {
     std::string text = "(";
-    for (int i = 0; i < dimensions; ++i) text += (i == 0 ? "" : ", ") + std::to_string(shape[i]);
+    for (int i = 0; i < dimensions; ++i)
+        text += (i == 0 ? "" : ", ") + std::to_string(shape[i]);
     return text + (dimensions == 1 ? ",)" : ")");
 }
 
@@ -36,7 +37,8 @@ int type_of(content kind, int type)
 
 std::string type_text(PyArrayObject* array)
 {
-    return py::str(py::reinterpret_borrow<py::object>(reinterpret_cast<PyObject*>(PyArray_DESCR(array)))).cast<std::string>();
+    return py::str(py::reinterpret_borrow<py::object>(reinterpret_cast<PyObject*>(PyArray_DESCR(array))))
+        .cast<std::string>();
 }
 
 // The lowest and the highest byte of an array.
@@ -89,19 +91,20 @@ void stack_call::raise(PyObject* kind, const std::string& reason) const
 int stack_call::input(const char* name, const py::object& object, int core)
 {
     if (!PyArray_Check(object.ptr()))
-        raise(PyExc_TypeError, std::string(name) + " must be an array of float32 or float64, not " +
-                  Py_TYPE(object.ptr())->tp_name);
+        raise(PyExc_TypeError,
+              std::string(name) + " must be an array of float32 or float64, not " + Py_TYPE(object.ptr())->tp_name);
     PyArrayObject* const array = array_of(object);
     const int type = PyArray_TYPE(array);
     const bool is_pivots = type == NPY_INT32 && name == std::string_view("pivots");
     if (!is_pivots && ((type != NPY_FLOAT && type != NPY_DOUBLE) || PyArray_ISBYTESWAPPED(array)))
-        raise(PyExc_TypeError, std::string(name) + " must be an array of float32 or float64, not of " + type_text(array));
+        raise(PyExc_TypeError,
+              std::string(name) + " must be an array of float32 or float64, not of " + type_text(array));
     if (!is_pivots && number_of_inputs_ > 0 && type != type_)
         raise(PyExc_TypeError, std::string(name) + " is of " + type_text(array) + ", " + inputs_[0].name + " of " +
-                  type_text(inputs_[0].get()) + "; both must be of one type");
+                                   type_text(inputs_[0].get()) + "; both must be of one type");
     if (PyArray_NDIM(array) < core)
         raise(PyExc_ValueError, std::string(name) + " with shape " + shape_text(array) + " needs at least " +
-                  std::to_string(core) + (core == 1 ? " axis" : " axes"));
+                                    std::to_string(core) + (core == 1 ? " axis" : " axes"));
     place& p = inputs_[number_of_inputs_];
     p.name = name;
     p.array = object;
@@ -110,7 +113,8 @@ int stack_call::input(const char* name, const py::object& object, int core)
     if (number_of_inputs_ == 0) type_ = type;
     for (int i = PyArray_NDIM(array) - core; i < PyArray_NDIM(array); ++i)
         if (PyArray_DIM(array, i) == 0)
-            raise(PyExc_ValueError, std::string(name) + " with shape " + shape_text(array) + " has objects without elements");
+            raise(PyExc_ValueError,
+                  std::string(name) + " with shape " + shape_text(array) + " has objects without elements");
     return number_of_inputs_++;
 }
 
@@ -139,7 +143,8 @@ void stack_call::require(bool condition, const std::string& reason, std::initial
     if (condition) return;
     std::string shapes;
     for (const int i : shown)
-        shapes += (shapes.empty() ? "" : ", ") + std::string(inputs_[i].name) + " has shape " + shape_text(inputs_[i].get());
+        shapes +=
+            (shapes.empty() ? "" : ", ") + std::string(inputs_[i].name) + " has shape " + shape_text(inputs_[i].get());
     raise(PyExc_ValueError, reason + ": " + shapes);
 }
 
@@ -159,12 +164,14 @@ void stack_call::broadcast()
             else if (given != 1 && given != size) {
                 std::string shapes;
                 for (int k = 0; k < number_of_inputs_; ++k)
-                    shapes += (k == 0 ? "" : ", ") + std::string(inputs_[k].name) + " has shape " + shape_text(inputs_[k].get());
+                    shapes += (k == 0 ? "" : ", ") + std::string(inputs_[k].name) + " has shape " +
+                              shape_text(inputs_[k].get());
                 raise(PyExc_ValueError, "stacks do not broadcast: " + shapes);
             }
         }
     }
-    for (int axis = 0; axis < dimensions_; ++axis) objects_ *= shape_[axis];
+    for (int axis = 0; axis < dimensions_; ++axis)
+        objects_ *= shape_[axis];
 }
 
 bool stack_call::usable(const place& p) const
@@ -188,7 +195,7 @@ void stack_call::copy_input(place& p, bool whole_stack)
 {
     if (!options_.copy)
         raise(PyExc_ValueError, std::string(p.name) + " with shape " + shape_text(p.get()) +
-                  " would have to be copied, which copy=False forbids");
+                                    " would have to be copied, which copy=False forbids");
     if (!whole_stack) {
         p.array = stolen(PyArray_NewCopy(p.get(), NPY_CORDER));
         return;
@@ -223,18 +230,18 @@ int stack_call::output(const char* name, const py::object& object, std::initiali
     if (PyArray_TYPE(array) != type || PyArray_ISBYTESWAPPED(array)) {
         const py::object wanted = stolen(reinterpret_cast<PyObject*>(PyArray_DescrFromType(type)));
         raise(PyExc_TypeError, std::string(name) + " is of " + type_text(array) + ", the result is of " +
-                  py::str(wanted).cast<std::string>());
+                                   py::str(wanted).cast<std::string>());
     }
     if (PyArray_NDIM(array) != dimensions || !std::equal(shape, shape + dimensions, PyArray_DIMS(array)))
         raise(PyExc_ValueError, std::string(name) + " has shape " + shape_text(array) + ", the result has shape " +
-                  text_of(shape, dimensions));
+                                    text_of(shape, dimensions));
     if (!PyArray_ISWRITEABLE(array)) raise(PyExc_ValueError, std::string(name) + " is read-only");
     p.array = object;
     p.must_be_stack = true;
     if (!usable(p)) {
         if (!options_.copy)
             raise(PyExc_ValueError, std::string(name) + " with shape " + shape_text(array) +
-                      " would have to be written by a copy, which copy=False forbids");
+                                        " would have to be written by a copy, which copy=False forbids");
         p.given = object;
         p.array = stolen(PyArray_SimpleNew(dimensions, shape, type));
     }
@@ -286,7 +293,8 @@ struct walker {
     {
         if (axes > 0) {
             bool merges = true;
-            for (int k = 0; k < operands; ++k) merges = merges && step[k] == steps[axes - 1][k] * sizes[axes - 1];
+            for (int k = 0; k < operands; ++k)
+                merges = merges && step[k] == steps[axes - 1][k] * sizes[axes - 1];
             if (merges) {
                 sizes[axes - 1] *= size;
                 return;
@@ -331,7 +339,8 @@ void stack_call::walk(const kernel_pair& kernels, const settings& how)
     bool inner = stack.axes > 0;
     if (inner) {
         bool steps = false;
-        for (int k = 0; k < number_of_inputs_; ++k) steps = steps || stack.steps[0][k] != 0;
+        for (int k = 0; k < number_of_inputs_; ++k)
+            steps = steps || stack.steps[0][k] != 0;
         inner = steps;
     }
     const int first_outer = inner ? 1 : 0;
@@ -405,7 +414,8 @@ void stack_call::run(const kernel_pair& kernels, const settings& how)
     for (int i = 0; i < number_of_inputs_; ++i) {
         place& p = inputs_[i];
         const bool whole = p.must_be_stack && PyArray_SIZE(p.get()) != 0 && objects_ > 1 &&
-            (PyArray_NDIM(p.get()) - p.core != dimensions_ || !std::equal(shape_, shape_ + dimensions_, PyArray_DIMS(p.get())));
+                           (PyArray_NDIM(p.get()) - p.core != dimensions_ ||
+                            !std::equal(shape_, shape_ + dimensions_, PyArray_DIMS(p.get())));
         if (whole || !usable(p)) copy_input(p, whole);
     }
     separate_from_results();
@@ -419,7 +429,7 @@ void stack_call::run(const kernel_pair& kernels, const settings& how)
     }
     if (failures_ < 0)
         raise(PyExc_ValueError, std::string(status_text(static_cast<tarnmStatus>(failures_))) + " (" +
-                  status_name(static_cast<tarnmStatus>(failures_)) + ")");
+                                    status_name(static_cast<tarnmStatus>(failures_)) + ")");
     for (int o = 0; o < number_of_outputs_; ++o) {
         place& p = outputs_[o];
         if (!p.given) continue;
@@ -433,7 +443,8 @@ void stack_call::report_failures(npy_intp failures)
 {
     const auto* const statuses = static_cast<const tarnmStatus*>(PyArray_DATA(array_of(statuses_)));
     npy_intp first = 0;
-    while (statuses[first] == StatusOk) ++first;
+    while (statuses[first] == StatusOk)
+        ++first;
     npy_intp index[NPY_MAXDIMS], rest = first;
     for (int axis = dimensions_ - 1; axis >= 0; --axis) {
         index[axis] = rest % shape_[axis];
@@ -460,7 +471,8 @@ py::object stack_call::results(int number) const
 {
     if (number == 1 && !options_.report) return result(0);
     py::tuple all(static_cast<std::size_t>(number + (options_.report ? 1 : 0)));
-    for (int i = 0; i < number; ++i) all[static_cast<std::size_t>(i)] = result(i);
+    for (int i = 0; i < number; ++i)
+        all[static_cast<std::size_t>(i)] = result(i);
     if (options_.report) all[static_cast<std::size_t>(number)] = statuses_;
     return all;
 }

@@ -32,9 +32,9 @@ namespace tarnm::python {
 namespace py = pybind11;
 
 struct options {
-    py::object out;     // None, an array, or a tuple of arrays
-    bool copy = true;   // whether arrays may be copied that cannot go through as they lie
-    int threads = 0;    // 0: what the process has set
+    py::object out;      // None, an array, or a tuple of arrays
+    bool copy = true;    // whether arrays may be copied that cannot go through as they lie
+    int threads = 0;     // 0: what the process has set
     bool report = false; // statuses instead of an exception
 };
 

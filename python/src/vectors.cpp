@@ -6,8 +6,7 @@
 namespace tarnm::python {
 namespace {
 
-template <class T>
-std::ptrdiff_t dots(const batch& work)
+template <class T> std::ptrdiff_t dots(const batch& work)
 {
     return by_layout(work, [&](auto layout) {
         return pair_of_vectors<T, layout.value>(work, [&](const auto& a, const auto& b) {
@@ -16,8 +15,7 @@ std::ptrdiff_t dots(const batch& work)
     });
 }
 
-template <class T>
-std::ptrdiff_t lengths(const batch& work)
+template <class T> std::ptrdiff_t lengths(const batch& work)
 {
     return by_layout(work, [&](auto layout) -> std::ptrdiff_t {
         return norm(vectors<const T, layout.value>(work.in[0], work.count), packed<T>(work.out[0], work.count),
@@ -25,8 +23,7 @@ std::ptrdiff_t lengths(const batch& work)
     });
 }
 
-template <class T>
-std::ptrdiff_t crosses(const batch& work)
+template <class T> std::ptrdiff_t crosses(const batch& work)
 {
     return by_layout(work, [&](auto layout) {
         return pair_of_vectors<T, layout.value>(work, [&](const auto& a, const auto& b) {

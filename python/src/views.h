@@ -16,13 +16,11 @@
 
 namespace tarnm::python {
 
-template <layout Layout>
-using layout_constant = std::integral_constant<layout, Layout>;
+template <layout Layout> using layout_constant = std::integral_constant<layout, Layout>;
 
 inline strides strides_of(const operand& o) { return {.object = o.object, .row = o.row, .element = o.element}; }
 
-template <class T, layout Layout>
-auto matrices(const operand& o, std::ptrdiff_t count)
+template <class T, layout Layout> auto matrices(const operand& o, std::ptrdiff_t count)
 {
     if constexpr (Layout == layout::elements)
         return matrix_elements_array<T>(reinterpret_cast<T* const*>(o.table), count, o.rows, o.columns,
@@ -31,8 +29,7 @@ auto matrices(const operand& o, std::ptrdiff_t count)
         return matrix_array<T>(static_cast<T*>(o.data), count, o.rows, o.columns, strides_of(o));
 }
 
-template <class T, layout Layout>
-auto matrix(const operand& o)
+template <class T, layout Layout> auto matrix(const operand& o)
 {
     if constexpr (Layout == layout::elements)
         return matrix_elements<T>(reinterpret_cast<T* const*>(o.table), o.rows, o.columns);
@@ -40,8 +37,7 @@ auto matrix(const operand& o)
         return matrix_view<T>(static_cast<T*>(o.data), o.rows, o.columns, strides_of(o));
 }
 
-template <class T, layout Layout>
-auto vectors(const operand& o, std::ptrdiff_t count)
+template <class T, layout Layout> auto vectors(const operand& o, std::ptrdiff_t count)
 {
     if constexpr (Layout == layout::elements)
         return vector_elements_array<T>(reinterpret_cast<T* const*>(o.table), count, o.columns, {.object = o.object});
@@ -49,8 +45,7 @@ auto vectors(const operand& o, std::ptrdiff_t count)
         return vector_array<T>(static_cast<T*>(o.data), count, o.columns, {.object = o.object, .element = o.element});
 }
 
-template <class T, layout Layout>
-auto vector(const operand& o)
+template <class T, layout Layout> auto vector(const operand& o)
 {
     if constexpr (Layout == layout::elements)
         return vector_elements<T>(reinterpret_cast<T* const*>(o.table), o.columns);
@@ -59,8 +54,7 @@ auto vector(const operand& o)
 }
 
 // One number, status or pivot row after the other.
-template <class T>
-std::span<T> packed(const operand& o, std::ptrdiff_t size)
+template <class T> std::span<T> packed(const operand& o, std::ptrdiff_t size)
 {
     return {static_cast<T*>(o.data), static_cast<std::size_t>(size)};
 }
@@ -70,32 +64,30 @@ inline std::span<tarnmStatus> statuses_of(const batch& work)
     return {work.statuses, static_cast<std::size_t>(work.count)};
 }
 
-template <class Call>
-std::ptrdiff_t by_layout(const batch& work, Call call)
+template <class Call> std::ptrdiff_t by_layout(const batch& work, Call call)
 {
     return work.planar ? call(layout_constant<layout::elements>()) : call(layout_constant<layout::strided>());
 }
 
-template <class T, layout Layout, class Call>
-std::ptrdiff_t pair_of_matrices(const batch& work, Call call)
+template <class T, layout Layout, class Call> std::ptrdiff_t pair_of_matrices(const batch& work, Call call)
 {
     const operand &a = work.in[0], &b = work.in[1];
-    if (a.many && b.many) return call(matrices<const T, Layout>(a, work.count), matrices<const T, Layout>(b, work.count));
+    if (a.many && b.many)
+        return call(matrices<const T, Layout>(a, work.count), matrices<const T, Layout>(b, work.count));
     if (a.many) return call(matrices<const T, Layout>(a, work.count), matrix<const T, Layout>(b));
     return call(matrix<const T, Layout>(a), matrices<const T, Layout>(b, work.count));
 }
 
-template <class T, layout Layout, class Call>
-std::ptrdiff_t matrix_and_vector(const batch& work, Call call)
+template <class T, layout Layout, class Call> std::ptrdiff_t matrix_and_vector(const batch& work, Call call)
 {
     const operand &a = work.in[0], &b = work.in[1];
-    if (a.many && b.many) return call(matrices<const T, Layout>(a, work.count), vectors<const T, Layout>(b, work.count));
+    if (a.many && b.many)
+        return call(matrices<const T, Layout>(a, work.count), vectors<const T, Layout>(b, work.count));
     if (a.many) return call(matrices<const T, Layout>(a, work.count), vector<const T, Layout>(b));
     return call(matrix<const T, Layout>(a), vectors<const T, Layout>(b, work.count));
 }
 
-template <class T, layout Layout, class Call>
-std::ptrdiff_t pair_of_vectors(const batch& work, Call call)
+template <class T, layout Layout, class Call> std::ptrdiff_t pair_of_vectors(const batch& work, Call call)
 {
     const operand &a = work.in[0], &b = work.in[1];
     if (a.many && b.many) return call(vectors<const T, Layout>(a, work.count), vectors<const T, Layout>(b, work.count));

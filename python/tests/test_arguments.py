@@ -179,18 +179,18 @@ def test_failures(random, dtype, function, matrix, status, bad):
     result, statuses = function(a, errors="return")
     assert statuses.dtype == numpy.int32 and statuses.shape == (count,)
     assert (statuses[bad] == status).all() and (statuses[good] == 0).all()
-    numpy.testing.assert_array_equal(result[good], expected)
+    close(result[good], expected, dtype, 10)
     with pytest.raises(LinAlgError, match=rf"tarnm.{function.__name__}: a .* at index \({bad[0]},\) .*; {len(bad)} of {count} failed"):
         function(a)
     # In the memory of the source, too.
     result, statuses = function(a, errors="return", out=a) if function in (tarnm.inv, tarnm.cholesky) else (result, statuses)
     assert (statuses[bad] == status).all() and (statuses[good] == 0).all()
-    numpy.testing.assert_array_equal(result[good], expected)
+    close(result[good], expected, dtype, 10)
 
 
 @pytest.mark.parametrize("bad", [[0], [7], [0, 3, 9]], ids=str)
 def test_failures_of_systems(random, dtype, bad):
-    a = spoiled(random, dtype, 10, bad, SINGULAR - 2 * numpy.eye(3) * 0)
+    a = spoiled(random, dtype, 10, bad, SINGULAR)
     a[bad] = numpy.zeros((3, 3))
     b = stack_of(random, (10, 3, 2), dtype)
     good = numpy.setdiff1d(numpy.arange(10), bad)
