@@ -196,7 +196,8 @@ template <class T, class Factor, class Solve> void expectLeastSquares(Shape shap
 {
     const int w = shape.width, h = shape.height, size = sizeof(T);
     const double epsilon = std::numeric_limits<T>::epsilon();
-    std::vector<T> a(std::size_t(w * h)), qr(a.size()), b(std::size_t(h), T(0)), x(std::size_t(w), T(0)), buffer(b.size());
+    std::vector<T> a(std::size_t(w * h)), qr(a.size()), b(std::size_t(h), T(0)), x(std::size_t(w), T(0)),
+        buffer(b.size());
     for (int r = 0; r < h; ++r) {
         b[std::size_t(r)] = T(1 + r % 4);
         for (int c = 0; c < w; ++c)
