@@ -250,7 +250,7 @@ TEST_P(QrFactor, EachThreadStopsAtItsOwnFailureAndLeavesTheBufferAlone)
         ASSERT_GT(threadCountQueries(), 0);
         for (int r = 0; r < n; ++r)
             call.set("src", 20, r, 0, 0);
-        SparseMemory nothing(std::size_t(SparseMemory::pageBytes()));
+        SparseMemory nothing{std::size_t(SparseMemory::pageBytes())};
         call.call.value(call.call.argumentIndex("pBuffer")).pointer = nothing.base();
         ASSERT_EQ(call.run(2), StatusDivByZero);
         for (int object = 0; object < count; ++object)

@@ -102,7 +102,7 @@ TEST_P(QrSolution, MoreColumnsThanRowsAreToldBehindEverythingElse)
 
 TEST_P(QrSolution, SquaresOfOrderThreeToSixLeaveTheBufferAlone)
 {
-    SparseMemory nothing(std::size_t(SparseMemory::pageBytes()));
+    SparseMemory nothing{std::size_t(SparseMemory::pageBytes())};
     for (const int n : {3, 4, 5, 6})
         for (const Style style : stylesToTry(member()))
             for (const int count : {1, 19}) {
@@ -115,7 +115,7 @@ TEST_P(QrSolution, SquaresOfOrderThreeToSixLeaveTheBufferAlone)
 TEST_P(QrSolution, SeveralThreadsLeaveTheBufferAlone)
 {
     if (!isArrayMember(member())) return;
-    SparseMemory nothing(std::size_t(SparseMemory::pageBytes()));
+    SparseMemory nothing{std::size_t(SparseMemory::pageBytes())};
     for (const Shape shape : {Shape{7, 7}, {2, 9}}) {
         Elements call = system(shape, 301, stylesToTry(member())[0]);
         call.call.value(call.call.argumentIndex("pBuffer")).pointer = nothing.base();
