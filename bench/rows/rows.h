@@ -12,5 +12,7 @@ void geometryRows(Rows& rows);
 void generalEigenproblemRows(Rows& rows);
 void symmetricEigenproblemRows(Rows& rows);
 void luRows(Rows& rows);
+void determinantRows(Rows& rows);
+void inverseRows(Rows& rows);
 
 } // namespace bench
