@@ -14,5 +14,7 @@ void symmetricEigenproblemRows(Rows& rows);
 void luRows(Rows& rows);
 void choleskyRows(Rows& rows);
 void qrRows(Rows& rows);
+void determinantRows(Rows& rows);
+void inverseRows(Rows& rows);
 
 } // namespace bench
