@@ -97,6 +97,10 @@ std::vector<Rows::Plan> chosenRows(const Options& options)
     generalEigenproblemRows(rows);
     symmetricEigenproblemRows(rows);
     luRows(rows);
+    choleskyRows(rows);
+    qrRows(rows);
+    determinantRows(rows);
+    inverseRows(rows);
     std::vector<Rows::Plan> chosen;
     const auto matchesAny = [](const std::string& name, const std::vector<std::string>& texts) {
         return std::any_of(texts.begin(), texts.end(),

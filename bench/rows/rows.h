@@ -12,5 +12,9 @@ void geometryRows(Rows& rows);
 void generalEigenproblemRows(Rows& rows);
 void symmetricEigenproblemRows(Rows& rows);
 void luRows(Rows& rows);
+void choleskyRows(Rows& rows);
+void qrRows(Rows& rows);
+void determinantRows(Rows& rows);
+void inverseRows(Rows& rows);
 
 } // namespace bench

@@ -17,9 +17,9 @@
 #include "detail/factor.h"      // lu, qr, solve, plain::cholesky
 #include "detail/general.h"     // eigenvalues, eigenvectors
 #include "detail/geometry.h"    // transform, project, matrices of views and projections, curves
+#include "detail/invert.h"      // invert
 #include "detail/matrices.h"    // trace, frobenius_norm, determinant, plain::invert
 #include "detail/movement.h"    // copy, extract, transpose, load_identity
-#include "detail/invert.h"      // invert
 #include "detail/objects.h"     // view_of, transposed, object_traits
 #include "detail/products.h"    // multiply, gaxpy
 #include "detail/symmetric.h"   // eigen_symmetric

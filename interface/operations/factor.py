@@ -147,8 +147,8 @@ there: earlier objects are complete, later ones untouched. In a parallel call th
 thread. A group of four of `CholeskyDecomp_ma_32f` passes or fails as one: at the first step at which any of the four
 objects fails, all four are left as just described.
 
-**Accuracy.** Backward errors are of the order of n eps |A|. In `32f` an s below 2^-126 gives an infinite reciprocal, and
-an s that overflows NaN.
+**Accuracy.** Backward errors are of the order of n eps |A|. In `32f` an s below 2^-126, which the
+estimate takes for zero, gives -infinity, and an infinite s gives NaN.
 
 **Aliasing.** Source and result may be the same memory with the same strides.
 """

@@ -3,7 +3,7 @@
 //   choleskyTolerance    up to where a pivot counts as not positive
 //   choleskyFactors      the kernel of all members
 //
-// Arrays of order 3 to 6 are factored in lanes. A block with a pivot that fails writes nothing; its objects are then
+// Arrays of order up to 16 are factored in lanes. A block with a pivot that fails writes nothing; its objects are then
 // factored one by one in the caller's memory, so that the one that fails is left as it is by a call for it alone.
 #pragma once
 
@@ -11,6 +11,7 @@
 #include "factor/cholesky_rows.h"
 #include "factor/held.h"
 #include "factor/orders.h"
+#include "factor/tile.h"
 #include "frame/operands.h"
 #include "frame/path.h"
 #include "tarnm/tarnm.h"
@@ -68,14 +69,30 @@ template <int n, class S, class D, class T>
 std::int32_t factoredInLanes(const S& from, const D& to, Place place, T tolerance)
 {
     using V = native_lanes<T>;
-    std::int32_t done = 0;
-    while (done < place.count) {
-        const int left = place.count - done, live = left < lane_count_v<V> ? left : lane_count_v<V>;
-        if (live == 1 || !factoredBlock<n, RootForm::scaleFirst, V>(from, to, place.first + done, live, tolerance))
-            break;
-        done += live;
-    }
-    return done;
+    return forEachTile<V>(
+        place, [&](std::ptrdiff_t first, int live) __attribute__((always_inline)) {
+            return factoredBlock<n, RootForm::scaleFirst, V>(from, to, first, live, tolerance);
+        });
+}
+
+template <class V> [[gnu::noinline]] bool factoredTile(V* a, int n, scalar_t<V> tolerance)
+{
+    const TileMatrix<V> matrix{a, n};
+    return choleskyRows<Loops::counted, RootForm::scaleFirst>(matrix, matrix, n, tolerance) == n;
+}
+
+// The same for any order that fits a tile.
+template <class S, class D, class T>
+std::int32_t factoredInTiles(const S& from, const D& to, int n, Place place, T tolerance)
+{
+    using V = native_lanes<T>;
+    V a[largestTile];
+    return forEachTile<V>(place, [&](std::ptrdiff_t first, int live) {
+        loadTile<Part::lower>(from, first, live, n, n, a);
+        if (!factoredTile(a, n, tolerance)) return false;
+        storeTile<Part::lower>(to, first, live, n, n, a);
+        return true;
+    });
 }
 
 // Packed singles of order 3 to 6 go in groups of four that pass or fail together, and take the other form of the root.
@@ -140,6 +157,7 @@ tarnmStatus choleskyFactors(const S& from, const D& to, std::int32_t n, Place pl
         };
         done = forOrder3to6(n, inLanes, 0);
         if (done < 0) return StatusNotPositiveDefinite;
+        if (n < 3 || (n > 6 && fitsTile(n, n))) done = factoredInTiles(from, to, n, place, tolerance);
     }
     for (; done < place.count; ++done)
         if (!factored(from[std::ptrdiff_t(place.first) + done], to[std::ptrdiff_t(place.first) + done], n, tolerance))

@@ -2,7 +2,7 @@
 //
 //   choleskySolutions    the kernel of all members
 //
-// Orders 3 to 6 read the whole right-hand side first, and arrays of them run in lanes. Other orders keep the
+// Orders 3 to 6 read the whole right-hand side first. Arrays of order up to 16 run in lanes. All others keep the
 // intermediate vector in the result.
 #pragma once
 
@@ -10,6 +10,7 @@
 #include "factor/cholesky_rows.h"
 #include "factor/held.h"
 #include "factor/orders.h"
+#include "factor/tile.h"
 #include "frame/operands.h"
 #include "tarnm/tarnm.h"
 
@@ -32,14 +33,37 @@ std::int32_t solvedInLanes(const L& factors, const B& right, const X& solutions,
     return forEachBlockOf<V>(place, solve, lowerSource<n>(factors), source<n>(right), result<n>(solutions));
 }
 
+template <class V> [[gnu::noinline]] void solveTile(const V* l, V* x, int n)
+{
+    choleskySolution<Loops::counted>(TileMatrix<const V>{l, n}, x, HeldVector<V>{x}, n);
+}
+
+// Any order that fits a tile.
+template <class L, class B, class X>
+std::int32_t solvedInTiles(const L& factors, const B& right, const X& solutions, int n, Place place)
+{
+    using V = native_lanes<typename X::ObjectView::Element>;
+    V l[largestTile], x[largestTileExtent];
+    if (L::isSingle && place.count > 1) loadTile<Part::lower>(factors, 0, 1, n, n, l);
+    return forEachTile<V>(place, [&](std::ptrdiff_t first, int live) {
+        if constexpr (!L::isSingle) loadTile<Part::lower>(factors, first, live, n, n, l);
+        loadTile<Part::whole>(right, first, live, 1, n, x);
+        solveTile(l, x, n);
+        storeTile<Part::whole>(solutions, first, live, 1, n, x);
+        return true;
+    });
+}
+
 } // namespace cholesky
 
 template <class L, class B, class X>
 tarnmStatus choleskySolutions(const L& factors, const B& right, const X& solutions, std::int32_t n, Place place)
 {
     using namespace cholesky;
-    const std::int32_t done = forOrder3to6(
+    std::int32_t done = forOrder3to6(
         n, [&](auto order) { return solvedInLanes<order>(factors, right, solutions, place); }, 0);
+    if constexpr (!X::isSingle)
+        if (n < 3 || (n > 6 && fitsTile(n, n))) done = solvedInTiles(factors, right, solutions, n, place);
     const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;
     for (std::ptrdiff_t o = std::ptrdiff_t(place.first) + done; o < end; ++o)
         choleskySolution<Loops::counted>(factors[o], right[o], solutions[o], n);

@@ -2,13 +2,14 @@
 //
 //   qrFactors    the kernel of all members
 //
-// Square arrays of order 3 to 6 are factored in lanes. A block with a column that fails writes nothing; its objects are
+// Arrays of up to 16 rows are factored in lanes. A block with a column that fails writes nothing; its objects are
 // then factored one by one in the caller's memory, so that the one that fails is left as it is by a call for it alone.
 #pragma once
 
 #include "factor/held.h"
 #include "factor/orders.h"
 #include "factor/qr_steps.h"
+#include "factor/tile.h"
 #include "frame/blocks.h"
 #include "tarnm/tarnm.h"
 
@@ -46,18 +47,34 @@ template <int n, class V> [[gnu::noinline]] bool factoredHeld(V (&a)[n][n])
 template <int n, class S, class D> std::int32_t factoredInLanes(const S& from, const D& to, Place place)
 {
     using V = native_lanes<typename D::ObjectView::Element>;
-    std::int32_t done = 0;
-    while (done < place.count) {
-        const int left = place.count - done, live = left < lane_count_v<V> ? left : lane_count_v<V>;
-        const std::ptrdiff_t first = std::ptrdiff_t(place.first) + done;
-        V a[n][n];
-        if (live == 1) break;
-        loadBlock(from, first, live, a);
-        if (!factoredHeld(a)) break;
-        storeBlock(to, first, live, a);
-        done += live;
-    }
-    return done;
+    return forEachTile<V>(
+        place, [&](std::ptrdiff_t first, int live) __attribute__((always_inline)) {
+            V a[n][n];
+            loadBlock(from, first, live, a);
+            if (!factoredHeld(a)) return false;
+            storeBlock(to, first, live, a);
+            return true;
+        });
+}
+
+template <class V> [[gnu::noinline]] bool factoredTile(V* a, int width, int height)
+{
+    V v[largestTileExtent];
+    return reflectColumns<Loops::counted>(TileMatrix<V>{a, width}, HeldVector<V>{v}, width, height,
+                                          tolerance<scalar_t<V>>);
+}
+
+// The same for any shape that fits a tile.
+template <class S, class D> std::int32_t factoredInTiles(const S& from, const D& to, int width, int height, Place place)
+{
+    using V = native_lanes<typename D::ObjectView::Element>;
+    V a[largestTile];
+    return forEachTile<V>(place, [&](std::ptrdiff_t first, int live) {
+        loadTile<Part::whole>(from, first, live, height, width, a);
+        if (!factoredTile(a, width, height)) return false;
+        storeTile<Part::whole>(to, first, live, height, width, a);
+        return true;
+    });
 }
 
 } // namespace qr
@@ -68,10 +85,14 @@ tarnmStatus qrFactors(const S& from, void* buffer, const D& to, std::int32_t wid
     using namespace qr;
     using T = typename D::ObjectView::Element;
     std::int32_t done = 0;
-    if constexpr (!D::isSingle)
-        if (width == height)
+    if constexpr (!D::isSingle) {
+        const bool isCase = width == height && width >= 3 && width <= 6;
+        if (isCase)
             done = forOrder3to6(
                 width, [&](auto order) { return factoredInLanes<order>(from, to, place); }, 0);
+        else if (fitsTile(width, height))
+            done = factoredInTiles(from, to, width, height, place);
+    }
     const auto vector = vectorAt<Spacing::dense>(static_cast<T*>(buffer), sizeof(T));
     for (; done < place.count; ++done)
         if (!factored(from[std::ptrdiff_t(place.first) + done], to[std::ptrdiff_t(place.first) + done], vector, width,

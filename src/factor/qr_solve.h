@@ -2,13 +2,14 @@
 //
 //   qrSolutions    the kernel of all members
 //
-// Square systems of order 3 to 6 are solved in values of our own, arrays of them in lanes, and leave the buffer alone.
-// All others work in the buffer, into which each right-hand side is copied first.
+// Square systems of order 3 to 6 are solved in values of our own and leave the buffer alone. Arrays of systems with up
+// to 16 rows run in lanes. All others work in the buffer, into which each right-hand side is copied first.
 #pragma once
 
 #include "factor/held.h"
 #include "factor/orders.h"
 #include "factor/qr_steps.h"
+#include "factor/tile.h"
 #include "frame/blocks.h"
 #include "tarnm/tarnm.h"
 
@@ -43,20 +44,89 @@ template <int n, class V> [[gnu::noinline]] void factorAndSolveHeld(const V (&a)
     solveHeld<n>(a, factors, c);
 }
 
+// A matrix that all objects share is broadcast once, and its factors are computed once.
 template <int n, class A, class B, class X>
-tarnmStatus solvedInLanes(const A& matrices, const B& right, const X& solutions, Place place)
+std::int32_t solvedInLanes(const A& matrices, const B& right, const X& solutions, Place place)
 {
-    using T = typename X::ObjectView::Element;
-    using Wide = std::conditional_t<X::isSingle, T, native_lanes<T>>;
-    const auto solve = [](const auto& a, const auto& b, auto& x) __attribute__((always_inline))
-    {
-        TARNM_UNROLL
-        for (int i = 0; i < n; ++i)
-            x[i] = b[i];
-        factorAndSolveHeld<n>(a, x);
-    };
-    forEachBlockOf<Wide>(place, solve, source<n, n>(matrices), source<n>(right), result<n>(solutions));
+    using V = native_lanes<typename X::ObjectView::Element>;
+    V a[n][n], factors[n];
+    if (A::isSingle && place.count > 1) {
+        loadBlock(matrices, 0, lane_count_v<V>, a);
+        reflectionFactors<n>(HeldMatrix<const V, n>{&a[0][0]}, factors);
+    }
+    return forEachTile<V>(
+        place, [&](std::ptrdiff_t first, int live) __attribute__((always_inline)) {
+            V c[n];
+            if constexpr (!A::isSingle) loadBlock(matrices, first, live, a);
+            loadBlock(right, first, live, c);
+            if constexpr (A::isSingle)
+                solveHeld<n>(a, factors, c);
+            else
+                factorAndSolveHeld<n>(a, c);
+            storeBlock(solutions, first, live, c);
+            return true;
+        });
+}
+
+// One object, without the buffer.
+template <int n, class A, class B, class X> void solveObject(const A& matrix, const B& right, const X& solution)
+{
+    using T = typename X::Element;
+    T a[n][n], c[n];
+    for (int r = 0; r < n; ++r)
+        for (int k = 0; k < n; ++k)
+            a[r][k] = matrix(r, k);
+    for (int i = 0; i < n; ++i)
+        c[i] = right[i];
+    factorAndSolveHeld<n>(a, c);
+    for (int i = 0; i < n; ++i)
+        solution.set(i, c[i]);
+}
+
+template <int n, class A, class B, class X>
+tarnmStatus solveCase(const A& matrices, const B& right, const X& solutions, Place place)
+{
+    std::int32_t done = 0;
+    if constexpr (!X::isSingle) done = solvedInLanes<n>(matrices, right, solutions, place);
+    const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;
+    for (std::ptrdiff_t o = std::ptrdiff_t(place.first) + done; o < end; ++o)
+        solveObject<n>(matrices[o], right[o], solutions[o]);
     return StatusOk;
+}
+
+// `a` and `c` in tiles, factors in `f`.
+template <class V> [[gnu::noinline]] void tileFactors(const V* a, V* f, int width, int height)
+{
+    for (int k = 0; k < reflectionCount(width, height); ++k)
+        f[k] = reflectionFactor<Loops::counted>(TileMatrix<const V>{a, width}, k, height);
+}
+
+template <class V> [[gnu::noinline]] void solveTile(const V* a, const V* f, V* c, int width, int height)
+{
+    const TileMatrix<const V> matrix{a, width};
+    for (int k = 0; k < reflectionCount(width, height); ++k)
+        reflectVector<Loops::counted>(matrix, HeldVector<V>{c}, f[k], k, height);
+    solveUpperTriangle<Loops::counted>(matrix, HeldVector<V>{c}, width);
+}
+
+// Any shape that fits a tile.
+template <class A, class B, class X>
+std::int32_t solvedInTiles(const A& matrices, const B& right, const X& solutions, int width, int height, Place place)
+{
+    using V = native_lanes<typename X::ObjectView::Element>;
+    V a[largestTile], f[largestTileExtent], c[largestTileExtent];
+    const auto loadMatrix = [&](std::ptrdiff_t first, int live) {
+        loadTile<Part::whole>(matrices, first, live, height, width, a);
+        tileFactors(a, f, width, height);
+    };
+    if (A::isSingle && place.count > 1) loadMatrix(0, 1);
+    return forEachTile<V>(place, [&](std::ptrdiff_t first, int live) {
+        if constexpr (!A::isSingle) loadMatrix(first, live);
+        loadTile<Part::whole>(right, first, live, 1, height, c);
+        solveTile(a, f, c, width, height);
+        storeTile<Part::whole>(solutions, first, live, 1, width, c);
+        return true;
+    });
 }
 
 template <class A, class B, class X, class Buffer>
@@ -81,11 +151,14 @@ tarnmStatus qrSolutions(const A& matrices, void* buffer, const B& right, const X
     using T = typename X::ObjectView::Element;
     if (width == height && width >= 3 && width <= 6)
         return forOrder3to6(
-            width, [&](auto order) { return solvedInLanes<order>(matrices, right, solutions, place); },
+            width, [&](auto order) { return solveCase<order>(matrices, right, solutions, place); },
             tarnmStatus(StatusOk));
+    std::int32_t done = 0;
+    if constexpr (!X::isSingle)
+        if (fitsTile(width, height)) done = solvedInTiles(matrices, right, solutions, width, height, place);
     const auto c = vectorAt<Spacing::dense>(static_cast<T*>(buffer), sizeof(T));
     const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;
-    for (std::ptrdiff_t o = place.first; o < end; ++o)
+    for (std::ptrdiff_t o = std::ptrdiff_t(place.first) + done; o < end; ++o)
         solveInBuffer(matrices[o], right[o], solutions[o], c, width, height);
     return StatusOk;
 }

@@ -19,11 +19,7 @@ namespace tarnm {
 
 namespace frobenius {
 
-template <class V>
-TARNM_INLINE V square(V x)
-{
-    return x * x;
-}
+template <class V> TARNM_INLINE V square(V x) { return x * x; }
 
 // `element(r, c)` gives values of V: one matrix, or one in each lane.
 template <class V, class Element>
@@ -31,16 +27,17 @@ TARNM_INLINE V sumByColumns(std::int32_t rows, std::int32_t columns, const Eleme
 {
     V sums[4] = {V(0), V(0), V(0), V(0)};
     for (std::int32_t r = 0; r < rows; ++r)
-        for (std::int32_t c = 0; c < columns; ++c) sums[c % 4] = sums[c % 4] + square(element(r, c));
+        for (std::int32_t c = 0; c < columns; ++c)
+            sums[c % 4] = sums[c % 4] + square(element(r, c));
     return (sums[0] + sums[1]) + (sums[2] + sums[3]);
 }
 
 // Sixteen columns: the squares of columns k and k + 8 in partial sum k, and the eight folded.
-template <class V, class Element>
-TARNM_INLINE V sumOfBlock(std::int32_t r, std::int32_t begin, const Element& element)
+template <class V, class Element> TARNM_INLINE V sumOfBlock(std::int32_t r, std::int32_t begin, const Element& element)
 {
     V s[8];
-    for (int k = 0; k < 8; ++k) s[k] = square(element(r, begin + k)) + square(element(r, begin + k + 8));
+    for (int k = 0; k < 8; ++k)
+        s[k] = square(element(r, begin + k)) + square(element(r, begin + k + 8));
     return ((s[0] + s[4]) + (s[2] + s[6])) + ((s[1] + s[5]) + (s[3] + s[7]));
 }
 
@@ -51,8 +48,10 @@ TARNM_INLINE V sumRunning(std::int32_t rows, std::int32_t columns, const Element
     for (std::int32_t r = 0; r < rows; ++r) {
         std::int32_t c = 0;
         if constexpr (hasBlocks)
-            for (; c + 16 <= columns; c += 16) sum = sum + sumOfBlock<V>(r, c, element);
-        for (; c < columns; ++c) sum = sum + square(element(r, c));
+            for (; c + 16 <= columns; c += 16)
+                sum = sum + sumOfBlock<V>(r, c, element);
+        for (; c < columns; ++c)
+            sum = sum + square(element(r, c));
     }
     return sum;
 }
@@ -81,15 +80,13 @@ TARNM_INLINE V sumOfSquares(std::int32_t rows, std::int32_t columns, const Eleme
         return sumRunning<hasBlocks, V>(rows, columns, element);
 }
 
-template <int order, Path path, class S, class D>
-void squareNorms(const S& from, const D& to, Place place)
+template <int order, Path path, class S, class D> void squareNorms(const S& from, const D& to, Place place)
 {
     const auto kernel = [](const auto& a, auto& norm) __attribute__((always_inline))
     {
         using V = std::remove_cvref_t<decltype(norm)>;
-        norm = sqrt(sumOfSquares<path, false, V>(order, order, [&](int r, int c) __attribute__((always_inline)) {
-            return a[r][c];
-        }));
+        norm = sqrt(sumOfSquares<path, false, V>(
+            order, order, [&](int r, int c) __attribute__((always_inline)) { return a[r][c]; }));
     };
     forEachBlock(place, kernel, source<order, order>(from), result(to));
 }

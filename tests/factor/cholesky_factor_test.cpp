@@ -149,12 +149,14 @@ TEST_P(CholeskyFactor, EachThreadStopsAtItsOwnFailureAndCountsItsOwnGroups)
         ASSERT_EQ(whole.run(2), StatusOk);
         ASSERT_GT(threadCountQueries(), 0) << "not enough work for several threads";
         const bool grouped = isGrouped(whole, n);
-        // The last object of the first slice, and one in the second slice whose group straddles groups of the call.
-        for (const int failing : {middle - 1, middle + 5, middle + 210}) {
+        // The ends of both slices. Groups of the second one straddle those of the whole call.
+        for (int failing = 0; failing < count; ++failing) {
+            const int inItsSlice = failing % middle;
+            if (inItsSlice > 8 && inItsSlice < middle - 8) continue;
             Elements call = definite(n, count, style);
             call.set("src", failing, 2, 2, -1);
             ASSERT_EQ(call.run(2), StatusNotPositiveDefinite);
-            const int slice = failing < middle ? 0 : middle, place = failing - slice;
+            const int slice = failing - inItsSlice, place = inItsSlice;
             const bool inGroup = grouped && place < 208;
             const int begin = slice + (inGroup ? place / 4 * 4 : place), end = begin + (inGroup ? 4 : 1);
             for (int object = 0; object < count; ++object) {

@@ -102,7 +102,7 @@ TEST_P(QrSolution, MoreColumnsThanRowsAreToldBehindEverythingElse)
 
 TEST_P(QrSolution, SquaresOfOrderThreeToSixLeaveTheBufferAlone)
 {
-    SparseMemory nothing(std::size_t(SparseMemory::pageBytes()));
+    SparseMemory nothing{std::size_t(SparseMemory::pageBytes())};
     for (const int n : {3, 4, 5, 6})
         for (const Style style : stylesToTry(member()))
             for (const int count : {1, 19}) {
@@ -115,7 +115,7 @@ TEST_P(QrSolution, SquaresOfOrderThreeToSixLeaveTheBufferAlone)
 TEST_P(QrSolution, SeveralThreadsLeaveTheBufferAlone)
 {
     if (!isArrayMember(member())) return;
-    SparseMemory nothing(std::size_t(SparseMemory::pageBytes()));
+    SparseMemory nothing{std::size_t(SparseMemory::pageBytes())};
     for (const Shape shape : {Shape{7, 7}, {2, 9}}) {
         Elements call = system(shape, 301, stylesToTry(member())[0]);
         call.call.value(call.call.argumentIndex("pBuffer")).pointer = nothing.base();
@@ -196,7 +196,8 @@ template <class T, class Factor, class Solve> void expectLeastSquares(Shape shap
 {
     const int w = shape.width, h = shape.height, size = sizeof(T);
     const double epsilon = std::numeric_limits<T>::epsilon();
-    std::vector<T> a(std::size_t(w * h)), qr(a.size()), b(std::size_t(h), T(0)), x(std::size_t(w), T(0)), buffer(b.size());
+    std::vector<T> a(std::size_t(w * h)), qr(a.size()), b(std::size_t(h), T(0)), x(std::size_t(w), T(0)),
+        buffer(b.size());
     for (int r = 0; r < h; ++r) {
         b[std::size_t(r)] = T(1 + r % 4);
         for (int c = 0; c < w; ++c)
