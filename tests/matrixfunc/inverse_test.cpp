@@ -269,18 +269,18 @@ TEST(Inverse, WithTheRefinedReciprocalIsUsableInsideItsRangeOnly)
         const char* name;
         std::vector<int> orders;
     } refined[] = {{"tarnmInvert_m_32f", {3, 4}}, {"tarnmInvert_ma_32f_L", {3, 4}}, {"tarnmInvert_ma_32f", {4}}};
-    for (const auto& [name, orders] : refined)
-        for (const int n : orders) {
+    for (const auto& member : refined)
+        for (const int n : member.orders) {
             const auto first = [&](double x) {
-                MatrixCall call(memberNamed(name), {identityBut(n, x)}, Style::packed);
+                MatrixCall call(memberNamed(member.name), {identityBut(n, x)}, Style::packed);
                 EXPECT_EQ(call(), StatusOk);
                 return call.at(0, 0, 0) * x;
             };
             for (const double x : {1.0, 3.0, 0x1.8p-60, -0x1.4p-62, 0x1.2p+60, -0x1.cp+62})
-                EXPECT_NEAR(first(x), 1, 0x1p-20) << name << ' ' << n << ' ' << x;
-            EXPECT_FALSE(std::isfinite(first(0x1p-66))) << name << ' ' << n;
-            EXPECT_FALSE(std::isfinite(first(0x1p-100))) << name << ' ' << n;
-            EXPECT_NEAR(first(0x1p+78), 2, 0x1p-8) << name << ' ' << n;
+                EXPECT_NEAR(first(x), 1, 0x1p-20) << member.name << ' ' << n << ' ' << x;
+            EXPECT_FALSE(std::isfinite(first(0x1p-66))) << member.name << ' ' << n;
+            EXPECT_FALSE(std::isfinite(first(0x1p-100))) << member.name << ' ' << n;
+            EXPECT_NEAR(first(0x1p+78), 2, 0x1p-8) << member.name << ' ' << n;
         }
 }
 
