@@ -92,6 +92,20 @@ TYPED_TEST(Right, InverseOfLargeAndSmallMatrices)
     }
 }
 
+// Among them determinants whose reciprocal is a normal number, while the square that refines it is not.
+TYPED_TEST(Right, InverseAtEveryScale)
+{
+    using T = TypeParam;
+    const int far = 80;
+    for (std::ptrdiff_t order = 1; order <= 6; ++order)
+        for (int exponent = -far; exponent <= far; ++exponent) {
+            Packed<T> a(1, order), x(1, order);
+            fill_regular(a, 0, exponent);
+            invert(a.view(), x.view());
+            ASSERT_LE(residual(a, x, 0), 64 * order * eps<T>) << order << ' ' << exponent;
+        }
+}
+
 TYPED_TEST(Right, InverseOfRowsOfDifferentScale)
 {
     using T = TypeParam;

@@ -15,10 +15,11 @@ namespace tarnm {
 namespace detail {
 
 // Up to this power of two the elements of a matrix cannot take its determinant out of range: by Hadamard's bound it is
-// below order^(order/2) * largest^order.
+// below order^(order/2) * largest^order. In single precision the range is that of the refined reciprocal, which squares an
+// estimate.
 template <class T> constexpr int safe_exponent(int order)
 {
-    constexpr int range = std::numeric_limits<T>::max_exponent - 6;
+    constexpr int range = (sizeof(T) == 4 ? 68 : std::numeric_limits<T>::max_exponent) - 6;
     const int log_of_order = std::bit_width(static_cast<unsigned>(order - 1));
     return (range - (order * log_of_order + 1) / 2) / order;
 }
@@ -109,8 +110,12 @@ template <class A> std::size_t invert_scaled_bytes(const A& a)
 template <class A, class D> tarnmStatus invert_all(const A& a, const D& inverse, void* buffer, void* place)
 {
     const int exponent = safe_exponent<typename A::value_type>(a.rows());
+    // The reciprocal of a small determinant may overflow without a failure.
+    constexpr int infinite = std::numeric_limits<typename A::value_type>::max_exponent;
     const auto direct = [&](std::ptrdiff_t first, std::ptrdiff_t count) {
-        return invert_views(a.objects(first, count), inverse.objects(first, count), buffer, std::tie(std::nothrow));
+        const auto results = inverse.objects(first, count);
+        const tarnmStatus status = invert_views(a.objects(first, count), results, buffer, std::tie(std::nothrow));
+        return status == StatusOk && any_beyond(results, infinite) ? StatusSingular : status;
     };
     if (!any_beyond(a, exponent)) {
         const tarnmStatus status = direct(0, a.count());
