@@ -97,8 +97,6 @@ void multiplyObjectsOfCase(const A& a, const B& b, const D& d, Place place)
     const auto object = [&](std::ptrdiff_t o) { multiplyObjectOfCase<plan, n>(a[o], b[o], d[o]); };
     if constexpr (D::isSingle)
         object(0);
-    else if constexpr (isDense && isSinglePrecision && n == 4)
-        multiplyByRows4(a, b, d, place);
     else if constexpr (isDense && isSinglePrecision && n == 6)
         multiplyByRows6(a, b, d, place);
     else {

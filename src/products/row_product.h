@@ -1,9 +1,9 @@
-// Products of 4 by 4 and 6 by 6 matrices in single precision, one object at a time with its rows side by side.
+// Products of 6 by 6 matrices in single precision, one object at a time with its rows side by side.
 //
-//   multiplyByRows4, multiplyByRows6   arrays of dense matrices
+//   multiplyByRows6   arrays of dense matrices
 //
 // Row i of the result is ((a(i,0) * B0 + a(i,1) * B1) + a(i,2) * B2) + ..., where Bk is row k of b: the products of
-// every element are added in ascending k, from the first on. At these orders whole rows fill the vectors better than
+// every element are added in ascending k, from the first on. At this order whole rows fill the vectors better than
 // lanes of objects, which have to be transposed on the way in and out.
 #pragma once
 
@@ -12,92 +12,7 @@
 namespace tarnm {
 namespace products {
 
-// ---- 4 by 4: a row is one piece of 16 bytes, and a vector holds as many rows as it has pieces
-
-using Rows4 = native_lanes<float>;
-using Row4 = lanes<float, 4>;
-inline constexpr int rowsOfVector4 = Rows4::size() / 4;
-inline constexpr int vectorsOf4 = 4 / rowsOfVector4;
-
-template <std::size_t... I> TARNM_INLINE Rows4 inEveryPiece(Row4 row, std::index_sequence<I...>)
-{
-    return Rows4(__builtin_shufflevector(row.raw, row.raw, int(I % 4)...));
-}
-TARNM_INLINE Rows4 inEveryPiece(Row4 row) { return inEveryPiece(row, std::make_index_sequence<Rows4::size()>{}); }
-
-// Piece q holds element from + q of piece q in all its lanes.
-template <int from, std::size_t... I> TARNM_INLINE Rows4 diagonalOf(Rows4 v, std::index_sequence<I...>)
-{
-    return Rows4(__builtin_shufflevector(v.raw, v.raw, int(I / 4 * 4 + from + I / 4)...));
-}
-
-// b(k, 0) .. b(k, 3) in every piece.
-template <class B> TARNM_INLINE void loadRowsOfB(const B& b, Rows4 (&rows)[4])
-{
-    Row4 row[4];
-    TARNM_UNROLL
-    for (int k = 0; k < 4; ++k)
-        if constexpr (blocks::isTransposed<B>)
-            row[k] = load<Row4>(b.address(0, k));
-        else
-            row[k] = load<Row4>(b.address(k, 0));
-    if constexpr (blocks::isTransposed<B>) blocks::transposePieces(row);
-    TARNM_UNROLL
-    for (int k = 0; k < 4; ++k)
-        rows[k] = inEveryPiece(row[k]);
-}
-
-// factors[k][v]: piece q has a(v * rowsOfVector4 + q, k) in all its lanes.
-template <class A, std::size_t... v>
-TARNM_INLINE void loadFactors(const A& a, Rows4 (&factors)[4][vectorsOf4], std::index_sequence<v...>)
-{
-    if constexpr (blocks::isTransposed<A>) {
-        TARNM_UNROLL
-        for (int k = 0; k < 4; ++k) {
-            const Rows4 stored = inEveryPiece(load<Row4>(a.address(0, k)));
-            ((factors[k][v] = diagonalOf<int(v) * rowsOfVector4>(stored, std::make_index_sequence<Rows4::size()>{})),
-             ...);
-        }
-    } else {
-        const auto spread = [&](int w) __attribute__((always_inline))
-        {
-            const Rows4 rows = blocks::loadJoined<Rows4>([&](int q) __attribute__((always_inline)) {
-                return a.address(w * rowsOfVector4 + q, 0);
-            });
-            factors[0][w] = blocks::shuffled<0, 0, 0, 0>(rows, rows);
-            factors[1][w] = blocks::shuffled<1, 1, 1, 1>(rows, rows);
-            factors[2][w] = blocks::shuffled<2, 2, 2, 2>(rows, rows);
-            factors[3][w] = blocks::shuffled<3, 3, 3, 3>(rows, rows);
-        };
-        (spread(int(v)), ...);
-    }
-}
-
-template <class A, class B, class D> void multiplyByRows4(const A& a, const B& b, const D& d, Place place)
-{
-    Rows4 factors[4][vectorsOf4], rows[4];
-    if constexpr (A::isSingle) loadFactors(a.object, factors, std::make_index_sequence<vectorsOf4>{});
-    if constexpr (B::isSingle) loadRowsOfB(b.object, rows);
-    const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;
-    for (std::ptrdiff_t o = place.first; o < end; ++o) {
-        if constexpr (!A::isSingle) loadFactors(a[o], factors, std::make_index_sequence<vectorsOf4>{});
-        if constexpr (!B::isSingle) loadRowsOfB(b[o], rows);
-        const auto result = d[o];
-        TARNM_UNROLL
-        for (int v = 0; v < vectorsOf4; ++v) {
-            Rows4 sum = factors[0][v] * rows[0];
-            TARNM_UNROLL
-            for (int k = 1; k < 4; ++k)
-                sum = sum + factors[k][v] * rows[k];
-            blocks::forEachPiece<Rows4>([&](auto q) __attribute__((always_inline)) {
-                store(result.address(v * rowsOfVector4 + q, 0), blocks::pieceOf<q>(sum));
-            });
-        }
-    }
-}
-
-// ---- 6 by 6: a row takes 6 of 8 lanes, and a vector holds one row or two
-
+// A row takes 6 of 8 lanes, and a vector holds one row or two.
 using Row6 = lanes<float, 8>;
 using Rows6 = std::conditional_t<(native_lanes<float>::size() > 8), lanes<float, 16>, Row6>;
 inline constexpr int rowsOfVector6 = Rows6::size() / 8;
