@@ -10,7 +10,7 @@
 #include "factor/cholesky_rows.h"
 #include "factor/held.h"
 #include "factor/orders.h"
-#include "factor/tile.h"
+#include "frame/tile.h"
 #include "frame/operands.h"
 #include "tarnm/tarnm.h"
 

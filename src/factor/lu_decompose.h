@@ -63,7 +63,7 @@ template <class V, class S, class D>
 [[gnu::noinline]] bool decomposeTiled(const S& from, RowIndex index, const D& to, std::ptrdiff_t first, int live, int n)
 {
     Tile<V> tile;
-    loadTile(from, first, live, n, tile.a);
+    loadTile<Part::whole>(from, first, live, n, n, tile.a);
     if (!eliminateTile(tile, n)) return false;
     const RowIndex ofBlock = indexOfObject(index, first, n);
     distribute(tile.rows, n, live, [&](int l, int i, auto row) { ofBlock.set(l * n + i, std::int32_t(row)); });

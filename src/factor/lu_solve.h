@@ -8,6 +8,7 @@
 // side. Nothing is tested: a zero on the diagonal gives infinities and NaN.
 #pragma once
 
+#include "factor/held.h"
 #include "factor/lu_tiles.h"
 
 namespace tarnm {
@@ -28,15 +29,12 @@ namespace lu {
 // Calls block(first, live) for the objects of a call that run in lanes, and one(object) for a last object by itself.
 template <class V, class Block, class One> void inBlocks(Place place, const Block& block, const One& one)
 {
-    const std::int32_t end = place.first + place.count;
-    for (std::int32_t o = place.first; o < end;) {
-        const int live = end - o < lane_count_v<V> ? end - o : lane_count_v<V>;
-        if (live == 1)
-            one(o);
-        else
-            block(o, live);
-        o += live;
-    }
+    const std::int32_t done = forEachTile<V>(
+        place, [&](std::ptrdiff_t first, int live) __attribute__((always_inline)) {
+            block(first, live);
+            return true;
+        });
+    if (done < place.count) one(std::ptrdiff_t(place.first) + done);
 }
 
 // ---- Orders 3 to 6
@@ -109,7 +107,7 @@ template <int n, class M, class B, class X>
 void solveCasesWithOwnFactors(const M& factors, ConstRowIndex index, const B& b, const X& x, Place place)
 {
     using V = native_lanes<typename X::ObjectView::Element>;
-    const auto block = [&](std::int32_t o, int live) __attribute__((always_inline))
+    const auto block = [&](std::ptrdiff_t o, int live) __attribute__((always_inline))
     {
         const ConstRowIndex ofBlock = indexOfObject(index, o, n);
         V factor[n][n], rows[n], given[n], ordered[n], solution[n];
@@ -121,7 +119,7 @@ void solveCasesWithOwnFactors(const M& factors, ConstRowIndex index, const B& b,
         storeBlock(x, o, live, solution);
     };
     inBlocks<V>(place, block,
-                [&](std::int32_t o) { solveCaseAlone<n>(factors[o], indexOfObject(index, o, n), b[o], x[o]); });
+                [&](std::ptrdiff_t o) { solveCaseAlone<n>(factors[o], indexOfObject(index, o, n), b[o], x[o]); });
 }
 
 template <LuQuotients quotients, int n, class M, class B, class X>
@@ -166,14 +164,6 @@ void solveInPlace(const M& stored, ConstRowIndex index, const B& b, const X& x, 
                                            [&](std::int32_t i) { return b[index[i]]; }, x, n);
 }
 
-// A vector on the stack, as the loops see one.
-template <class V> struct LocalVector {
-    V* elements;
-
-    TARNM_INLINE V operator[](std::ptrdiff_t k) const { return elements[k]; }
-    TARNM_INLINE void set(std::ptrdiff_t k, V value) const { elements[k] = value; }
-};
-
 template <class V, class M, class B, class X>
 [[gnu::noinline]] void solveTiledWithOwnFactors(const M& factors, ConstRowIndex index, const B& b, const X& x,
                                                 std::ptrdiff_t first, int live, int n)
@@ -183,8 +173,8 @@ template <class V, class M, class B, class X>
     collect(ordered, n, live, [&](int l, int i) { return b[first + l][index[l * n + i]]; });
     substituteByLoops<V>(
         [&](int i, int j) __attribute__((always_inline)) { return factor[i * n + j]; },
-        [&](int i) __attribute__((always_inline)) { return ordered[i]; }, LocalVector<V>{solution}, n);
-    storeVectors(x, first, live, n, solution);
+        [&](int i) __attribute__((always_inline)) { return ordered[i]; }, HeldVector<V>{solution}, n);
+    storeTile<Part::whole>(x, first, live, 1, n, solution);
 }
 
 // `factor`: n x n elements in the order of its rows.
@@ -193,11 +183,11 @@ template <class V, class B, class X>
                                                std::ptrdiff_t first, int live, int n)
 {
     V given[largestTiled] = {}, solution[largestTiled];
-    loadVectors(b, first, live, n, given);
+    loadTile<Part::whole>(b, first, live, 1, n, given);
     substituteByLoops<V>(
         [&](int i, int j) __attribute__((always_inline)) { return V(factor[i * n + j]); },
-        [&](int i) __attribute__((always_inline)) { return given[index[i]]; }, LocalVector<V>{solution}, n);
-    storeVectors(x, first, live, n, solution);
+        [&](int i) __attribute__((always_inline)) { return given[index[i]]; }, HeldVector<V>{solution}, n);
+    storeTile<Part::whole>(x, first, live, 1, n, solution);
 }
 
 template <class M, class B, class X>
@@ -211,15 +201,15 @@ void solveTiled(const M& factors, ConstRowIndex index, const B& b, const X& x, s
             for (std::int32_t j = 0; j < n; ++j)
                 factor[i * n + j] = factors[0](index[i], j);
         inBlocks<V>(
-            place, [&](std::int32_t o, int live) { solveTiledWithOneFactor<V>(factor, index, b, x, o, live, n); },
-            [&](std::int32_t o) { solveInPlace(factors[0], index, b[o], x[o], n); });
+            place, [&](std::ptrdiff_t o, int live) { solveTiledWithOneFactor<V>(factor, index, b, x, o, live, n); },
+            [&](std::ptrdiff_t o) { solveInPlace(factors[0], index, b[o], x[o], n); });
     } else
         inBlocks<V>(
             place,
-            [&](std::int32_t o, int live) {
+            [&](std::ptrdiff_t o, int live) {
                 solveTiledWithOwnFactors<V>(factors, indexOfObject(index, o, n), b, x, o, live, n);
             },
-            [&](std::int32_t o) { solveInPlace(factors[o], indexOfObject(index, o, n), b[o], x[o], n); });
+            [&](std::ptrdiff_t o) { solveInPlace(factors[o], indexOfObject(index, o, n), b[o], x[o], n); });
 }
 
 template <class M, class B, class X>

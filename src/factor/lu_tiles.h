@@ -1,55 +1,25 @@
-// Blocks of objects of an order that is known at run time only, from smallestTiled to largestTiled.
+// Tiles whose rows an index array names, of an order that is known at run time only, from smallestTiled to largestTiled.
 //
-//   loadRow, storeRow          n elements side by side in each of the objects <-> lanes
-//   loadTile, loadNamedTile    objects -> n x n lanes, in the order of rows as stored or as an index names them
-//   storeNamedTile             rows of factors -> the stored rows that they belong to
-//   loadVectors, storeVectors  vectors -> n lanes, and back
-//   eliminateTile              the elimination of the general orders, on rows that change places
+//   loadNamedTile     stored rows -> rows of factors
+//   storeNamedTile    rows of factors -> the stored rows that they belong to
+//   eliminateTile     the elimination of the general orders, on rows that change places
 //
 // Tiles lie in memory: element (r, c) of a tile is a[r * n + c].
 #pragma once
 
 #include "factor/lu_lanes.h"
+#include "frame/tile.h"
 
 namespace tarnm::lu {
 
-inline constexpr int smallestTiled = 7, largestTiled = 16;
+inline constexpr int smallestTiled = 7, largestTiled = largestTileExtent;
 
 template <class V> struct Tile {
     V a[largestTiled * largestTiled];
     V rows[largestTiled];
 };
 
-// ---- Rows whose elements lie side by side
-
-// The last piece reaches back over elements already taken, never past the end.
-template <class V, class Bases> TARNM_INLINE void loadRow(const Bases& bases, int n, V* row)
-{
-    constexpr int W = blocks::pieceLength<V>;
-    V v[W];
-    for (int c = 0; c < n; c += W) {
-        const int from = c + W <= n ? c : n - W;
-        blocks::loadPieces(bases, from, v);
-        TARNM_UNROLL
-        for (int j = 0; j < W; ++j)
-            row[from + j] = v[j];
-    }
-}
-
-template <class V, class Bases> TARNM_INLINE void storeRow(const Bases& bases, int n, const V* row)
-{
-    constexpr int W = blocks::pieceLength<V>;
-    V v[W];
-    for (int c = 0; c < n; c += W) {
-        const int from = c + W <= n ? c : n - W;
-        TARNM_UNROLL
-        for (int j = 0; j < W; ++j)
-            v[j] = row[from + j];
-        blocks::storePieces(bases, from, v);
-    }
-}
-
-// ---- All other rows, through memory
+// ---- Lanes in memory
 
 template <class V> scalar_t<V>* lanesInMemory(V* a) { return reinterpret_cast<scalar_t<V>*>(a); }
 
@@ -70,33 +40,14 @@ template <class V, class Set> void distribute(const V* a, int elements, int live
             set(l, i, loadElement(values + i * lane_count_v<V> + l));
 }
 
-// ---- Tiles
-
-template <class V, class Array> void loadTile(const Array& array, std::ptrdiff_t first, int live, int n, V* a)
-{
-    constexpr int N = lane_count_v<V>;
-    if constexpr (hasDenseRows<Array>) {
-        const auto bases = blocks::basesOf<N>(array, first, live);
-        for (int r = 0; r < n; ++r)
-            loadRow(bases.shifted(r * blocks::rowStrideOf(blocks::pattern(array))), n, a + r * n);
-    } else {
-        if constexpr (blocks::isArray<Array>)
-            if (array.objectStride == sizeof(scalar_t<V>) && live == N) {
-                for (int r = 0; r < n; ++r)
-                    for (int c = 0; c < n; ++c)
-                        a[r * n + c] = load<V>(array[first].address(r, c));
-                return;
-            }
-        collect(a, n * n, live, [&](int l, int i) { return array[first + l](i / n, i % n); });
-    }
-}
+// ---- Rows that an index names
 
 template <class V, class Array>
 void loadNamedTile(const Array& array, std::ptrdiff_t first, int live, ConstRowIndex index, int n, V* a)
 {
     if constexpr (hasDenseRows<Array>)
         for (int k = 0; k < n; ++k)
-            loadRow(basesOfRows<lane_count_v<V>>(array, first, live, index, n, k), n, a + k * n);
+            tile::loadRun(basesOfRows<lane_count_v<V>>(array, first, live, index, n, k), n, a + k * n);
     else
         collect(a, n * n, live, [&](int l, int i) { return array[first + l](index[l * n + i / n], i % n); });
 }
@@ -108,38 +59,11 @@ void storeNamedTile(const Array& array, std::ptrdiff_t first, int live, RowIndex
     if constexpr (hasDenseRows<Array> && blocks::isArray<Array>)
         if (live == N && rowsAreApart(array, n)) {
             for (int k = 0; k < n; ++k)
-                storeRow(basesOfRows<N>(array, first, N, index, n, k), n, a + k * n);
+                tile::storeRun(basesOfRows<N>(array, first, N, index, n, k), n, a + k * n);
             return;
         }
     distribute(a, n * n, live,
                [&](int l, int i, auto value) { array[first + l].set(index[l * n + i / n], i % n, value); });
-}
-
-// ---- Vectors
-
-template <class V, class Array> void loadVectors(const Array& array, std::ptrdiff_t first, int live, int n, V* b)
-{
-    constexpr int N = lane_count_v<V>;
-    if constexpr (hasDenseRows<Array>)
-        loadRow(blocks::basesOf<N>(array, first, live), n, b);
-    else {
-        if constexpr (blocks::isArray<Array>)
-            if (array.objectStride == sizeof(scalar_t<V>) && live == N) {
-                for (int i = 0; i < n; ++i)
-                    b[i] = load<V>(array[first].address(i));
-                return;
-            }
-        collect(b, n, live, [&](int l, int i) { return array[first + l][i]; });
-    }
-}
-
-template <class V, class Array> void storeVectors(const Array& array, std::ptrdiff_t first, int live, int n, const V* x)
-{
-    constexpr int N = lane_count_v<V>;
-    if constexpr (hasDenseRows<Array> && blocks::isArray<Array>)
-        if (live == N && array.objectStride >= n * std::ptrdiff_t(sizeof(scalar_t<V>)))
-            return storeRow(blocks::basesOf<N>(array, first, N), n, x);
-    distribute(x, n, live, [&](int l, int i, auto value) { array[first + l].set(i, value); });
 }
 
 // ---- Elimination

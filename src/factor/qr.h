@@ -9,7 +9,7 @@
 #include "factor/held.h"
 #include "factor/orders.h"
 #include "factor/qr_steps.h"
-#include "factor/tile.h"
+#include "frame/tile.h"
 #include "frame/blocks.h"
 #include "tarnm/tarnm.h"
 

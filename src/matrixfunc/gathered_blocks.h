@@ -6,51 +6,15 @@
 // For 25 and 36 elements in any places they are code alone.
 #pragma once
 
-#include "frame/blocks.h"
+#include "frame/tile.h"
 
 namespace tarnm {
 
 namespace gathered {
 
-// Elements of lane l at to[k * lanes + l]. Unused lanes repeat the last object.
-template <class V, class Array>
-[[gnu::noinline]] void gather(const Array& from, std::ptrdiff_t first, int live, int order, scalar_t<V>* to)
-{
-    using T = scalar_t<V>;
-    constexpr int N = lane_count_v<V>;
-    if constexpr (N > 1 && requires { from.objectStride; })
-        if (live == N && from.objectStride == sizeof(T)) {
-            const auto object = from[first];
-            for (int r = 0; r < order; ++r)
-                for (int c = 0; c < order; ++c, to += N)
-                    store(to, load<V>(object.address(r, c)));
-            return;
-        }
-    for (int l = 0; l < N; ++l) {
-        const auto object = from[first + (l < live ? l : live - 1)];
-        T* lane = to + l;
-        for (int r = 0; r < order; ++r)
-            for (int c = 0; c < order; ++c, lane += N)
-                storeElement(lane, object(r, c));
-    }
-}
-
-// In the order of objects, rows, columns.
-template <class V, class Array>
-[[gnu::noinline]] void scatter(const Array& to, std::ptrdiff_t first, int live, int order, const scalar_t<V>* from)
-{
-    for (int l = 0; l < live; ++l) {
-        const auto object = to[first + l];
-        const scalar_t<V>* lane = from + l;
-        for (int r = 0; r < order; ++r)
-            for (int c = 0; c < order; ++c, lane += lane_count_v<V>)
-                object.set(r, c, loadElement(lane));
-    }
-}
-
 template <class V, class Array, int n> void put(const Array& to, std::ptrdiff_t first, int live, const V (&x)[n][n])
 {
-    scatter<V>(to, first, live, n, reinterpret_cast<const scalar_t<V>*>(x));
+    storeTile<Part::whole>(to, first, live, n, n, &x[0][0]);
 }
 
 template <class V, class T> void put(const ScalarArray<T>& to, std::ptrdiff_t first, int live, const V& x)
@@ -64,7 +28,7 @@ bool computed(const Kernel& kernel, std::ptrdiff_t first, int live, const S& fro
 {
     V a[n][n];
     X x;
-    gather<V>(from, first, live, n, reinterpret_cast<scalar_t<V>*>(a));
+    loadTile<Part::whole>(from, first, live, n, n, &a[0][0]);
     if constexpr (std::is_void_v<decltype(kernel(a, x))>)
         kernel(a, x);
     else if (any(kernel(a, x)))
@@ -73,8 +37,13 @@ bool computed(const Kernel& kernel, std::ptrdiff_t first, int live, const S& fro
     return true;
 }
 
-template <class V, class D, int n> using ResultOf = std::conditional_t < requires(D d) { d[0].set(0, 0, 0); }
-, V[n][n], V > ;
+template <class D>
+concept Matrices = requires(const D& results)
+{
+    results[0].set(0, 0, 0);
+};
+
+template <class V, class D, int n> using ResultOf = std::conditional_t<Matrices<D>, V[n][n], V>;
 
 } // namespace gathered
 

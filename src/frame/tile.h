@@ -1,4 +1,4 @@
-// Objects of any small shape in lanes: what blocks.h does, for orders that the compiler does not know.
+// Objects of any small shape in lanes: what blocks.h does, in loops over elements instead of unrolled moves.
 //
 //   largestTileExtent       rows and columns up to which objects go into tiles
 //   fitsTile                whether a shape does
@@ -158,10 +158,12 @@ template <Part part, class V, class Array>
                 tile::storeRun(bases.shifted(r * rowStride), tile::lengthOfRow<part>(shape, r), a + r * columns);
             return;
         }
-    } else if (tile::isInterleaved<V>(array, live) && tile::isClearInterleaved<V>(blocks::pattern(array), shape)) {
-        const auto object = array[first];
-        return tile::overPart<part>(
-            shape, [&](int r, int c) { store(blocks::elementAddress(object, r, c), a[r * columns + c]); });
+    } else if constexpr (blocks::isArray<Array>) {
+        if (tile::isInterleaved<V>(array, live) && tile::isClearInterleaved<V>(array.first, shape)) {
+            const auto object = array[first];
+            return tile::overPart<part>(
+                shape, [&](int r, int c) { store(blocks::elementAddress(object, r, c), a[r * columns + c]); });
+        }
     }
     const T* const values = reinterpret_cast<const T*>(a);
     for (int l = 0; l < live; ++l) {
