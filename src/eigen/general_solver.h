@@ -105,11 +105,14 @@ template <class T> PassEnd findVectors(const Workspace<T>& work, Sets sets, cons
 #define TARNM_GENERAL_SOLVER(prefix, T)                                                                                \
     prefix template tarnmStatus findValues<T>(const Workspace<T>&, const Values<T>&);                                  \
     prefix template tarnmStatus findSchurForm<T>(const Workspace<T>&, int, const Values<T>&);                          \
-    prefix template bool findValuesInLanes<T>(LaneTile<T>&, int);                                                      \
-    prefix template bool findSchurFormInLanes<T>(LaneTile<T>&, int);                                                   \
     prefix template PassEnd findVectors<T>(const Workspace<T>&, Sets, const Values<T>&);
+#define TARNM_GENERAL_SOLVER_IN_LANES(prefix, T)                                                                       \
+    prefix template bool findValuesInLanes<T>(LaneTile<T>&, int);                                                      \
+    prefix template bool findSchurFormInLanes<T>(LaneTile<T>&, int);
 
 TARNM_GENERAL_SOLVER(extern, float)
 TARNM_GENERAL_SOLVER(extern, double)
+TARNM_GENERAL_SOLVER_IN_LANES(extern, float)
+TARNM_GENERAL_SOLVER_IN_LANES(extern, double)
 
 } // namespace tarnm::general

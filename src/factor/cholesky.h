@@ -10,10 +10,10 @@
 #include "factor/cholesky_blocks.h"
 #include "factor/cholesky_rows.h"
 #include "factor/held.h"
-#include "factor/orders.h"
-#include "frame/tile.h"
 #include "frame/operands.h"
+#include "frame/orders.h"
 #include "frame/path.h"
+#include "frame/tile.h"
 #include "tarnm/tarnm.h"
 
 namespace tarnm {
@@ -155,7 +155,7 @@ tarnmStatus choleskyFactors(const S& from, const D& to, std::int32_t n, Place pl
             else
                 return factoredInLanes<order>(from, to, place, tolerance);
         };
-        done = forOrder3to6(n, inLanes, 0);
+        done = forOrder3to6(n, inLanes, [] { return 0; });
         if (done < 0) return StatusNotPositiveDefinite;
         if (n < 3 || (n > 6 && fitsTile(n, n))) done = factoredInTiles(from, to, n, place, tolerance);
     }

@@ -9,9 +9,9 @@
 #include "factor/cholesky_blocks.h"
 #include "factor/cholesky_rows.h"
 #include "factor/held.h"
-#include "factor/orders.h"
-#include "frame/tile.h"
 #include "frame/operands.h"
+#include "frame/orders.h"
+#include "frame/tile.h"
 #include "tarnm/tarnm.h"
 
 namespace tarnm {
@@ -61,7 +61,7 @@ tarnmStatus choleskySolutions(const L& factors, const B& right, const X& solutio
 {
     using namespace cholesky;
     std::int32_t done = forOrder3to6(
-        n, [&](auto order) { return solvedInLanes<order>(factors, right, solutions, place); }, 0);
+        n, [&](auto order) { return solvedInLanes<order>(factors, right, solutions, place); }, [] { return 0; });
     if constexpr (!X::isSingle)
         if (n < 3 || (n > 6 && fitsTile(n, n))) done = solvedInTiles(factors, right, solutions, n, place);
     const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "factor/lu_tiles.h"
+#include "frame/orders.h"
 
 namespace tarnm {
 namespace lu {
@@ -117,18 +118,9 @@ template <class S, class D>
 tarnmStatus decomposeLU(const S& from, std::int32_t* firstIndex, const D& to, std::int32_t n, Place place)
 {
     const RowIndex index{firstIndex, {}};
-    switch (n) {
-    case 3:
-        return lu::decomposeCases<3>(from, index, to, place);
-    case 4:
-        return lu::decomposeCases<4>(from, index, to, place);
-    case 5:
-        return lu::decomposeCases<5>(from, index, to, place);
-    case 6:
-        return lu::decomposeCases<6>(from, index, to, place);
-    default:
-        return lu::decomposeOthers(from, index, to, n, place);
-    }
+    return forOrder3to6(
+        n, [&](auto order) { return lu::decomposeCases<order>(from, index, to, place); },
+        [&] { return lu::decomposeOthers(from, index, to, n, place); });
 }
 
 } // namespace tarnm

@@ -10,6 +10,7 @@
 
 #include "factor/lu_elimination.h"
 #include "frame/blocks.h"
+#include "frame/tile.h"
 
 namespace tarnm::lu {
 
@@ -75,7 +76,7 @@ template <int n, class V> TARNM_INLINE void inNamedOrder(const V (&all)[n], cons
         ordered[i] = named(all, rows[i]);
 }
 
-template <class Array> inline constexpr bool hasDenseRows = requires { requires Array::ObjectView::isDense; };
+using tile::isDense;
 
 // The same row number for all lanes is a row of each object.
 template <class T, int N> struct NamedBases {
@@ -110,7 +111,7 @@ TARNM_INLINE void storeNamedRows(const Array& array, std::ptrdiff_t first, int l
                                  const V (&rows)[n])
 {
     constexpr int N = lane_count_v<V>;
-    if constexpr (hasDenseRows<Array> && blocks::isArray<Array>)
+    if constexpr (isDense<Array> && blocks::isArray<Array>)
         if (live == N && rowsAreApart(array, n)) {
             TARNM_UNROLL
             for (int k = 0; k < n; ++k)
@@ -155,7 +156,7 @@ TARNM_INLINE void loadNamedRows(const Array& array, std::ptrdiff_t first, int li
                                 const V (&rows)[n], V (&a)[n][n])
 {
     constexpr int N = lane_count_v<V>;
-    if constexpr (hasDenseRows<Array>) {
+    if constexpr (isDense<Array>) {
         TARNM_UNROLL
         for (int k = 0; k < n; ++k)
             blocks::loadRuns<n>(basesOfRows<N>(array, first, live, index, n, k), a[k]);

@@ -10,6 +10,7 @@
 
 #include "factor/held.h"
 #include "factor/lu_tiles.h"
+#include "frame/orders.h"
 
 namespace tarnm {
 
@@ -106,7 +107,9 @@ void solveCasesWithOneFactor(const M& stored, ConstRowIndex index, const B& b, c
 template <int n, class M, class B, class X>
 void solveCasesWithOwnFactors(const M& factors, ConstRowIndex index, const B& b, const X& x, Place place)
 {
-    using V = native_lanes<typename X::ObjectView::Element>;
+    using Element = typename X::ObjectView::Element;
+    // The rows of a block are gathered, in which the wider vectors are slower up to order 4.
+    using V = std::conditional_t<(n <= 4), narrow_lanes<Element>, native_lanes<Element>>;
     const auto block = [&](std::ptrdiff_t o, int live) __attribute__((always_inline))
     {
         const ConstRowIndex ofBlock = indexOfObject(index, o, n);
@@ -213,13 +216,17 @@ void solveTiled(const M& factors, ConstRowIndex index, const B& b, const X& x, s
 }
 
 template <class M, class B, class X>
-void solveOthers(const M& factors, ConstRowIndex index, const B& b, const X& x, std::int32_t n, Place place)
+tarnmStatus solveOthers(const M& factors, ConstRowIndex index, const B& b, const X& x, std::int32_t n, Place place)
 {
     if constexpr (!X::isSingle)
-        if (n >= smallestTiled && n <= largestTiled) return solveTiled(factors, index, b, x, n, place);
+        if (n >= smallestTiled && n <= largestTiled) {
+            solveTiled(factors, index, b, x, n, place);
+            return StatusOk;
+        }
     const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;
     for (std::ptrdiff_t o = place.first; o < end; ++o)
         solveInPlace(factors[o], M::isSingle ? index : indexOfObject(index, o, n), b[o], x[o], n);
+    return StatusOk;
 }
 
 } // namespace lu
@@ -230,18 +237,10 @@ tarnmStatus solveLU(const M& factors, const std::int32_t* firstIndex, const B& b
 {
     constexpr LuQuotients quotients = plan.quotientsOfCases;
     const ConstRowIndex index{firstIndex, {}};
-    if (!plan.fewVectorsTakeLoops || place.count > 2) switch (n) {
-        case 3:
-            return lu::solveCases<quotients, 3>(factors, index, b, x, place);
-        case 4:
-            return lu::solveCases<quotients, 4>(factors, index, b, x, place);
-        case 5:
-            return lu::solveCases<quotients, 5>(factors, index, b, x, place);
-        case 6:
-            return lu::solveCases<quotients, 6>(factors, index, b, x, place);
-        }
-    lu::solveOthers(factors, index, b, x, n, place);
-    return StatusOk;
+    const bool takesLoops = plan.fewVectorsTakeLoops && place.count <= 2;
+    return forOrder3to6(
+        takesLoops ? 0 : n, [&](auto order) { return lu::solveCases<quotients, order>(factors, index, b, x, place); },
+        [&] { return lu::solveOthers(factors, index, b, x, n, place); });
 }
 
 } // namespace tarnm

@@ -45,7 +45,7 @@ template <class V, class Set> void distribute(const V* a, int elements, int live
 template <class V, class Array>
 void loadNamedTile(const Array& array, std::ptrdiff_t first, int live, ConstRowIndex index, int n, V* a)
 {
-    if constexpr (hasDenseRows<Array>)
+    if constexpr (isDense<Array>)
         for (int k = 0; k < n; ++k)
             tile::loadRun(basesOfRows<lane_count_v<V>>(array, first, live, index, n, k), n, a + k * n);
     else
@@ -56,7 +56,7 @@ template <class V, class Array>
 void storeNamedTile(const Array& array, std::ptrdiff_t first, int live, RowIndex index, int n, const V* a)
 {
     constexpr int N = lane_count_v<V>;
-    if constexpr (hasDenseRows<Array> && blocks::isArray<Array>)
+    if constexpr (isDense<Array> && blocks::isArray<Array>)
         if (live == N && rowsAreApart(array, n)) {
             for (int k = 0; k < n; ++k)
                 tile::storeRun(basesOfRows<N>(array, first, N, index, n, k), n, a + k * n);

@@ -7,10 +7,10 @@
 #pragma once
 
 #include "factor/held.h"
-#include "factor/orders.h"
 #include "factor/qr_steps.h"
-#include "frame/tile.h"
 #include "frame/blocks.h"
+#include "frame/orders.h"
+#include "frame/tile.h"
 #include "tarnm/tarnm.h"
 
 namespace tarnm {
@@ -86,12 +86,9 @@ tarnmStatus qrFactors(const S& from, void* buffer, const D& to, std::int32_t wid
     using T = typename D::ObjectView::Element;
     std::int32_t done = 0;
     if constexpr (!D::isSingle) {
-        const bool isCase = width == height && width >= 3 && width <= 6;
-        if (isCase)
-            done = forOrder3to6(
-                width, [&](auto order) { return factoredInLanes<order>(from, to, place); }, 0);
-        else if (fitsTile(width, height))
-            done = factoredInTiles(from, to, width, height, place);
+        done = forOrder3to6(
+            width == height ? width : 0, [&](auto order) { return factoredInLanes<order>(from, to, place); },
+            [&] { return fitsTile(width, height) ? factoredInTiles(from, to, width, height, place) : 0; });
     }
     const auto vector = vectorAt<Spacing::dense>(static_cast<T*>(buffer), sizeof(T));
     for (; done < place.count; ++done)

@@ -7,10 +7,10 @@
 #pragma once
 
 #include "factor/held.h"
-#include "factor/orders.h"
 #include "factor/qr_steps.h"
-#include "frame/tile.h"
 #include "frame/blocks.h"
+#include "frame/orders.h"
+#include "frame/tile.h"
 #include "tarnm/tarnm.h"
 
 namespace tarnm {
@@ -48,7 +48,7 @@ template <int n, class V> [[gnu::noinline]] void factorAndSolveHeld(const V (&a)
 template <int n, class A, class B, class X>
 std::int32_t solvedInLanes(const A& matrices, const B& right, const X& solutions, Place place)
 {
-    using V = native_lanes<typename X::ObjectView::Element>;
+    using V = lanes_for_order<typename X::ObjectView::Element, n>;
     V a[n][n], factors[n];
     if (A::isSingle && place.count > 1) {
         loadBlock(matrices, 0, lane_count_v<V>, a);
@@ -141,18 +141,12 @@ void solveInBuffer(const A& a, const B& b, const X& x, const Buffer& c, int widt
         x.set(i, c[i]);
 }
 
-} // namespace qr
-
+// Orders that have no case of their own.
 template <class A, class B, class X>
-tarnmStatus qrSolutions(const A& matrices, void* buffer, const B& right, const X& solutions, std::int32_t width,
+tarnmStatus solveOthers(const A& matrices, void* buffer, const B& right, const X& solutions, std::int32_t width,
                         std::int32_t height, Place place)
 {
-    using namespace qr;
     using T = typename X::ObjectView::Element;
-    if (width == height && width >= 3 && width <= 6)
-        return forOrder3to6(
-            width, [&](auto order) { return solveCase<order>(matrices, right, solutions, place); },
-            tarnmStatus(StatusOk));
     std::int32_t done = 0;
     if constexpr (!X::isSingle)
         if (fitsTile(width, height)) done = solvedInTiles(matrices, right, solutions, width, height, place);
@@ -161,6 +155,18 @@ tarnmStatus qrSolutions(const A& matrices, void* buffer, const B& right, const X
     for (std::ptrdiff_t o = std::ptrdiff_t(place.first) + done; o < end; ++o)
         solveInBuffer(matrices[o], right[o], solutions[o], c, width, height);
     return StatusOk;
+}
+
+} // namespace qr
+
+template <class A, class B, class X>
+tarnmStatus qrSolutions(const A& matrices, void* buffer, const B& right, const X& solutions, std::int32_t width,
+                        std::int32_t height, Place place)
+{
+    return forOrder3to6(
+        width == height ? width : 0,
+        [&](auto order) { return qr::solveCase<order>(matrices, right, solutions, place); },
+        [&] { return qr::solveOthers(matrices, buffer, right, solutions, width, height, place); });
 }
 
 } // namespace tarnm

@@ -263,6 +263,32 @@ template <int length, class V, class Bases> TARNM_INLINE void storeRuns(const Ba
 template <class V, int length>
 inline constexpr bool packsIntoPieces = pieceLength<V> == 4 && (length == 2 || length == 3);
 
+// Packed objects of an odd number of doubles: two of them are whole pieces, the middle one with an element of each.
+template <class V, int length> inline constexpr bool pairsIntoPieces = pieceLength<V> == 2 && length % 2 != 0;
+
+template <int length, class V, int... e>
+TARNM_INLINE void loadPackedPairs(const scalar_t<V>* base, V* a, std::integer_sequence<int, e...>)
+{
+    V v[length];
+    TARNM_UNROLL
+    for (int j = 0; j < length; ++j)
+        v[j] = loadJoined<V>([&](int q) __attribute__((always_inline)) { return base + 2 * (q * length + j); });
+    ((a[e] = shuffled<e % 2, 2 + (e + 1) % 2>(v[e / 2], v[(length + e) / 2])), ...);
+}
+
+template <int length, class V, int... j>
+TARNM_INLINE void storePackedPairs(scalar_t<V>* base, const V* a, std::integer_sequence<int, j...>)
+{
+    // Elements 2j and 2j + 1 of the two objects one behind the other.
+    const V v[length] = {
+        shuffled<2 * j / length, 2 + (2 * j + 1) / length>(a[2 * j % length], a[(2 * j + 1) % length])...};
+    forEachPiece<V>([&](auto q) __attribute__((always_inline)) {
+        TARNM_UNROLL
+        for (int i = 0; i < length; ++i)
+            store(base + 2 * (q * length + i), pieceOf<q>(v[i]));
+    });
+}
+
 template <int length, class V> TARNM_INLINE void loadPacked(const scalar_t<V>* base, V* a)
 {
     constexpr int W = pieceLength<V>;
@@ -284,7 +310,9 @@ template <int length, class V> TARNM_INLINE void loadPacked(const scalar_t<V>* b
             a[1] = shuffled<0, 2, 5, 7>(yz, xy);
             a[2] = shuffled<1, 3, 4, 7>(yz, v[2]);
         }
-    } else
+    } else if constexpr (pairsIntoPieces<V, length>)
+        loadPackedPairs<length>(base, a, std::make_integer_sequence<int, length>{});
+    else
         loadRuns<length>(PackedBases<const scalar_t<V>, length * sizeof(scalar_t<V>)>{base}, a);
 }
 
@@ -311,7 +339,9 @@ template <int length, class V> TARNM_INLINE void storePacked(scalar_t<V>* base, 
             for (int j = 0; j < length; ++j)
                 store(base + (q * length + j) * W, pieceOf<q>(v[j]));
         });
-    } else
+    } else if constexpr (pairsIntoPieces<V, length>)
+        storePackedPairs<length>(base, a, std::make_integer_sequence<int, length>{});
+    else
         storeRuns<length>(PackedBases<scalar_t<V>, length * sizeof(scalar_t<V>)>{base}, a);
 }
 

@@ -3,6 +3,8 @@
 //   lanes<T, N>                  N values of float or double; + - * / and comparisons lane by lane
 //   mask<T, N>                   the result of a comparison; && || ! lane by lane
 //   native_lanes<T>              the width of the target's vectors
+//   narrow_lanes<T>              at most 32 bytes of them
+//   lanes_for_order<T, n>        those that suit kernels of square matrices of order n
 //   scalar_t, mask_t, lane_count_v
 //                                element type, comparison type and width of a value type V
 //   load, store                  N consecutive elements at any address
@@ -133,6 +135,14 @@ template <class V> inline constexpr int lane_count_v = ValueTraits<V>::laneCount
 
 template <class T> inline constexpr int native_lane_count_v = machine::vectorBytes / int(sizeof(T));
 template <class T> using native_lanes = lanes<T, native_lane_count_v<T>>;
+
+// For kernels that compute little beside bringing elements into lanes: vectors of 64 bytes leave one port for the
+// shuffles and take another from the arithmetic, and so are slower there.
+template <class T>
+inline constexpr int narrow_lane_count_v = (machine::vectorBytes < 32 ? machine::vectorBytes : 32) / int(sizeof(T));
+template <class T> using narrow_lanes = lanes<T, narrow_lane_count_v<T>>;
+template <class T, int order>
+using lanes_for_order = std::conditional_t<(order <= 3), narrow_lanes<T>, native_lanes<T>>;
 
 // ---- Memory ----
 

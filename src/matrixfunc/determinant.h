@@ -6,6 +6,7 @@
 // Orders 3 to 6 have closed forms, which the objects of an array take in lanes. All others go through an elimination.
 #pragma once
 
+#include "frame/orders.h"
 #include "frame/path.h"
 #include "matrixfunc/determinant_forms.h"
 #include "matrixfunc/elimination.h"
@@ -51,7 +52,7 @@ template <int order, bool isDense, class Kernel, class S, class D>
 void expand(const S& from, const D& to, Place place, const Kernel& kernel)
 {
     using T = typename S::ObjectView::Element;
-    using V = std::conditional_t<S::isSingle, T, native_lanes<T>>;
+    using V = std::conditional_t<S::isSingle, T, lanes_for_order<T, order>>;
     if constexpr (order > 4 && !isDense)
         forEachGatheredBlock<V, order>(place, kernel, from, to);
     else
@@ -112,28 +113,26 @@ T eliminated(const Object& object, const elimination::Workspace<T>& work, std::i
     return abs(last) > tolerance ? done.product * (last * sign) : T(0);
 }
 
+template <Path path, class S, class D>
+tarnmStatus eliminations(const S& from, const D& to, std::int32_t order, void* buffer, Place place)
+{
+    using T = typename S::ObjectView::Element;
+    const elimination::Workspace<T> work(buffer, order);
+    const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;
+    for (std::ptrdiff_t n = place.first; n < end; ++n)
+        to.set(n, eliminated<Maximum<T, path, S::isSingle>, S::isSingle>(from[n], work, order));
+    return StatusOk;
+}
+
 } // namespace determinant
 
 template <Path path, Layout layout, class S, class D>
 tarnmStatus determinants(const S& from, const D& to, std::int32_t order, void* buffer, Place place)
 {
     using namespace determinant;
-    using T = typename S::ObjectView::Element;
-    switch (order) {
-    case 3:
-        return closedForms<3, path, layout>(from, to, place);
-    case 4:
-        return closedForms<4, path, layout>(from, to, place);
-    case 5:
-        return closedForms<5, path, layout>(from, to, place);
-    case 6:
-        return closedForms<6, path, layout>(from, to, place);
-    }
-    const elimination::Workspace<T> work(buffer, order);
-    const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;
-    for (std::ptrdiff_t n = place.first; n < end; ++n)
-        to.set(n, eliminated<Maximum<T, path, S::isSingle>, S::isSingle>(from[n], work, order));
-    return StatusOk;
+    return forOrder3to6(
+        order, [&]<int n>(std::integral_constant<int, n>) { return closedForms<n, path, layout>(from, to, place); },
+        [&] { return eliminations<path>(from, to, order, buffer, place); });
 }
 
 inline tarnmStatus fixedDeterminant4(const float* from, float* to)

@@ -8,6 +8,7 @@
 // complete, those behind it untouched.
 #pragma once
 
+#include "frame/orders.h"
 #include "frame/path.h"
 #include "matrixfunc/block_inverse.h"
 #include "matrixfunc/closed_inverse.h"
@@ -61,7 +62,7 @@ template <int order, bool isDense, int together, class Kernel, class S, class D>
 std::int32_t invertObjects(const S& from, const D& to, Place place, const Kernel& kernel)
 {
     using T = typename S::ObjectView::Element;
-    using V = std::conditional_t<S::isSingle, T, native_lanes<T>>;
+    using V = std::conditional_t<S::isSingle, T, lanes_for_order<T, order>>;
     const auto sources = source<order, order>(from);
     const auto results = result<order, order>(to);
     if constexpr (order > 4 && !isDense)
@@ -110,24 +111,11 @@ tarnmStatus closedForms(const S& from, const D& to, Place place)
     return StatusSingular;
 }
 
-} // namespace inverse
-
-template <Path path, Layout layout, class S, class D>
-tarnmStatus inverses(const S& from, const D& to, std::int32_t order, void* buffer, Place place)
+template <Path path, class S, class D>
+tarnmStatus byCofactors(const S& from, const D& to, std::int32_t order, void* buffer, Place place)
 {
-    using namespace inverse;
     using namespace cofactors;
     using T = typename S::ObjectView::Element;
-    switch (order) {
-    case 3:
-        return closedForms<3, path, layout>(from, to, place);
-    case 4:
-        return closedForms<4, path, layout>(from, to, place);
-    case 5:
-        return closedForms<5, path, layout>(from, to, place);
-    case 6:
-        return closedForms<6, path, layout>(from, to, place);
-    }
     constexpr SingularBy singularBy =
         path == Path::pointer && !S::isSingle ? SingularBy::lastPivot : SingularBy::determinant;
     const std::ptrdiff_t end = std::ptrdiff_t(place.first) + place.count;
@@ -136,6 +124,17 @@ tarnmStatus inverses(const S& from, const D& to, std::int32_t order, void* buffe
         if (status != StatusOk) return status;
     }
     return StatusOk;
+}
+
+} // namespace inverse
+
+template <Path path, Layout layout, class S, class D>
+tarnmStatus inverses(const S& from, const D& to, std::int32_t order, void* buffer, Place place)
+{
+    using namespace inverse;
+    return forOrder3to6(
+        order, [&]<int n>(std::integral_constant<int, n>) { return closedForms<n, path, layout>(from, to, place); },
+        [&] { return byCofactors<path>(from, to, order, buffer, place); });
 }
 
 template <class S, class D> tarnmStatus inversesOfOne(const S& from, const D& to, Place place)

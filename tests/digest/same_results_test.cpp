@@ -72,11 +72,11 @@ bool looksAtThePlace(const Member& member)
     const bool byVector = member.operation == "Mul" && member.code.find('v') != std::string_view::npos;
     const bool isSum = member.code.find_first_of("mt") != std::string_view::npos;
     if (byVector && isSum) return true;
-    if (member.operation == "Det") return true;
+    if (member.name == "tarnmDet_ma_32f") return true;
     // Long sums begin at an alignment, and the objects of a list stand at any address.
     if ((member.operation == "DotProduct" || member.operation == "L2Norm") && member.layout == "L") return true;
     // Groups of four objects, and the remaining ones, have forms of their own.
-    return member.operation == "CholeskyDecomp" || member.operation == "CholeskyBackSubst";
+    return member.name == "tarnmCholeskyDecomp_ma_32f";
 }
 
 // Makes the sources of object n of `to` those of object (n + by) % count of `from`.

@@ -7,8 +7,8 @@
 
 namespace tarnm {
 
-// body(std::integral_constant<int, n>), or `otherwise` for any order that is not 3, 4, 5 or 6.
-template <class Body, class Result> inline Result forOrder3to6(int n, const Body& body, Result otherwise)
+// body(std::integral_constant<int, n>), or otherwise() for any order that is not 3, 4, 5 or 6.
+template <class Body, class Otherwise> inline auto forOrder3to6(int n, const Body& body, const Otherwise& otherwise)
 {
     switch (n) {
     case 3:
@@ -20,7 +20,7 @@ template <class Body, class Result> inline Result forOrder3to6(int n, const Body
     case 6:
         return body(std::integral_constant<int, 6>{});
     default:
-        return otherwise;
+        return otherwise();
     }
 }
 
