@@ -246,7 +246,7 @@ def wrapper(member):
     return (
         f"tarnmStatus ownOMP_{member.name}({c_arguments(member)})\n{{\n"
         f"    const auto kernel = {kernel};\n"
-        f"    return forkOverObjects(count, {merge}, {scratch}, {buffer}, [&](Place place, void* {slot}) {{\n"
+        f"    return forkOverObjects(count, {merge}, {scratch}, {buffer}, [=](Place place, void* {slot}) {{\n"
         f"        return kernel({passed});\n    }});\n}}\n"
     )
 

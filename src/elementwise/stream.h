@@ -13,16 +13,207 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "frame/lanes.h"
 #include "frame/operands.h"
 #include "frame/overlap.h"
 
 namespace tarnm::elementwise {
 
-// Where an operand stands in the stream: `step` elements further for each object (0 for a pattern).
-template <class T> struct Stream {
-    T* base;
-    std::ptrdiff_t step;
+// ---- What meets the elements of an array ----
+//
+//   at<V>(i)      the values that meet elements i, i + 1, ..
+//   next<V>(i)    the same in a loop over whole vectors; `u` is the number of the vector in a step of the loop
+
+template <class T> struct Elements {
+    const T* base;
+
+    template <class V> TARNM_INLINE V at(std::ptrdiff_t i) const { return load<V>(base + i); }
+    template <class V> TARNM_INLINE V next(std::ptrdiff_t i, int /*u*/) { return at<V>(i); }
 };
+
+template <class T> struct OneValue {
+    T value;
+
+    template <class V> TARNM_INLINE V at(std::ptrdiff_t) const { return V(value); }
+    template <class V> TARNM_INLINE V next(std::ptrdiff_t, int /*u*/) { return V(value); }
+};
+
+// The elements of one object over and over, so far that a vector fits in from each element of the object on.
+template <class T> struct Pattern {
+    static constexpr int longest = 63;
+    static constexpr int overhang = native_lane_count_v<T>;
+
+    std::ptrdiff_t size;
+    alignas(machine::vectorBytes) std::array<T, longest + overhang> elements;
+
+    Pattern(const T* object, std::ptrdiff_t objectSize)
+        : size(objectSize)
+    {
+        for (std::ptrdiff_t i = 0, k = 0; i < size + overhang; ++i, k = k + 1 < size ? k + 1 : 0)
+            elements[i] = loadElement<T>(object + k);
+    }
+
+    template <class V> TARNM_INLINE V at(std::ptrdiff_t i) const { return load<V>(elements.data() + i % size); }
+};
+
+// All different vectors of a pattern that begins anew with every `period` of them.
+template <class V, int period> struct HeldPattern {
+    V vectors[period];
+
+    TARNM_INLINE HeldPattern(const Pattern<scalar_t<V>>& pattern, std::ptrdiff_t i)
+    {
+        const std::ptrdiff_t stride = lane_count_v<V> % pattern.size;
+        std::ptrdiff_t place = i % pattern.size;
+        TARNM_UNROLL
+        for (int k = 0; k < period; ++k) {
+            vectors[k] = load<V>(pattern.elements.data() + place);
+            place += stride;
+            place -= place < pattern.size ? 0 : pattern.size;
+        }
+    }
+
+    template <class> TARNM_INLINE V next(std::ptrdiff_t, int u) { return vectors[u]; }
+};
+
+// Any pattern. Each of the two vectors of a step has a place of its own in the pattern, so that neither waits for the
+// other.
+template <class V> struct WalkedPattern {
+    const scalar_t<V>* elements;
+    std::ptrdiff_t size, stride;
+    std::ptrdiff_t places[2];
+
+    TARNM_INLINE WalkedPattern(const Pattern<scalar_t<V>>& pattern, std::ptrdiff_t i)
+        : elements(pattern.elements.data())
+        , size(pattern.size)
+        , stride(2 * lane_count_v<V> % size)
+        , places{i % size, (i + lane_count_v<V>) % size}
+    {}
+
+    template <class> TARNM_INLINE V next(std::ptrdiff_t, int u)
+    {
+        const V values = load<V>(elements + places[u]);
+        places[u] += stride;
+        places[u] -= places[u] < size ? 0 : size;
+        return values;
+    }
+};
+
+// ---- d[i] = operation(a[i], b) over memory that is the same or apart, so that iterations are independent ----
+
+// At most two vectors of N lanes, which may overlap each other: both are computed before one is stored.
+template <int N, class Operation, class T, class B>
+TARNM_INLINE void combineFew(Operation operation, Elements<T> a, const B& b, T* d, std::ptrdiff_t length)
+{
+    using V = lanes<T, N>;
+    if (length >= N) {
+        const V head = operation(a.template at<V>(0), b.template at<V>(0));
+        const V tail = operation(a.template at<V>(length - N), b.template at<V>(length - N));
+        store(d, head);
+        store(d + length - N, tail);
+    } else if constexpr (sizeof(V) > machine::pieceBytes) {
+        combineFew<N / 2>(operation, a, b, d, length);
+    } else {
+        TARNM_UNROLL
+        for (int i = 0; i < N - 1; ++i)
+            if (i < length) store(d + i, operation(a.template at<T>(i), b.template at<T>(i)));
+    }
+}
+
+// Whether the lines of the result are asked for ahead of the stores. It pays where the arrays do not fit into the first
+// level of the cache and costs a little where they do.
+enum class Fetch { onDemand, ahead };
+
+inline constexpr std::ptrdiff_t firstLevelBytes = 40 * 1024; // the usual caches have 32 and 48 KiB
+inline constexpr std::ptrdiff_t lineBytes = 64;
+inline constexpr std::ptrdiff_t bytesAhead = 4 * lineBytes;
+
+// Whole vectors from element i on, `unroll` of them at a step, as long as they fit.
+template <Fetch fetch, int unroll, class V, class Operation, class T, class B>
+TARNM_INLINE void combineVectors(Operation operation, Elements<T> a, B b, T* d, std::ptrdiff_t i, std::ptrdiff_t length)
+{
+    constexpr int N = lane_count_v<V>;
+    for (; i + unroll * N <= length; i += unroll * N) {
+        TARNM_UNROLL
+        for (int u = 0; u < unroll; ++u) {
+            if (fetch == Fetch::ahead && u * sizeof(V) % lineBytes == 0)
+                __builtin_prefetch(moved(d + i + u * N, bytesAhead), 1);
+            store(d + i + u * N, operation(a.template at<V>(i + u * N), b.template next<V>(i + u * N, u)));
+        }
+    }
+    TARNM_UNROLL
+    for (int u = 0; u < unroll - 1; ++u, i += N) {
+        if (i + N > length) break;
+        store(d + i, operation(a.template at<V>(i), b.template next<V>(i, u)));
+    }
+}
+
+template <Fetch fetch, class V, class Operation, class T, class B>
+TARNM_INLINE void combineInside(Operation operation, Elements<T> a, const B& b, T* d, std::ptrdiff_t i,
+                                std::ptrdiff_t length)
+{
+    combineVectors<fetch, 4, V>(operation, a, b, d, i, length);
+}
+
+template <Fetch fetch, int period, class V, class Operation, class T>
+TARNM_INLINE bool combineInPeriod(Operation operation, Elements<T> a, const Pattern<T>& b, T* d, std::ptrdiff_t i,
+                                  std::ptrdiff_t length)
+{
+    if (period * lane_count_v<V> % b.size != 0) return false;
+    combineVectors<fetch, period, V>(operation, a, HeldPattern<V, period>(b, i), d, i, length);
+    return true;
+}
+
+// The periods are those of vectors of 3 to 6 elements and of 3x3, 4x4 and 6x6 matrices in vectors of all widths.
+template <Fetch fetch, class V, class Operation, class T>
+TARNM_INLINE void combineInside(Operation operation, Elements<T> a, const Pattern<T>& b, T* d, std::ptrdiff_t i,
+                                std::ptrdiff_t length)
+{
+    if (combineInPeriod<fetch, 4, V>(operation, a, b, d, i, length) ||
+        combineInPeriod<fetch, 3, V>(operation, a, b, d, i, length) ||
+        combineInPeriod<fetch, 5, V>(operation, a, b, d, i, length) ||
+        combineInPeriod<fetch, 9, V>(operation, a, b, d, i, length))
+        return;
+    combineVectors<fetch, 2, V>(operation, a, WalkedPattern<V>(b, i), d, i, length);
+}
+
+// A vector at either end, stored last, and between them vectors at whole multiples of their size in the memory of the
+// result: no store but the two touches two lines of the cache.
+template <class Operation, class T, class B>
+TARNM_INLINE void combineRun(Operation operation, Elements<T> a, const B& b, T* d, std::ptrdiff_t length)
+{
+    using V = native_lanes<T>;
+    constexpr int N = lane_count_v<V>;
+    if (length <= 2 * N) return combineFew<N>(operation, a, b, d, length);
+
+    const V head = operation(a.template at<V>(0), b.template at<V>(0));
+    const V tail = operation(a.template at<V>(length - N), b.template at<V>(length - N));
+    const std::ptrdiff_t boundary = N - std::ptrdiff_t(reinterpret_cast<std::uintptr_t>(d) / sizeof(T) % N);
+    constexpr int arrays = std::is_same_v<B, Elements<T>> ? 3 : 2;
+    if (length <= firstLevelBytes / arrays / std::ptrdiff_t(sizeof(T)))
+        combineInside<Fetch::onDemand, V>(operation, a, b, d, boundary, length);
+    else
+        combineInside<Fetch::ahead, V>(operation, a, b, d, boundary, length);
+    store(d, head);
+    store(d + length - N, tail);
+}
+
+// One object of `size` elements meets every object of the array. A few long objects are as well met one by one.
+template <class Operation, class T>
+[[gnu::noinline]] void combineWithOne(Operation operation, Elements<T> a, Elements<T> one, T* d, std::ptrdiff_t size,
+                                      std::ptrdiff_t length)
+{
+    const bool few = size == length || (size >= native_lane_count_v<T> && size * 8 > length);
+    if (size <= Pattern<T>::longest && !few) return combineRun(operation, a, Pattern<T>(one.base, size), d, length);
+    for (std::ptrdiff_t i = 0; i < length; i += size)
+        combineRun(operation, Elements<T>{a.base + i}, one, d + i, size);
+}
+
+template <class Operation> struct Exchanged {
+    Operation operation;
+    template <class T> T operator()(T a, T b) const { return operation(b, a); }
+};
+
+// ---- Which calls are streams ----
 
 template <class View> struct IsStreamable : std::false_type {};
 template <class T> struct IsStreamable<Single<StridedMatrix<T, Spacing::dense>>> : std::true_type {};
@@ -52,53 +243,6 @@ bool isPacked(const ObjectArray<StridedMatrix<T, Spacing::dense>>& array, std::i
 
 template <class T> bool isPacked(const Single<Constant<T>>&, std::int32_t, std::int32_t) { return true; }
 
-// d[i] = operation(a[i], b[i]) over memory that is the same or apart, so that iterations are independent.
-template <class Operation, class T>
-void combineRun(Operation operation, const T* a, const T* b, T* d, std::ptrdiff_t length)
-{
-#pragma omp simd
-    for (std::ptrdiff_t i = 0; i < length; ++i)
-        storeElement<T>(d + i, operation(loadElement<T>(a + i), loadElement<T>(b + i)));
-}
-
-template <class Operation, class T>
-void combineRun(Operation operation, const T* a, Constant<T> b, T* d, std::ptrdiff_t length)
-{
-#pragma omp simd
-    for (std::ptrdiff_t i = 0; i < length; ++i)
-        storeElement<T>(d + i, operation(loadElement<T>(a + i), b.value));
-}
-
-// One of the operands is the same for every object: enough copies of it to fill whole vectors of any width.
-inline constexpr int patternCopies = 16;
-inline constexpr int longestPattern = 64;
-
-template <class T> struct Pattern {
-    alignas(64) std::array<T, std::size_t(patternCopies) * longestPattern> elements;
-
-    Pattern(const T* object, std::ptrdiff_t length)
-    {
-        for (int copy = 0; copy < patternCopies; ++copy)
-            for (std::ptrdiff_t i = 0; i < length; ++i)
-                elements[copy * length + i] = loadElement<T>(object + i);
-    }
-};
-
-// Calls run(first element, length, where the single operand stands) until `count` objects are done.
-template <class T, class Run> void overPattern(const T* single, std::ptrdiff_t size, std::ptrdiff_t count, Run run)
-{
-    std::ptrdiff_t n = 0;
-    if (size < longestPattern && count >= patternCopies) {
-        const Pattern<T> pattern(single, size);
-        for (; n + patternCopies <= count; n += patternCopies)
-            run(n * size, patternCopies * size, pattern.elements.data());
-        run(n * size, (count - n) * size, pattern.elements.data());
-        return;
-    }
-    for (; n < count; ++n)
-        run(n * size, size, single);
-}
-
 template <class Operation, class A, class B, class D>
 bool combineAsStream(Operation operation, const A& a, const B& b, const D& d, std::int32_t rows, std::int32_t columns,
                      Place place)
@@ -126,21 +270,17 @@ bool combineAsStream(Operation operation, const A& a, const B& b, const D& d, st
         };
         if (!serves(a) || !serves(b)) return false;
 
-        const T* const first = a[place.first].base;
+        const Elements<T> first{a[place.first].base};
         if constexpr (IsConstant<B>::value) {
-            combineRun(operation, first, b.object, result, length);
+            combineRun(operation, first, OneValue<T>{b.object.value}, result, length);
         } else {
-            const T* const second = b[place.first].base;
-            if constexpr (A::isSingle == D::isSingle && B::isSingle == D::isSingle)
+            const Elements<T> second{b[place.first].base};
+            if constexpr (A::isSingle == B::isSingle)
                 combineRun(operation, first, second, result, length);
             else if constexpr (B::isSingle)
-                overPattern(second, size, place.count, [&](std::ptrdiff_t at, std::ptrdiff_t n, const T* pattern) {
-                    combineRun(operation, first + at, pattern, result + at, n);
-                });
+                combineWithOne(operation, first, second, result, size, length);
             else
-                overPattern(first, size, place.count, [&](std::ptrdiff_t at, std::ptrdiff_t n, const T* pattern) {
-                    combineRun(operation, pattern, second + at, result + at, n);
-                });
+                combineWithOne(Exchanged<Operation>{operation}, second, first, result, size, length);
         }
         return true;
     } else {

@@ -18,8 +18,10 @@
 // All strides and shifts count bytes; all address arithmetic is done at pointer width.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 namespace tarnm {
@@ -217,7 +219,17 @@ struct Place {
     std::int32_t count;
     std::int32_t total;
 
-    static constexpr Place whole(std::int32_t count) { return {0, count, count}; }
+    // All objects of a call. The numbers travel by twos in a word, which is put together in a register: g++ would store
+    // the two one by one and load the word, and that load waits until all stores before it, also those of earlier calls,
+    // have left the processor's queue.
+    static Place whole(std::int32_t count)
+    {
+        constexpr int shift = std::endian::native == std::endian::little ? 32 : 0;
+        const std::uint64_t firstAndCount = std::uint64_t(std::uint32_t(count)) << shift;
+        Place place{0, count, count};
+        std::memcpy(static_cast<void*>(&place), &firstAndCount, sizeof firstAndCount);
+        return place;
+    }
 };
 
 // How the entries spell the operands of the three layouts. Tables of pointers to data that is only read are

@@ -66,12 +66,9 @@ Place sliceOf(std::int32_t count, std::int32_t teamSize, std::int32_t thread)
     return {(thread - rest) * chunk + rest * (chunk + 1), chunk, count};
 }
 
-tarnmStatus forkOverObjects(std::int32_t count, Merge merge, std::uint64_t scratchPerThread, void* serialScratch,
-                            SliceFunction slice)
+tarnmStatus forkOverThreads(std::int32_t threads, std::int32_t count, Merge merge, std::uint64_t scratchPerThread,
+                            void* serialScratch, SliceFunction slice)
 {
-    const std::int32_t threads = ownGetNumThreads();
-    if (threads <= 1 || count < threads) return slice(Place::whole(count), serialScratch);
-
     const TeamScratch scratch(threads, scratchPerThread);
     if (scratch.missing()) return slice(Place::whole(count), serialScratch);
 

@@ -12,7 +12,7 @@ tarnmStatus ownOMP_tarnmEigenValues_ma_32f(const float* pSrc, int32_t srcObjectS
 {
     const auto kernel = ownSerial_tarnmEigenValues_ma_32f;
     return forkOverObjects(count, Merge::firstFailure,
-        bytes(widthHeight) * sizeof(float) * (3 * bytes(widthHeight) + 5), pBuffer, [&](Place place, void* slot) {
+        bytes(widthHeight) * sizeof(float) * (3 * bytes(widthHeight) + 5), pBuffer, [=](Place place, void* slot) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, pDstValuesRe, pDstValuesIm, widthHeight,
             slot, place);
     });
@@ -24,7 +24,7 @@ tarnmStatus ownOMP_tarnmEigenValues_ma_32f_L(const float* const* ppSrc, int32_t 
 {
     const auto kernel = ownSerial_tarnmEigenValues_ma_32f_L;
     return forkOverObjects(count, Merge::firstFailure,
-        bytes(widthHeight) * sizeof(float) * (3 * bytes(widthHeight) + 5), pBuffer, [&](Place place, void* slot) {
+        bytes(widthHeight) * sizeof(float) * (3 * bytes(widthHeight) + 5), pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, pDstValuesRe, pDstValuesIm, widthHeight,
             slot, place);
     });
@@ -35,7 +35,7 @@ tarnmStatus ownOMP_tarnmEigenValues_ma_32f_P(const float* const* ppSrc, int32_t 
 {
     const auto kernel = ownPointer_tarnmEigenValues_ma_32f_P;
     return forkOverObjects(count, Merge::firstFailure,
-        bytes(widthHeight) * sizeof(float) * (3 * bytes(widthHeight) + 5), pBuffer, [&](Place place, void* slot) {
+        bytes(widthHeight) * sizeof(float) * (3 * bytes(widthHeight) + 5), pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, pDstValuesRe, pDstValuesIm, widthHeight, slot, place);
     });
 }
@@ -46,7 +46,7 @@ tarnmStatus ownOMP_tarnmEigenValues_ma_64f(const double* pSrc, int32_t srcObject
 {
     const auto kernel = ownSerial_tarnmEigenValues_ma_64f;
     return forkOverObjects(count, Merge::firstFailure,
-        bytes(widthHeight) * sizeof(double) * (3 * bytes(widthHeight) + 5), pBuffer, [&](Place place, void* slot) {
+        bytes(widthHeight) * sizeof(double) * (3 * bytes(widthHeight) + 5), pBuffer, [=](Place place, void* slot) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, pDstValuesRe, pDstValuesIm, widthHeight,
             slot, place);
     });
@@ -58,7 +58,7 @@ tarnmStatus ownOMP_tarnmEigenValues_ma_64f_L(const double* const* ppSrc, int32_t
 {
     const auto kernel = ownSerial_tarnmEigenValues_ma_64f_L;
     return forkOverObjects(count, Merge::firstFailure,
-        bytes(widthHeight) * sizeof(double) * (3 * bytes(widthHeight) + 5), pBuffer, [&](Place place, void* slot) {
+        bytes(widthHeight) * sizeof(double) * (3 * bytes(widthHeight) + 5), pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, pDstValuesRe, pDstValuesIm, widthHeight,
             slot, place);
     });
@@ -70,7 +70,7 @@ tarnmStatus ownOMP_tarnmEigenValues_ma_64f_P(const double* const* ppSrc, int32_t
 {
     const auto kernel = ownPointer_tarnmEigenValues_ma_64f_P;
     return forkOverObjects(count, Merge::firstFailure,
-        bytes(widthHeight) * sizeof(double) * (3 * bytes(widthHeight) + 5), pBuffer, [&](Place place, void* slot) {
+        bytes(widthHeight) * sizeof(double) * (3 * bytes(widthHeight) + 5), pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, pDstValuesRe, pDstValuesIm, widthHeight, slot, place);
     });
 }

@@ -11,7 +11,7 @@ tarnmStatus ownOMP_tarnmEigenValuesSym_ma_32f(const float* pSrc, int32_t srcObje
 {
     const auto kernel = allPacked<float>(srcElementStride) ? ownDense_tarnmEigenValuesSym_ma_32f : ownStrided_tarnmEigenValuesSym_ma_32f;
     return forkOverObjects(count, Merge::firstFailure, bytes(widthHeight) * bytes(widthHeight) * sizeof(float),
-        pBuffer, [&](Place place, void* slot) {
+        pBuffer, [=](Place place, void* slot) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, slot, pDstValues, widthHeight, place);
     });
 }
@@ -21,7 +21,7 @@ tarnmStatus ownOMP_tarnmEigenValuesSym_ma_32f_L(const float* const* ppSrc, int32
 {
     const auto kernel = allPacked<float>(srcElementStride) ? ownDense_tarnmEigenValuesSym_ma_32f_L : ownStrided_tarnmEigenValuesSym_ma_32f_L;
     return forkOverObjects(count, Merge::firstFailure, bytes(widthHeight) * bytes(widthHeight) * sizeof(float),
-        pBuffer, [&](Place place, void* slot) {
+        pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, slot, pDstValues, widthHeight, place);
     });
 }
@@ -31,7 +31,7 @@ tarnmStatus ownOMP_tarnmEigenValuesSym_ma_32f_P(const float* const* ppSrc, int32
 {
     const auto kernel = ownPointer_tarnmEigenValuesSym_ma_32f_P;
     return forkOverObjects(count, Merge::firstFailure, bytes(widthHeight) * bytes(widthHeight) * sizeof(float),
-        pBuffer, [&](Place place, void* slot) {
+        pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, slot, pDstValues, widthHeight, place);
     });
 }
@@ -41,7 +41,7 @@ tarnmStatus ownOMP_tarnmEigenValuesSym_ma_64f(const double* pSrc, int32_t srcObj
 {
     const auto kernel = allPacked<double>(srcElementStride) ? ownDense_tarnmEigenValuesSym_ma_64f : ownStrided_tarnmEigenValuesSym_ma_64f;
     return forkOverObjects(count, Merge::firstFailure, bytes(widthHeight) * bytes(widthHeight) * sizeof(double),
-        pBuffer, [&](Place place, void* slot) {
+        pBuffer, [=](Place place, void* slot) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, slot, pDstValues, widthHeight, place);
     });
 }
@@ -52,7 +52,7 @@ tarnmStatus ownOMP_tarnmEigenValuesSym_ma_64f_L(const double* const* ppSrc, int3
 {
     const auto kernel = allPacked<double>(srcElementStride) ? ownDense_tarnmEigenValuesSym_ma_64f_L : ownStrided_tarnmEigenValuesSym_ma_64f_L;
     return forkOverObjects(count, Merge::firstFailure, bytes(widthHeight) * bytes(widthHeight) * sizeof(double),
-        pBuffer, [&](Place place, void* slot) {
+        pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, slot, pDstValues, widthHeight, place);
     });
 }
@@ -62,7 +62,7 @@ tarnmStatus ownOMP_tarnmEigenValuesSym_ma_64f_P(const double* const* ppSrc, int3
 {
     const auto kernel = ownPointer_tarnmEigenValuesSym_ma_64f_P;
     return forkOverObjects(count, Merge::firstFailure, bytes(widthHeight) * bytes(widthHeight) * sizeof(double),
-        pBuffer, [&](Place place, void* slot) {
+        pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, slot, pDstValues, widthHeight, place);
     });
 }

@@ -14,7 +14,7 @@ tarnmStatus ownOMP_tarnmEigenValuesVectors_ma_32f(const float* pSrc, int32_t src
 {
     const auto kernel = ownSerial_tarnmEigenValuesVectors_ma_32f;
     return forkOverObjects(count, Merge::firstFailure,
-        bytes(widthHeight) * sizeof(float) * (3 * bytes(widthHeight) + 5), pBuffer, [&](Place place, void* slot) {
+        bytes(widthHeight) * sizeof(float) * (3 * bytes(widthHeight) + 5), pBuffer, [=](Place place, void* slot) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, pDstVectorsRight, dstRightObjectStride,
             dstRightRowStride, dstRightElementStride, pDstVectorsLeft, dstLeftObjectStride, dstLeftRowStride,
             dstLeftElementStride, pDstValuesRe, pDstValuesIm, widthHeight, slot, place);
@@ -29,7 +29,7 @@ tarnmStatus ownOMP_tarnmEigenValuesVectors_ma_32f_L(const float* const* ppSrc, i
 {
     const auto kernel = ownSerial_tarnmEigenValuesVectors_ma_32f_L;
     return forkOverObjects(count, Merge::firstFailure,
-        bytes(widthHeight) * sizeof(float) * (3 * bytes(widthHeight) + 5), pBuffer, [&](Place place, void* slot) {
+        bytes(widthHeight) * sizeof(float) * (3 * bytes(widthHeight) + 5), pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, ppDstVectorsRight, dstRightRoiShift,
             dstRightRowStride, dstRightElementStride, ppDstVectorsLeft, dstLeftRoiShift, dstLeftRowStride,
             dstLeftElementStride, pDstValuesRe, pDstValuesIm, widthHeight, slot, place);
@@ -43,7 +43,7 @@ tarnmStatus ownOMP_tarnmEigenValuesVectors_ma_32f_P(const float* const* ppSrc, i
 {
     const auto kernel = ownPointer_tarnmEigenValuesVectors_ma_32f_P;
     return forkOverObjects(count, Merge::firstFailure,
-        bytes(widthHeight) * sizeof(float) * (3 * bytes(widthHeight) + 5), pBuffer, [&](Place place, void* slot) {
+        bytes(widthHeight) * sizeof(float) * (3 * bytes(widthHeight) + 5), pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, ppDstVectorsRight, dstRightRoiShift, dstRightObjectStride,
             ppDstVectorsLeft, dstLeftRoiShift, dstLeftObjectStride, pDstValuesRe, pDstValuesIm, widthHeight, slot,
             place);
@@ -58,7 +58,7 @@ tarnmStatus ownOMP_tarnmEigenValuesVectors_ma_64f(const double* pSrc, int32_t sr
 {
     const auto kernel = ownSerial_tarnmEigenValuesVectors_ma_64f;
     return forkOverObjects(count, Merge::firstFailure,
-        bytes(widthHeight) * sizeof(double) * (3 * bytes(widthHeight) + 5), pBuffer, [&](Place place, void* slot) {
+        bytes(widthHeight) * sizeof(double) * (3 * bytes(widthHeight) + 5), pBuffer, [=](Place place, void* slot) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, pDstVectorsRight, dstRightObjectStride,
             dstRightRowStride, dstRightElementStride, pDstVectorsLeft, dstLeftObjectStride, dstLeftRowStride,
             dstLeftElementStride, pDstValuesRe, pDstValuesIm, widthHeight, slot, place);
@@ -73,7 +73,7 @@ tarnmStatus ownOMP_tarnmEigenValuesVectors_ma_64f_L(const double* const* ppSrc, 
 {
     const auto kernel = ownSerial_tarnmEigenValuesVectors_ma_64f_L;
     return forkOverObjects(count, Merge::firstFailure,
-        bytes(widthHeight) * sizeof(double) * (3 * bytes(widthHeight) + 5), pBuffer, [&](Place place, void* slot) {
+        bytes(widthHeight) * sizeof(double) * (3 * bytes(widthHeight) + 5), pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, ppDstVectorsRight, dstRightRoiShift,
             dstRightRowStride, dstRightElementStride, ppDstVectorsLeft, dstLeftRoiShift, dstLeftRowStride,
             dstLeftElementStride, pDstValuesRe, pDstValuesIm, widthHeight, slot, place);
@@ -88,7 +88,7 @@ tarnmStatus ownOMP_tarnmEigenValuesVectors_ma_64f_P(const double* const* ppSrc, 
 {
     const auto kernel = ownPointer_tarnmEigenValuesVectors_ma_64f_P;
     return forkOverObjects(count, Merge::firstFailure,
-        bytes(widthHeight) * sizeof(double) * (3 * bytes(widthHeight) + 5), pBuffer, [&](Place place, void* slot) {
+        bytes(widthHeight) * sizeof(double) * (3 * bytes(widthHeight) + 5), pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, ppDstVectorsRight, dstRightRoiShift, dstRightObjectStride,
             ppDstVectorsLeft, dstLeftRoiShift, dstLeftObjectStride, pDstValuesRe, pDstValuesIm, widthHeight, slot,
             place);

@@ -13,7 +13,7 @@ tarnmStatus ownOMP_tarnmEigenValuesVectorsSym_ma_32f(const float* pSrc, int32_t 
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmEigenValuesVectorsSym_ma_32f : ownStrided_tarnmEigenValuesVectorsSym_ma_32f;
     return forkOverObjects(count, Merge::firstFailure, bytes(widthHeight) * bytes(widthHeight) * sizeof(float),
-        pBuffer, [&](Place place, void* slot) {
+        pBuffer, [=](Place place, void* slot) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, slot, pDstVectors, dstObjectStride,
             dstRowStride, dstElementStride, pDstValues, widthHeight, place);
     });
@@ -26,7 +26,7 @@ tarnmStatus ownOMP_tarnmEigenValuesVectorsSym_ma_32f_L(const float* const* ppSrc
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmEigenValuesVectorsSym_ma_32f_L : ownStrided_tarnmEigenValuesVectorsSym_ma_32f_L;
     return forkOverObjects(count, Merge::firstFailure, bytes(widthHeight) * bytes(widthHeight) * sizeof(float),
-        pBuffer, [&](Place place, void* slot) {
+        pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, slot, ppDstVectors, dstRoiShift,
             dstRowStride, dstElementStride, pDstValues, widthHeight, place);
     });
@@ -38,7 +38,7 @@ tarnmStatus ownOMP_tarnmEigenValuesVectorsSym_ma_32f_P(const float* const* ppSrc
 {
     const auto kernel = ownPointer_tarnmEigenValuesVectorsSym_ma_32f_P;
     return forkOverObjects(count, Merge::firstFailure, bytes(widthHeight) * bytes(widthHeight) * sizeof(float),
-        pBuffer, [&](Place place, void* slot) {
+        pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, slot, ppDstVectors, dstRoiShift, dstObjectStride,
             pDstValues, widthHeight, place);
     });
@@ -51,7 +51,7 @@ tarnmStatus ownOMP_tarnmEigenValuesVectorsSym_ma_64f(const double* pSrc, int32_t
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmEigenValuesVectorsSym_ma_64f : ownStrided_tarnmEigenValuesVectorsSym_ma_64f;
     return forkOverObjects(count, Merge::firstFailure, bytes(widthHeight) * bytes(widthHeight) * sizeof(double),
-        pBuffer, [&](Place place, void* slot) {
+        pBuffer, [=](Place place, void* slot) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, slot, pDstVectors, dstObjectStride,
             dstRowStride, dstElementStride, pDstValues, widthHeight, place);
     });
@@ -64,7 +64,7 @@ tarnmStatus ownOMP_tarnmEigenValuesVectorsSym_ma_64f_L(const double* const* ppSr
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmEigenValuesVectorsSym_ma_64f_L : ownStrided_tarnmEigenValuesVectorsSym_ma_64f_L;
     return forkOverObjects(count, Merge::firstFailure, bytes(widthHeight) * bytes(widthHeight) * sizeof(double),
-        pBuffer, [&](Place place, void* slot) {
+        pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, slot, ppDstVectors, dstRoiShift,
             dstRowStride, dstElementStride, pDstValues, widthHeight, place);
     });
@@ -76,7 +76,7 @@ tarnmStatus ownOMP_tarnmEigenValuesVectorsSym_ma_64f_P(const double* const* ppSr
 {
     const auto kernel = ownPointer_tarnmEigenValuesVectorsSym_ma_64f_P;
     return forkOverObjects(count, Merge::firstFailure, bytes(widthHeight) * bytes(widthHeight) * sizeof(double),
-        pBuffer, [&](Place place, void* slot) {
+        pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, slot, ppDstVectors, dstRoiShift, dstObjectStride,
             pDstValues, widthHeight, place);
     });

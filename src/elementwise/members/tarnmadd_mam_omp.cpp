@@ -13,7 +13,7 @@ tarnmStatus ownOMP_tarnmAdd_mam_32f(const float* pSrc1, int32_t src1ObjectStride
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmAdd_mam_32f : ownStrided_tarnmAdd_mam_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, pSrc2, src2RowStride,
             src2ElementStride, pDst, dstObjectStride, dstRowStride, dstElementStride, width, height, place);
     });
@@ -26,7 +26,7 @@ tarnmStatus ownOMP_tarnmAdd_mam_32f_L(const float* const* ppSrc1, int32_t src1Ro
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmAdd_mam_32f_L : ownStrided_tarnmAdd_mam_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, pSrc2, src2RowStride,
             src2ElementStride, ppDst, dstRoiShift, dstRowStride, dstElementStride, width, height, place);
     });
@@ -37,7 +37,7 @@ tarnmStatus ownOMP_tarnmAdd_mam_32f_P(const float* const* ppSrc1, int32_t src1Ro
     int32_t dstObjectStride, int32_t width, int32_t height, int32_t count)
 {
     const auto kernel = ownPointer_tarnmAdd_mam_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, ppDst, dstRoiShift,
             dstObjectStride, width, height, place);
     });
@@ -50,7 +50,7 @@ tarnmStatus ownOMP_tarnmAdd_mam_64f(const double* pSrc1, int32_t src1ObjectStrid
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmAdd_mam_64f : ownStrided_tarnmAdd_mam_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, pSrc2, src2RowStride,
             src2ElementStride, pDst, dstObjectStride, dstRowStride, dstElementStride, width, height, place);
     });
@@ -63,7 +63,7 @@ tarnmStatus ownOMP_tarnmAdd_mam_64f_L(const double* const* ppSrc1, int32_t src1R
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmAdd_mam_64f_L : ownStrided_tarnmAdd_mam_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, pSrc2, src2RowStride,
             src2ElementStride, ppDst, dstRoiShift, dstRowStride, dstElementStride, width, height, place);
     });
@@ -74,7 +74,7 @@ tarnmStatus ownOMP_tarnmAdd_mam_64f_P(const double* const* ppSrc1, int32_t src1R
     int32_t dstObjectStride, int32_t width, int32_t height, int32_t count)
 {
     const auto kernel = ownPointer_tarnmAdd_mam_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, ppDst, dstRoiShift,
             dstObjectStride, width, height, place);
     });

@@ -12,7 +12,7 @@ tarnmStatus ownOMP_tarnmMul_mac_32f(const float* pSrc, int32_t srcObjectStride, 
 {
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmMul_mac_32f : ownStrided_tarnmMul_mac_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, val, pDst, dstObjectStride,
             dstRowStride, dstElementStride, width, height, place);
     });
@@ -24,7 +24,7 @@ tarnmStatus ownOMP_tarnmMul_mac_32f_L(const float* const* ppSrc, int32_t srcRoiS
 {
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmMul_mac_32f_L : ownStrided_tarnmMul_mac_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, val, ppDst, dstRoiShift, dstRowStride,
             dstElementStride, width, height, place);
     });
@@ -35,7 +35,7 @@ tarnmStatus ownOMP_tarnmMul_mac_32f_P(const float* const* ppSrc, int32_t srcRoiS
     int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_mac_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift, dstObjectStride, width, height,
             place);
     });
@@ -47,7 +47,7 @@ tarnmStatus ownOMP_tarnmMul_mac_64f(const double* pSrc, int32_t srcObjectStride,
 {
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmMul_mac_64f : ownStrided_tarnmMul_mac_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, val, pDst, dstObjectStride,
             dstRowStride, dstElementStride, width, height, place);
     });
@@ -59,7 +59,7 @@ tarnmStatus ownOMP_tarnmMul_mac_64f_L(const double* const* ppSrc, int32_t srcRoi
 {
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmMul_mac_64f_L : ownStrided_tarnmMul_mac_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, val, ppDst, dstRoiShift, dstRowStride,
             dstElementStride, width, height, place);
     });
@@ -70,7 +70,7 @@ tarnmStatus ownOMP_tarnmMul_mac_64f_P(const double* const* ppSrc, int32_t srcRoi
     int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_mac_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift, dstObjectStride, width, height,
             place);
     });

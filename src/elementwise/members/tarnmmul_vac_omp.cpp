@@ -11,7 +11,7 @@ tarnmStatus ownOMP_tarnmMul_vac_32f(const float* pSrc, int32_t srcObjectStride, 
 {
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmMul_vac_32f : ownStrided_tarnmMul_vac_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcObjectStride, srcElementStride, val, pDst, dstObjectStride, dstElementStride, len,
             place);
     });
@@ -22,7 +22,7 @@ tarnmStatus ownOMP_tarnmMul_vac_32f_L(const float* const* ppSrc, int32_t srcRoiS
 {
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmMul_vac_32f_L : ownStrided_tarnmMul_vac_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcElementStride, val, ppDst, dstRoiShift, dstElementStride, len, place);
     });
 }
@@ -31,7 +31,7 @@ tarnmStatus ownOMP_tarnmMul_vac_32f_P(const float* const* ppSrc, int32_t srcRoiS
     float val, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_vac_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift, dstObjectStride, len, place);
     });
 }
@@ -41,7 +41,7 @@ tarnmStatus ownOMP_tarnmMul_vac_64f(const double* pSrc, int32_t srcObjectStride,
 {
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmMul_vac_64f : ownStrided_tarnmMul_vac_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcObjectStride, srcElementStride, val, pDst, dstObjectStride, dstElementStride, len,
             place);
     });
@@ -52,7 +52,7 @@ tarnmStatus ownOMP_tarnmMul_vac_64f_L(const double* const* ppSrc, int32_t srcRoi
 {
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmMul_vac_64f_L : ownStrided_tarnmMul_vac_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcElementStride, val, ppDst, dstRoiShift, dstElementStride, len, place);
     });
 }
@@ -61,7 +61,7 @@ tarnmStatus ownOMP_tarnmMul_vac_64f_P(const double* const* ppSrc, int32_t srcRoi
     double val, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_vac_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, val, ppDst, dstRoiShift, dstObjectStride, len, place);
     });
 }

@@ -12,7 +12,7 @@ tarnmStatus ownOMP_tarnmMul_vca_32f(const float* pSrc, int32_t srcElementStride,
 {
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmMul_vca_32f : ownStrided_tarnmMul_vca_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcElementStride, pVal, valObjectStride, pDst, dstObjectStride, dstElementStride, len,
             place);
     });
@@ -24,7 +24,7 @@ tarnmStatus ownOMP_tarnmMul_vca_32f_L(const float* pSrc, int32_t srcElementStrid
 {
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmMul_vca_32f_L : ownStrided_tarnmMul_vca_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcElementStride, ppVal, valRoiShift, ppDst, dstRoiShift, dstElementStride, len, place);
     });
 }
@@ -34,7 +34,7 @@ tarnmStatus ownOMP_tarnmMul_vca_32f_P(const float* const* ppSrc, int32_t srcRoiS
     int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_vca_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, pVal, valObjectStride, ppDst, dstRoiShift, dstObjectStride, len, place);
     });
 }
@@ -45,7 +45,7 @@ tarnmStatus ownOMP_tarnmMul_vca_64f(const double* pSrc, int32_t srcElementStride
 {
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmMul_vca_64f : ownStrided_tarnmMul_vca_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcElementStride, pVal, valObjectStride, pDst, dstObjectStride, dstElementStride, len,
             place);
     });
@@ -57,7 +57,7 @@ tarnmStatus ownOMP_tarnmMul_vca_64f_L(const double* pSrc, int32_t srcElementStri
 {
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmMul_vca_64f_L : ownStrided_tarnmMul_vca_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcElementStride, ppVal, valRoiShift, ppDst, dstRoiShift, dstElementStride, len, place);
     });
 }
@@ -67,7 +67,7 @@ tarnmStatus ownOMP_tarnmMul_vca_64f_P(const double* const* ppSrc, int32_t srcRoi
     int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_vca_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, pVal, valObjectStride, ppDst, dstRoiShift, dstObjectStride, len, place);
     });
 }

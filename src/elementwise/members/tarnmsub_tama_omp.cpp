@@ -13,7 +13,7 @@ tarnmStatus ownOMP_tarnmSub_tama_32f(const float* pSrc1, int32_t src1ObjectStrid
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmSub_tama_32f : ownStrided_tarnmSub_tama_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, pSrc2, src2ObjectStride,
             src2RowStride, src2ElementStride, pDst, dstObjectStride, dstRowStride, dstElementStride, width, height,
             place);
@@ -27,7 +27,7 @@ tarnmStatus ownOMP_tarnmSub_tama_32f_L(const float* const* ppSrc1, int32_t src1R
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmSub_tama_32f_L : ownStrided_tarnmSub_tama_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, ppSrc2, src2RoiShift, src2RowStride,
             src2ElementStride, ppDst, dstRoiShift, dstRowStride, dstElementStride, width, height, place);
     });
@@ -38,7 +38,7 @@ tarnmStatus ownOMP_tarnmSub_tama_32f_P(const float* const* ppSrc1, int32_t src1R
     int32_t dstRoiShift, int32_t dstObjectStride, int32_t width, int32_t height, int32_t count)
 {
     const auto kernel = ownPointer_tarnmSub_tama_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, src2ObjectStride, ppDst,
             dstRoiShift, dstObjectStride, width, height, place);
     });
@@ -51,7 +51,7 @@ tarnmStatus ownOMP_tarnmSub_tama_64f(const double* pSrc1, int32_t src1ObjectStri
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmSub_tama_64f : ownStrided_tarnmSub_tama_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, pSrc2, src2ObjectStride,
             src2RowStride, src2ElementStride, pDst, dstObjectStride, dstRowStride, dstElementStride, width, height,
             place);
@@ -65,7 +65,7 @@ tarnmStatus ownOMP_tarnmSub_tama_64f_L(const double* const* ppSrc1, int32_t src1
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmSub_tama_64f_L : ownStrided_tarnmSub_tama_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, ppSrc2, src2RoiShift, src2RowStride,
             src2ElementStride, ppDst, dstRoiShift, dstRowStride, dstElementStride, width, height, place);
     });
@@ -76,7 +76,7 @@ tarnmStatus ownOMP_tarnmSub_tama_64f_P(const double* const* ppSrc1, int32_t src1
     int32_t dstRoiShift, int32_t dstObjectStride, int32_t width, int32_t height, int32_t count)
 {
     const auto kernel = ownPointer_tarnmSub_tama_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, src2ObjectStride, ppDst,
             dstRoiShift, dstObjectStride, width, height, place);
     });

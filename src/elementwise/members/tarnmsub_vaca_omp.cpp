@@ -12,7 +12,7 @@ tarnmStatus ownOMP_tarnmSub_vaca_32f(const float* pSrc, int32_t srcObjectStride,
 {
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmSub_vaca_32f : ownStrided_tarnmSub_vaca_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcObjectStride, srcElementStride, pVal, valObjectStride, pDst, dstObjectStride,
             dstElementStride, len, place);
     });
@@ -24,7 +24,7 @@ tarnmStatus ownOMP_tarnmSub_vaca_32f_L(const float* const* ppSrc, int32_t srcRoi
 {
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmSub_vaca_32f_L : ownStrided_tarnmSub_vaca_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcElementStride, ppVal, valRoiShift, ppDst, dstRoiShift, dstElementStride,
             len, place);
     });
@@ -35,7 +35,7 @@ tarnmStatus ownOMP_tarnmSub_vaca_32f_P(const float* const* ppSrc, int32_t srcRoi
     int32_t len, int32_t count)
 {
     const auto kernel = ownPointer_tarnmSub_vaca_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, pVal, valObjectStride, ppDst, dstRoiShift,
             dstObjectStride, len, place);
     });
@@ -47,7 +47,7 @@ tarnmStatus ownOMP_tarnmSub_vaca_64f(const double* pSrc, int32_t srcObjectStride
 {
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmSub_vaca_64f : ownStrided_tarnmSub_vaca_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcObjectStride, srcElementStride, pVal, valObjectStride, pDst, dstObjectStride,
             dstElementStride, len, place);
     });
@@ -59,7 +59,7 @@ tarnmStatus ownOMP_tarnmSub_vaca_64f_L(const double* const* ppSrc, int32_t srcRo
 {
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmSub_vaca_64f_L : ownStrided_tarnmSub_vaca_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcElementStride, ppVal, valRoiShift, ppDst, dstRoiShift, dstElementStride,
             len, place);
     });
@@ -70,7 +70,7 @@ tarnmStatus ownOMP_tarnmSub_vaca_64f_P(const double* const* ppSrc, int32_t srcRo
     int32_t len, int32_t count)
 {
     const auto kernel = ownPointer_tarnmSub_vaca_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, pVal, valObjectStride, ppDst, dstRoiShift,
             dstObjectStride, len, place);
     });

@@ -12,7 +12,7 @@ tarnmStatus ownOMP_tarnmSub_vva_32f(const float* pSrc1, int32_t src1ElementStrid
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmSub_vva_32f : ownStrided_tarnmSub_vva_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ElementStride, pSrc2, src2ObjectStride, src2ElementStride, pDst, dstObjectStride,
             dstElementStride, len, place);
     });
@@ -24,7 +24,7 @@ tarnmStatus ownOMP_tarnmSub_vva_32f_L(const float* pSrc1, int32_t src1ElementStr
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmSub_vva_32f_L : ownStrided_tarnmSub_vva_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ElementStride, ppSrc2, src2RoiShift, src2ElementStride, ppDst, dstRoiShift,
             dstElementStride, len, place);
     });
@@ -35,7 +35,7 @@ tarnmStatus ownOMP_tarnmSub_vva_32f_P(const float* const* ppSrc1, int32_t src1Ro
     int32_t dstObjectStride, int32_t len, int32_t count)
 {
     const auto kernel = ownPointer_tarnmSub_vva_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, ppSrc2, src2RoiShift, src2ObjectStride, ppDst, dstRoiShift,
             dstObjectStride, len, place);
     });
@@ -47,7 +47,7 @@ tarnmStatus ownOMP_tarnmSub_vva_64f(const double* pSrc1, int32_t src1ElementStri
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmSub_vva_64f : ownStrided_tarnmSub_vva_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ElementStride, pSrc2, src2ObjectStride, src2ElementStride, pDst, dstObjectStride,
             dstElementStride, len, place);
     });
@@ -59,7 +59,7 @@ tarnmStatus ownOMP_tarnmSub_vva_64f_L(const double* pSrc1, int32_t src1ElementSt
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmSub_vva_64f_L : ownStrided_tarnmSub_vva_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ElementStride, ppSrc2, src2RoiShift, src2ElementStride, ppDst, dstRoiShift,
             dstElementStride, len, place);
     });

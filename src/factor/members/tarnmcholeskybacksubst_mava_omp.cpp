@@ -13,7 +13,7 @@ tarnmStatus ownOMP_tarnmCholeskyBackSubst_mava_32f(const float* pSrc1, int32_t s
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmCholeskyBackSubst_mava_32f : ownStrided_tarnmCholeskyBackSubst_mava_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, pSrc2, src2ObjectStride,
             src2ElementStride, pDst, dstObjectStride, dstElementStride, widthHeight, place);
     });
@@ -26,7 +26,7 @@ tarnmStatus ownOMP_tarnmCholeskyBackSubst_mava_32f_L(const float* const* ppSrc1,
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmCholeskyBackSubst_mava_32f_L : ownStrided_tarnmCholeskyBackSubst_mava_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, ppSrc2, src2RoiShift,
             src2ElementStride, ppDst, dstRoiShift, dstElementStride, widthHeight, place);
     });
@@ -37,7 +37,7 @@ tarnmStatus ownOMP_tarnmCholeskyBackSubst_mava_32f_P(const float* const* ppSrc1,
     float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight, int32_t count)
 {
     const auto kernel = ownPointer_tarnmCholeskyBackSubst_mava_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, src2ObjectStride, ppDst,
             dstRoiShift, dstObjectStride, widthHeight, place);
     });
@@ -50,7 +50,7 @@ tarnmStatus ownOMP_tarnmCholeskyBackSubst_mava_64f(const double* pSrc1, int32_t 
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmCholeskyBackSubst_mava_64f : ownStrided_tarnmCholeskyBackSubst_mava_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, pSrc2, src2ObjectStride,
             src2ElementStride, pDst, dstObjectStride, dstElementStride, widthHeight, place);
     });
@@ -63,7 +63,7 @@ tarnmStatus ownOMP_tarnmCholeskyBackSubst_mava_64f_L(const double* const* ppSrc1
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmCholeskyBackSubst_mava_64f_L : ownStrided_tarnmCholeskyBackSubst_mava_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, ppSrc2, src2RoiShift,
             src2ElementStride, ppDst, dstRoiShift, dstElementStride, widthHeight, place);
     });
@@ -74,7 +74,7 @@ tarnmStatus ownOMP_tarnmCholeskyBackSubst_mava_64f_P(const double* const* ppSrc1
     double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight, int32_t count)
 {
     const auto kernel = ownPointer_tarnmCholeskyBackSubst_mava_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, src2ObjectStride, ppDst,
             dstRoiShift, dstObjectStride, widthHeight, place);
     });

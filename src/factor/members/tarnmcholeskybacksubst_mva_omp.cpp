@@ -12,7 +12,7 @@ tarnmStatus ownOMP_tarnmCholeskyBackSubst_mva_32f(const float* pSrc1, int32_t sr
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmCholeskyBackSubst_mva_32f : ownStrided_tarnmCholeskyBackSubst_mva_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, pSrc2, src2ObjectStride, src2ElementStride, pDst,
             dstObjectStride, dstElementStride, widthHeight, place);
     });
@@ -24,7 +24,7 @@ tarnmStatus ownOMP_tarnmCholeskyBackSubst_mva_32f_L(const float* pSrc1, int32_t 
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmCholeskyBackSubst_mva_32f_L : ownStrided_tarnmCholeskyBackSubst_mva_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, ppSrc2, src2RoiShift, src2ElementStride, ppDst,
             dstRoiShift, dstElementStride, widthHeight, place);
     });
@@ -35,7 +35,7 @@ tarnmStatus ownOMP_tarnmCholeskyBackSubst_mva_32f_P(const float* const* ppSrc1, 
     int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight, int32_t count)
 {
     const auto kernel = ownPointer_tarnmCholeskyBackSubst_mva_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, ppSrc2, src2RoiShift, src2ObjectStride, ppDst, dstRoiShift,
             dstObjectStride, widthHeight, place);
     });
@@ -47,7 +47,7 @@ tarnmStatus ownOMP_tarnmCholeskyBackSubst_mva_64f(const double* pSrc1, int32_t s
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmCholeskyBackSubst_mva_64f : ownStrided_tarnmCholeskyBackSubst_mva_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, pSrc2, src2ObjectStride, src2ElementStride, pDst,
             dstObjectStride, dstElementStride, widthHeight, place);
     });
@@ -59,7 +59,7 @@ tarnmStatus ownOMP_tarnmCholeskyBackSubst_mva_64f_L(const double* pSrc1, int32_t
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmCholeskyBackSubst_mva_64f_L : ownStrided_tarnmCholeskyBackSubst_mva_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, ppSrc2, src2RoiShift, src2ElementStride, ppDst,
             dstRoiShift, dstElementStride, widthHeight, place);
     });
@@ -70,7 +70,7 @@ tarnmStatus ownOMP_tarnmCholeskyBackSubst_mva_64f_P(const double* const* ppSrc1,
     int32_t dstRoiShift, int32_t dstObjectStride, int32_t widthHeight, int32_t count)
 {
     const auto kernel = ownPointer_tarnmCholeskyBackSubst_mva_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, ppSrc2, src2RoiShift, src2ObjectStride, ppDst, dstRoiShift,
             dstObjectStride, widthHeight, place);
     });

@@ -12,7 +12,7 @@ tarnmStatus ownOMP_tarnmCholeskyDecomp_ma_32f(const float* pSrc, int32_t srcObje
 {
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmCholeskyDecomp_ma_32f : ownStrided_tarnmCholeskyDecomp_ma_32f;
-    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, pDst, dstObjectStride, dstRowStride,
             dstElementStride, widthHeight, place);
     });
@@ -24,7 +24,7 @@ tarnmStatus ownOMP_tarnmCholeskyDecomp_ma_32f_L(const float* const* ppSrc, int32
 {
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmCholeskyDecomp_ma_32f_L : ownStrided_tarnmCholeskyDecomp_ma_32f_L;
-    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, ppDst, dstRoiShift, dstRowStride,
             dstElementStride, widthHeight, place);
     });
@@ -35,7 +35,7 @@ tarnmStatus ownOMP_tarnmCholeskyDecomp_ma_32f_P(const float* const* ppSrc, int32
     int32_t count)
 {
     const auto kernel = ownPointer_tarnmCholeskyDecomp_ma_32f_P;
-    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, ppDst, dstRoiShift, dstObjectStride, widthHeight, place);
     });
 }
@@ -46,7 +46,7 @@ tarnmStatus ownOMP_tarnmCholeskyDecomp_ma_64f(const double* pSrc, int32_t srcObj
 {
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmCholeskyDecomp_ma_64f : ownStrided_tarnmCholeskyDecomp_ma_64f;
-    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, pDst, dstObjectStride, dstRowStride,
             dstElementStride, widthHeight, place);
     });
@@ -58,7 +58,7 @@ tarnmStatus ownOMP_tarnmCholeskyDecomp_ma_64f_L(const double* const* ppSrc, int3
 {
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmCholeskyDecomp_ma_64f_L : ownStrided_tarnmCholeskyDecomp_ma_64f_L;
-    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, ppDst, dstRoiShift, dstRowStride,
             dstElementStride, widthHeight, place);
     });
@@ -69,7 +69,7 @@ tarnmStatus ownOMP_tarnmCholeskyDecomp_ma_64f_P(const double* const* ppSrc, int3
     int32_t count)
 {
     const auto kernel = ownPointer_tarnmCholeskyDecomp_ma_64f_P;
-    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, ppDst, dstRoiShift, dstObjectStride, widthHeight, place);
     });
 }

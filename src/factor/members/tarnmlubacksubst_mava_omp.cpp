@@ -13,7 +13,7 @@ tarnmStatus ownOMP_tarnmLUBackSubst_mava_32f(const float* pSrc1, int32_t src1Obj
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmLUBackSubst_mava_32f : ownStrided_tarnmLUBackSubst_mava_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, pSrcIndex, pSrc2, src2ObjectStride,
             src2ElementStride, pDst, dstObjectStride, dstElementStride, widthHeight, place);
     });
@@ -26,7 +26,7 @@ tarnmStatus ownOMP_tarnmLUBackSubst_mava_32f_L(const float* const* ppSrc1, int32
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmLUBackSubst_mava_32f_L : ownStrided_tarnmLUBackSubst_mava_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, pSrcIndex, ppSrc2, src2RoiShift,
             src2ElementStride, ppDst, dstRoiShift, dstElementStride, widthHeight, place);
     });
@@ -38,7 +38,7 @@ tarnmStatus ownOMP_tarnmLUBackSubst_mava_32f_P(const float* const* ppSrc1, int32
     int32_t count)
 {
     const auto kernel = ownPointer_tarnmLUBackSubst_mava_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, pSrcIndex, ppSrc2, src2RoiShift, src2ObjectStride,
             ppDst, dstRoiShift, dstObjectStride, widthHeight, place);
     });
@@ -51,7 +51,7 @@ tarnmStatus ownOMP_tarnmLUBackSubst_mava_64f(const double* pSrc1, int32_t src1Ob
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmLUBackSubst_mava_64f : ownStrided_tarnmLUBackSubst_mava_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, pSrcIndex, pSrc2, src2ObjectStride,
             src2ElementStride, pDst, dstObjectStride, dstElementStride, widthHeight, place);
     });
@@ -64,7 +64,7 @@ tarnmStatus ownOMP_tarnmLUBackSubst_mava_64f_L(const double* const* ppSrc1, int3
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmLUBackSubst_mava_64f_L : ownStrided_tarnmLUBackSubst_mava_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, pSrcIndex, ppSrc2, src2RoiShift,
             src2ElementStride, ppDst, dstRoiShift, dstElementStride, widthHeight, place);
     });
@@ -76,7 +76,7 @@ tarnmStatus ownOMP_tarnmLUBackSubst_mava_64f_P(const double* const* ppSrc1, int3
     int32_t widthHeight, int32_t count)
 {
     const auto kernel = ownPointer_tarnmLUBackSubst_mava_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, pSrcIndex, ppSrc2, src2RoiShift, src2ObjectStride,
             ppDst, dstRoiShift, dstObjectStride, widthHeight, place);
     });

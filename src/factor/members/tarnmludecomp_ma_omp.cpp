@@ -12,7 +12,7 @@ tarnmStatus ownOMP_tarnmLUDecomp_ma_32f(const float* pSrc, int32_t srcObjectStri
 {
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmLUDecomp_ma_32f : ownStrided_tarnmLUDecomp_ma_32f;
-    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, pDstIndex, pDst, dstObjectStride,
             dstRowStride, dstElementStride, widthHeight, place);
     });
@@ -24,7 +24,7 @@ tarnmStatus ownOMP_tarnmLUDecomp_ma_32f_L(const float* const* ppSrc, int32_t src
 {
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmLUDecomp_ma_32f_L : ownStrided_tarnmLUDecomp_ma_32f_L;
-    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, pDstIndex, ppDst, dstRoiShift,
             dstRowStride, dstElementStride, widthHeight, place);
     });
@@ -35,7 +35,7 @@ tarnmStatus ownOMP_tarnmLUDecomp_ma_32f_P(const float* const* ppSrc, int32_t src
     int32_t count)
 {
     const auto kernel = ownPointer_tarnmLUDecomp_ma_32f_P;
-    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, pDstIndex, ppDst, dstRoiShift, dstObjectStride,
             widthHeight, place);
     });
@@ -47,7 +47,7 @@ tarnmStatus ownOMP_tarnmLUDecomp_ma_64f(const double* pSrc, int32_t srcObjectStr
 {
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmLUDecomp_ma_64f : ownStrided_tarnmLUDecomp_ma_64f;
-    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, pDstIndex, pDst, dstObjectStride,
             dstRowStride, dstElementStride, widthHeight, place);
     });
@@ -59,7 +59,7 @@ tarnmStatus ownOMP_tarnmLUDecomp_ma_64f_L(const double* const* ppSrc, int32_t sr
 {
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmLUDecomp_ma_64f_L : ownStrided_tarnmLUDecomp_ma_64f_L;
-    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, pDstIndex, ppDst, dstRoiShift,
             dstRowStride, dstElementStride, widthHeight, place);
     });
@@ -70,7 +70,7 @@ tarnmStatus ownOMP_tarnmLUDecomp_ma_64f_P(const double* const* ppSrc, int32_t sr
     int32_t count)
 {
     const auto kernel = ownPointer_tarnmLUDecomp_ma_64f_P;
-    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, pDstIndex, ppDst, dstRoiShift, dstObjectStride,
             widthHeight, place);
     });

@@ -13,7 +13,7 @@ tarnmStatus ownOMP_tarnmQRBackSubst_mava_32f(const float* pSrc1, int32_t src1Obj
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmQRBackSubst_mava_32f : ownStrided_tarnmQRBackSubst_mava_32f;
-    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(float), pBuffer, [&](Place place, void* slot) {
+    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(float), pBuffer, [=](Place place, void* slot) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, slot, pSrc2, src2ObjectStride,
             src2ElementStride, pDst, dstObjectStride, dstElementStride, width, height, place);
     });
@@ -26,7 +26,7 @@ tarnmStatus ownOMP_tarnmQRBackSubst_mava_32f_L(const float* const* ppSrc1, int32
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmQRBackSubst_mava_32f_L : ownStrided_tarnmQRBackSubst_mava_32f_L;
-    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(float), pBuffer, [&](Place place, void* slot) {
+    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(float), pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, slot, ppSrc2, src2RoiShift,
             src2ElementStride, ppDst, dstRoiShift, dstElementStride, width, height, place);
     });
@@ -38,7 +38,7 @@ tarnmStatus ownOMP_tarnmQRBackSubst_mava_32f_P(const float* const* ppSrc1, int32
     int32_t height, int32_t count)
 {
     const auto kernel = ownPointer_tarnmQRBackSubst_mava_32f_P;
-    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(float), pBuffer, [&](Place place, void* slot) {
+    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(float), pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, slot, ppSrc2, src2RoiShift, src2ObjectStride, ppDst,
             dstRoiShift, dstObjectStride, width, height, place);
     });
@@ -51,7 +51,7 @@ tarnmStatus ownOMP_tarnmQRBackSubst_mava_64f(const double* pSrc1, int32_t src1Ob
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmQRBackSubst_mava_64f : ownStrided_tarnmQRBackSubst_mava_64f;
-    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(double), pBuffer, [&](Place place, void* slot) {
+    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(double), pBuffer, [=](Place place, void* slot) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, slot, pSrc2, src2ObjectStride,
             src2ElementStride, pDst, dstObjectStride, dstElementStride, width, height, place);
     });
@@ -64,7 +64,7 @@ tarnmStatus ownOMP_tarnmQRBackSubst_mava_64f_L(const double* const* ppSrc1, int3
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmQRBackSubst_mava_64f_L : ownStrided_tarnmQRBackSubst_mava_64f_L;
-    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(double), pBuffer, [&](Place place, void* slot) {
+    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(double), pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, slot, ppSrc2, src2RoiShift,
             src2ElementStride, ppDst, dstRoiShift, dstElementStride, width, height, place);
     });
@@ -76,7 +76,7 @@ tarnmStatus ownOMP_tarnmQRBackSubst_mava_64f_P(const double* const* ppSrc1, int3
     int32_t height, int32_t count)
 {
     const auto kernel = ownPointer_tarnmQRBackSubst_mava_64f_P;
-    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(double), pBuffer, [&](Place place, void* slot) {
+    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(double), pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, slot, ppSrc2, src2RoiShift, src2ObjectStride, ppDst,
             dstRoiShift, dstObjectStride, width, height, place);
     });

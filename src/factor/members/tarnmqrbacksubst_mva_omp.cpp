@@ -12,7 +12,7 @@ tarnmStatus ownOMP_tarnmQRBackSubst_mva_32f(const float* pSrc1, int32_t src1RowS
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmQRBackSubst_mva_32f : ownStrided_tarnmQRBackSubst_mva_32f;
-    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(float), pBuffer, [&](Place place, void* slot) {
+    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(float), pBuffer, [=](Place place, void* slot) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, slot, pSrc2, src2ObjectStride, src2ElementStride,
             pDst, dstObjectStride, dstElementStride, width, height, place);
     });
@@ -24,7 +24,7 @@ tarnmStatus ownOMP_tarnmQRBackSubst_mva_32f_L(const float* pSrc1, int32_t src1Ro
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmQRBackSubst_mva_32f_L : ownStrided_tarnmQRBackSubst_mva_32f_L;
-    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(float), pBuffer, [&](Place place, void* slot) {
+    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(float), pBuffer, [=](Place place, void* slot) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, slot, ppSrc2, src2RoiShift, src2ElementStride, ppDst,
             dstRoiShift, dstElementStride, width, height, place);
     });
@@ -35,7 +35,7 @@ tarnmStatus ownOMP_tarnmQRBackSubst_mva_32f_P(const float* const* ppSrc1, int32_
     int32_t dstRoiShift, int32_t dstObjectStride, int32_t width, int32_t height, int32_t count)
 {
     const auto kernel = ownPointer_tarnmQRBackSubst_mva_32f_P;
-    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(float), pBuffer, [&](Place place, void* slot) {
+    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(float), pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc1, src1RoiShift, slot, ppSrc2, src2RoiShift, src2ObjectStride, ppDst, dstRoiShift,
             dstObjectStride, width, height, place);
     });
@@ -47,7 +47,7 @@ tarnmStatus ownOMP_tarnmQRBackSubst_mva_64f(const double* pSrc1, int32_t src1Row
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmQRBackSubst_mva_64f : ownStrided_tarnmQRBackSubst_mva_64f;
-    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(double), pBuffer, [&](Place place, void* slot) {
+    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(double), pBuffer, [=](Place place, void* slot) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, slot, pSrc2, src2ObjectStride, src2ElementStride,
             pDst, dstObjectStride, dstElementStride, width, height, place);
     });
@@ -59,7 +59,7 @@ tarnmStatus ownOMP_tarnmQRBackSubst_mva_64f_L(const double* pSrc1, int32_t src1R
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmQRBackSubst_mva_64f_L : ownStrided_tarnmQRBackSubst_mva_64f_L;
-    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(double), pBuffer, [&](Place place, void* slot) {
+    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(double), pBuffer, [=](Place place, void* slot) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, slot, ppSrc2, src2RoiShift, src2ElementStride, ppDst,
             dstRoiShift, dstElementStride, width, height, place);
     });
@@ -70,7 +70,7 @@ tarnmStatus ownOMP_tarnmQRBackSubst_mva_64f_P(const double* const* ppSrc1, int32
     int32_t dstRoiShift, int32_t dstObjectStride, int32_t width, int32_t height, int32_t count)
 {
     const auto kernel = ownPointer_tarnmQRBackSubst_mva_64f_P;
-    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(double), pBuffer, [&](Place place, void* slot) {
+    return forkOverObjects(count, Merge::none, bytes(height) * sizeof(double), pBuffer, [=](Place place, void* slot) {
         return kernel(ppSrc1, src1RoiShift, slot, ppSrc2, src2RoiShift, src2ObjectStride, ppDst, dstRoiShift,
             dstObjectStride, width, height, place);
     });

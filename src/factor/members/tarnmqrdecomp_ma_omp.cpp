@@ -12,7 +12,7 @@ tarnmStatus ownOMP_tarnmQRDecomp_ma_32f(const float* pSrc, int32_t srcObjectStri
 {
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmQRDecomp_ma_32f : ownStrided_tarnmQRDecomp_ma_32f;
-    return forkOverObjects(count, Merge::firstFailure, bytes(height) * sizeof(float), pBuffer, [&](Place place,
+    return forkOverObjects(count, Merge::firstFailure, bytes(height) * sizeof(float), pBuffer, [=](Place place,
         void* slot) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, slot, pDst, dstObjectStride,
             dstRowStride, dstElementStride, width, height, place);
@@ -25,7 +25,7 @@ tarnmStatus ownOMP_tarnmQRDecomp_ma_32f_L(const float* const* ppSrc, int32_t src
 {
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmQRDecomp_ma_32f_L : ownStrided_tarnmQRDecomp_ma_32f_L;
-    return forkOverObjects(count, Merge::firstFailure, bytes(height) * sizeof(float), pBuffer, [&](Place place,
+    return forkOverObjects(count, Merge::firstFailure, bytes(height) * sizeof(float), pBuffer, [=](Place place,
         void* slot) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, slot, ppDst, dstRoiShift, dstRowStride,
             dstElementStride, width, height, place);
@@ -37,7 +37,7 @@ tarnmStatus ownOMP_tarnmQRDecomp_ma_32f_P(const float* const* ppSrc, int32_t src
     int32_t count)
 {
     const auto kernel = ownPointer_tarnmQRDecomp_ma_32f_P;
-    return forkOverObjects(count, Merge::firstFailure, bytes(height) * sizeof(float), pBuffer, [&](Place place,
+    return forkOverObjects(count, Merge::firstFailure, bytes(height) * sizeof(float), pBuffer, [=](Place place,
         void* slot) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, slot, ppDst, dstRoiShift, dstObjectStride, width, height,
             place);
@@ -50,7 +50,7 @@ tarnmStatus ownOMP_tarnmQRDecomp_ma_64f(const double* pSrc, int32_t srcObjectStr
 {
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmQRDecomp_ma_64f : ownStrided_tarnmQRDecomp_ma_64f;
-    return forkOverObjects(count, Merge::firstFailure, bytes(height) * sizeof(double), pBuffer, [&](Place place,
+    return forkOverObjects(count, Merge::firstFailure, bytes(height) * sizeof(double), pBuffer, [=](Place place,
         void* slot) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, slot, pDst, dstObjectStride,
             dstRowStride, dstElementStride, width, height, place);
@@ -63,7 +63,7 @@ tarnmStatus ownOMP_tarnmQRDecomp_ma_64f_L(const double* const* ppSrc, int32_t sr
 {
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmQRDecomp_ma_64f_L : ownStrided_tarnmQRDecomp_ma_64f_L;
-    return forkOverObjects(count, Merge::firstFailure, bytes(height) * sizeof(double), pBuffer, [&](Place place,
+    return forkOverObjects(count, Merge::firstFailure, bytes(height) * sizeof(double), pBuffer, [=](Place place,
         void* slot) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, slot, ppDst, dstRoiShift, dstRowStride,
             dstElementStride, width, height, place);
@@ -75,7 +75,7 @@ tarnmStatus ownOMP_tarnmQRDecomp_ma_64f_P(const double* const* ppSrc, int32_t sr
     int32_t count)
 {
     const auto kernel = ownPointer_tarnmQRDecomp_ma_64f_P;
-    return forkOverObjects(count, Merge::firstFailure, bytes(height) * sizeof(double), pBuffer, [&](Place place,
+    return forkOverObjects(count, Merge::firstFailure, bytes(height) * sizeof(double), pBuffer, [=](Place place,
         void* slot) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, slot, ppDst, dstRoiShift, dstObjectStride, width, height,
             place);

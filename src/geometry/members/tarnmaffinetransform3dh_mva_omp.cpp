@@ -12,7 +12,7 @@ tarnmStatus ownOMP_tarnmAffineTransform3DH_mva_32f(const float* pSrc1, int32_t s
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmAffineTransform3DH_mva_32f : ownStrided_tarnmAffineTransform3DH_mva_32f;
-    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::firstFailure, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, pSrc2, src2ObjectStride, src2ElementStride, pDst,
             dstObjectStride, dstElementStride, place);
     });

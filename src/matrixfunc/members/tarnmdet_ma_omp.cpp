@@ -11,7 +11,7 @@ tarnmStatus ownOMP_tarnmDet_ma_32f(const float* pSrc, int32_t srcObjectStride, i
 {
     const auto kernel = allPacked<float>(srcElementStride) ? ownDense_tarnmDet_ma_32f : ownStrided_tarnmDet_ma_32f;
     return forkOverObjects(count, Merge::none,
-        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(float), pBuffer, [&](Place place,
+        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(float), pBuffer, [=](Place place,
         void* slot) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, widthHeight, slot, pDst, place);
     });
@@ -22,7 +22,7 @@ tarnmStatus ownOMP_tarnmDet_ma_32f_L(const float* const* ppSrc, int32_t srcRoiSh
 {
     const auto kernel = allPacked<float>(srcElementStride) ? ownDense_tarnmDet_ma_32f_L : ownStrided_tarnmDet_ma_32f_L;
     return forkOverObjects(count, Merge::none,
-        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(float), pBuffer, [&](Place place,
+        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(float), pBuffer, [=](Place place,
         void* slot) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, widthHeight, slot, pDst, place);
     });
@@ -33,7 +33,7 @@ tarnmStatus ownOMP_tarnmDet_ma_32f_P(const float* const* ppSrc, int32_t srcRoiSh
 {
     const auto kernel = ownPointer_tarnmDet_ma_32f_P;
     return forkOverObjects(count, Merge::none,
-        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(float), pBuffer, [&](Place place,
+        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(float), pBuffer, [=](Place place,
         void* slot) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, widthHeight, slot, pDst, place);
     });
@@ -44,7 +44,7 @@ tarnmStatus ownOMP_tarnmDet_ma_64f(const double* pSrc, int32_t srcObjectStride, 
 {
     const auto kernel = allPacked<double>(srcElementStride) ? ownDense_tarnmDet_ma_64f : ownStrided_tarnmDet_ma_64f;
     return forkOverObjects(count, Merge::none,
-        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(double), pBuffer, [&](Place place,
+        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(double), pBuffer, [=](Place place,
         void* slot) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, widthHeight, slot, pDst, place);
     });
@@ -55,7 +55,7 @@ tarnmStatus ownOMP_tarnmDet_ma_64f_L(const double* const* ppSrc, int32_t srcRoiS
 {
     const auto kernel = allPacked<double>(srcElementStride) ? ownDense_tarnmDet_ma_64f_L : ownStrided_tarnmDet_ma_64f_L;
     return forkOverObjects(count, Merge::none,
-        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(double), pBuffer, [&](Place place,
+        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(double), pBuffer, [=](Place place,
         void* slot) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, widthHeight, slot, pDst, place);
     });
@@ -66,7 +66,7 @@ tarnmStatus ownOMP_tarnmDet_ma_64f_P(const double* const* ppSrc, int32_t srcRoiS
 {
     const auto kernel = ownPointer_tarnmDet_ma_64f_P;
     return forkOverObjects(count, Merge::none,
-        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(double), pBuffer, [&](Place place,
+        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(double), pBuffer, [=](Place place,
         void* slot) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, widthHeight, slot, pDst, place);
     });

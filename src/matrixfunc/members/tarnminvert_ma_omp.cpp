@@ -13,7 +13,7 @@ tarnmStatus ownOMP_tarnmInvert_ma_32f(const float* pSrc, int32_t srcObjectStride
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmInvert_ma_32f : ownStrided_tarnmInvert_ma_32f;
     return forkOverObjects(count, Merge::firstFailure,
-        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(float), pBuffer, [&](Place place,
+        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(float), pBuffer, [=](Place place,
         void* slot) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, slot, pDst, dstObjectStride,
             dstRowStride, dstElementStride, widthHeight, place);
@@ -27,7 +27,7 @@ tarnmStatus ownOMP_tarnmInvert_ma_32f_L(const float* const* ppSrc, int32_t srcRo
     const auto kernel = allPacked<float>(srcElementStride,
         dstElementStride) ? ownDense_tarnmInvert_ma_32f_L : ownStrided_tarnmInvert_ma_32f_L;
     return forkOverObjects(count, Merge::firstFailure,
-        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(float), pBuffer, [&](Place place,
+        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(float), pBuffer, [=](Place place,
         void* slot) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, slot, ppDst, dstRoiShift, dstRowStride,
             dstElementStride, widthHeight, place);
@@ -40,7 +40,7 @@ tarnmStatus ownOMP_tarnmInvert_ma_32f_P(const float* const* ppSrc, int32_t srcRo
 {
     const auto kernel = ownPointer_tarnmInvert_ma_32f_P;
     return forkOverObjects(count, Merge::firstFailure,
-        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(float), pBuffer, [&](Place place,
+        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(float), pBuffer, [=](Place place,
         void* slot) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, slot, ppDst, dstRoiShift, dstObjectStride, widthHeight,
             place);
@@ -54,7 +54,7 @@ tarnmStatus ownOMP_tarnmInvert_ma_64f(const double* pSrc, int32_t srcObjectStrid
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmInvert_ma_64f : ownStrided_tarnmInvert_ma_64f;
     return forkOverObjects(count, Merge::firstFailure,
-        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(double), pBuffer, [&](Place place,
+        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(double), pBuffer, [=](Place place,
         void* slot) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, slot, pDst, dstObjectStride,
             dstRowStride, dstElementStride, widthHeight, place);
@@ -68,7 +68,7 @@ tarnmStatus ownOMP_tarnmInvert_ma_64f_L(const double* const* ppSrc, int32_t srcR
     const auto kernel = allPacked<double>(srcElementStride,
         dstElementStride) ? ownDense_tarnmInvert_ma_64f_L : ownStrided_tarnmInvert_ma_64f_L;
     return forkOverObjects(count, Merge::firstFailure,
-        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(double), pBuffer, [&](Place place,
+        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(double), pBuffer, [=](Place place,
         void* slot) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, slot, ppDst, dstRoiShift, dstRowStride,
             dstElementStride, widthHeight, place);
@@ -81,7 +81,7 @@ tarnmStatus ownOMP_tarnmInvert_ma_64f_P(const double* const* ppSrc, int32_t srcR
 {
     const auto kernel = ownPointer_tarnmInvert_ma_64f_P;
     return forkOverObjects(count, Merge::firstFailure,
-        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(double), pBuffer, [&](Place place,
+        (bytes(widthHeight) * bytes(widthHeight) + bytes(widthHeight)) * sizeof(double), pBuffer, [=](Place place,
         void* slot) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, slot, ppDst, dstRoiShift, dstObjectStride, widthHeight,
             place);

@@ -10,7 +10,7 @@ tarnmStatus ownOMP_tarnmTrace_ma_32f(const float* pSrc, int32_t srcObjectStride,
     int32_t srcElementStride, int32_t width, float* pDst, int32_t count)
 {
     const auto kernel = allPacked<float>(srcElementStride) ? ownDense_tarnmTrace_ma_32f : ownStrided_tarnmTrace_ma_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, width, pDst, place);
     });
 }
@@ -19,7 +19,7 @@ tarnmStatus ownOMP_tarnmTrace_ma_32f_L(const float* const* ppSrc, int32_t srcRoi
     int32_t srcElementStride, int32_t width, float* pDst, int32_t count)
 {
     const auto kernel = allPacked<float>(srcElementStride) ? ownDense_tarnmTrace_ma_32f_L : ownStrided_tarnmTrace_ma_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, width, pDst, place);
     });
 }
@@ -28,7 +28,7 @@ tarnmStatus ownOMP_tarnmTrace_ma_32f_P(const float* const* ppSrc, int32_t srcRoi
     int32_t width, float* pDst, int32_t count)
 {
     const auto kernel = ownPointer_tarnmTrace_ma_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, width, pDst, place);
     });
 }
@@ -37,7 +37,7 @@ tarnmStatus ownOMP_tarnmTrace_ma_64f(const double* pSrc, int32_t srcObjectStride
     int32_t srcElementStride, int32_t width, double* pDst, int32_t count)
 {
     const auto kernel = allPacked<double>(srcElementStride) ? ownDense_tarnmTrace_ma_64f : ownStrided_tarnmTrace_ma_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcObjectStride, srcRowStride, srcElementStride, width, pDst, place);
     });
 }
@@ -46,7 +46,7 @@ tarnmStatus ownOMP_tarnmTrace_ma_64f_L(const double* const* ppSrc, int32_t srcRo
     int32_t srcElementStride, int32_t width, double* pDst, int32_t count)
 {
     const auto kernel = allPacked<double>(srcElementStride) ? ownDense_tarnmTrace_ma_64f_L : ownStrided_tarnmTrace_ma_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcRowStride, srcElementStride, width, pDst, place);
     });
 }
@@ -55,7 +55,7 @@ tarnmStatus ownOMP_tarnmTrace_ma_64f_P(const double* const* ppSrc, int32_t srcRo
     int32_t width, double* pDst, int32_t count)
 {
     const auto kernel = ownPointer_tarnmTrace_ma_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, width, pDst, place);
     });
 }

@@ -13,7 +13,7 @@ tarnmStatus ownOMP_tarnmMul_mama_32f(const float* pSrc1, int32_t src1ObjectStrid
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_mama_32f : ownStrided_tarnmMul_mama_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2,
             src2ObjectStride, src2RowStride, src2ElementStride, src2Width, src2Height, pDst, dstObjectStride,
             dstRowStride, dstElementStride, place);
@@ -27,7 +27,7 @@ tarnmStatus ownOMP_tarnmMul_mama_32f_L(const float* const* ppSrc1, int32_t src1R
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_mama_32f_L : ownStrided_tarnmMul_mama_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, src1Width, src1Height, ppSrc2,
             src2RoiShift, src2RowStride, src2ElementStride, src2Width, src2Height, ppDst, dstRoiShift, dstRowStride,
             dstElementStride, place);
@@ -40,7 +40,7 @@ tarnmStatus ownOMP_tarnmMul_mama_32f_P(const float* const* ppSrc1, int32_t src1R
     int32_t dstObjectStride, int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_mama_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, src1Width, src1Height, ppSrc2, src2RoiShift,
             src2ObjectStride, src2Width, src2Height, ppDst, dstRoiShift, dstObjectStride, place);
     });
@@ -53,7 +53,7 @@ tarnmStatus ownOMP_tarnmMul_mama_64f(const double* pSrc1, int32_t src1ObjectStri
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_mama_64f : ownStrided_tarnmMul_mama_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2,
             src2ObjectStride, src2RowStride, src2ElementStride, src2Width, src2Height, pDst, dstObjectStride,
             dstRowStride, dstElementStride, place);
@@ -67,7 +67,7 @@ tarnmStatus ownOMP_tarnmMul_mama_64f_L(const double* const* ppSrc1, int32_t src1
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_mama_64f_L : ownStrided_tarnmMul_mama_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, src1Width, src1Height, ppSrc2,
             src2RoiShift, src2RowStride, src2ElementStride, src2Width, src2Height, ppDst, dstRoiShift, dstRowStride,
             dstElementStride, place);
@@ -80,7 +80,7 @@ tarnmStatus ownOMP_tarnmMul_mama_64f_P(const double* const* ppSrc1, int32_t src1
     int32_t dstObjectStride, int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_mama_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, src1Width, src1Height, ppSrc2, src2RoiShift,
             src2ObjectStride, src2Width, src2Height, ppDst, dstRoiShift, dstObjectStride, place);
     });

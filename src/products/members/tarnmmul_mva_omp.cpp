@@ -12,7 +12,7 @@ tarnmStatus ownOMP_tarnmMul_mva_32f(const float* pSrc1, int32_t src1RowStride, i
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_mva_32f : ownStrided_tarnmMul_mva_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2, src2ObjectStride,
             src2ElementStride, src2Len, pDst, dstObjectStride, dstElementStride, place);
     });
@@ -25,7 +25,7 @@ tarnmStatus ownOMP_tarnmMul_mva_32f_L(const float* pSrc1, int32_t src1RowStride,
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_mva_32f_L : ownStrided_tarnmMul_mva_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, src1Width, src1Height, ppSrc2, src2RoiShift,
             src2ElementStride, src2Len, ppDst, dstRoiShift, dstElementStride, place);
     });
@@ -36,7 +36,7 @@ tarnmStatus ownOMP_tarnmMul_mva_32f_P(const float* const* ppSrc1, int32_t src1Ro
     float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_mva_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1Width, src1Height, ppSrc2, src2RoiShift, src2ObjectStride, src2Len,
             ppDst, dstRoiShift, dstObjectStride, place);
     });
@@ -48,7 +48,7 @@ tarnmStatus ownOMP_tarnmMul_mva_64f(const double* pSrc1, int32_t src1RowStride, 
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_mva_64f : ownStrided_tarnmMul_mva_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2, src2ObjectStride,
             src2ElementStride, src2Len, pDst, dstObjectStride, dstElementStride, place);
     });
@@ -61,7 +61,7 @@ tarnmStatus ownOMP_tarnmMul_mva_64f_L(const double* pSrc1, int32_t src1RowStride
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_mva_64f_L : ownStrided_tarnmMul_mva_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, src1Width, src1Height, ppSrc2, src2RoiShift,
             src2ElementStride, src2Len, ppDst, dstRoiShift, dstElementStride, place);
     });
@@ -72,7 +72,7 @@ tarnmStatus ownOMP_tarnmMul_mva_64f_P(const double* const* ppSrc1, int32_t src1R
     double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_mva_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1Width, src1Height, ppSrc2, src2RoiShift, src2ObjectStride, src2Len,
             ppDst, dstRoiShift, dstObjectStride, place);
     });

@@ -13,7 +13,7 @@ tarnmStatus ownOMP_tarnmMul_tam_32f(const float* pSrc1, int32_t src1ObjectStride
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_tam_32f : ownStrided_tarnmMul_tam_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2,
             src2RowStride, src2ElementStride, src2Width, src2Height, pDst, dstObjectStride, dstRowStride,
             dstElementStride, place);
@@ -27,7 +27,7 @@ tarnmStatus ownOMP_tarnmMul_tam_32f_L(const float* const* ppSrc1, int32_t src1Ro
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_tam_32f_L : ownStrided_tarnmMul_tam_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2,
             src2RowStride, src2ElementStride, src2Width, src2Height, ppDst, dstRoiShift, dstRowStride,
             dstElementStride, place);
@@ -39,7 +39,7 @@ tarnmStatus ownOMP_tarnmMul_tam_32f_P(const float* const* ppSrc1, int32_t src1Ro
     int32_t src2Height, float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_tam_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, src1Width, src1Height, ppSrc2, src2RoiShift, src2Width,
             src2Height, ppDst, dstRoiShift, dstObjectStride, place);
     });
@@ -52,7 +52,7 @@ tarnmStatus ownOMP_tarnmMul_tam_64f(const double* pSrc1, int32_t src1ObjectStrid
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_tam_64f : ownStrided_tarnmMul_tam_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2,
             src2RowStride, src2ElementStride, src2Width, src2Height, pDst, dstObjectStride, dstRowStride,
             dstElementStride, place);
@@ -66,7 +66,7 @@ tarnmStatus ownOMP_tarnmMul_tam_64f_L(const double* const* ppSrc1, int32_t src1R
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_tam_64f_L : ownStrided_tarnmMul_tam_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2,
             src2RowStride, src2ElementStride, src2Width, src2Height, ppDst, dstRoiShift, dstRowStride,
             dstElementStride, place);
@@ -78,7 +78,7 @@ tarnmStatus ownOMP_tarnmMul_tam_64f_P(const double* const* ppSrc1, int32_t src1R
     int32_t src2Height, double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_tam_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, src1Width, src1Height, ppSrc2, src2RoiShift, src2Width,
             src2Height, ppDst, dstRoiShift, dstObjectStride, place);
     });

@@ -12,7 +12,7 @@ tarnmStatus ownOMP_tarnmMul_tav_32f(const float* pSrc1, int32_t src1ObjectStride
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_tav_32f : ownStrided_tarnmMul_tav_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2,
             src2ElementStride, src2Len, pDst, dstObjectStride, dstElementStride, place);
     });
@@ -24,7 +24,7 @@ tarnmStatus ownOMP_tarnmMul_tav_32f_L(const float* const* ppSrc1, int32_t src1Ro
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_tav_32f_L : ownStrided_tarnmMul_tav_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2,
             src2ElementStride, src2Len, ppDst, dstRoiShift, dstElementStride, place);
     });
@@ -35,7 +35,7 @@ tarnmStatus ownOMP_tarnmMul_tav_32f_P(const float* const* ppSrc1, int32_t src1Ro
     float* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_tav_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, src1Width, src1Height, ppSrc2, src2RoiShift, src2Len,
             ppDst, dstRoiShift, dstObjectStride, place);
     });
@@ -47,7 +47,7 @@ tarnmStatus ownOMP_tarnmMul_tav_64f(const double* pSrc1, int32_t src1ObjectStrid
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_tav_64f : ownStrided_tarnmMul_tav_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2,
             src2ElementStride, src2Len, pDst, dstObjectStride, dstElementStride, place);
     });
@@ -59,7 +59,7 @@ tarnmStatus ownOMP_tarnmMul_tav_64f_L(const double* const* ppSrc1, int32_t src1R
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_tav_64f_L : ownStrided_tarnmMul_tav_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2,
             src2ElementStride, src2Len, ppDst, dstRoiShift, dstElementStride, place);
     });
@@ -70,7 +70,7 @@ tarnmStatus ownOMP_tarnmMul_tav_64f_P(const double* const* ppSrc1, int32_t src1R
     double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_tav_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, src1Width, src1Height, ppSrc2, src2RoiShift, src2Len,
             ppDst, dstRoiShift, dstObjectStride, place);
     });

@@ -13,7 +13,7 @@ tarnmStatus ownOMP_tarnmMul_tava_32f(const float* pSrc1, int32_t src1ObjectStrid
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_tava_32f : ownStrided_tarnmMul_tava_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2,
             src2ObjectStride, src2ElementStride, src2Len, pDst, dstObjectStride, dstElementStride, place);
     });
@@ -26,7 +26,7 @@ tarnmStatus ownOMP_tarnmMul_tava_32f_L(const float* const* ppSrc1, int32_t src1R
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_tava_32f_L : ownStrided_tarnmMul_tava_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, src1Width, src1Height, ppSrc2,
             src2RoiShift, src2ElementStride, src2Len, ppDst, dstRoiShift, dstElementStride, place);
     });
@@ -38,7 +38,7 @@ tarnmStatus ownOMP_tarnmMul_tava_32f_P(const float* const* ppSrc1, int32_t src1R
     int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_tava_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, src1Width, src1Height, ppSrc2, src2RoiShift,
             src2ObjectStride, src2Len, ppDst, dstRoiShift, dstObjectStride, place);
     });
@@ -51,7 +51,7 @@ tarnmStatus ownOMP_tarnmMul_tava_64f(const double* pSrc1, int32_t src1ObjectStri
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_tava_64f : ownStrided_tarnmMul_tava_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2,
             src2ObjectStride, src2ElementStride, src2Len, pDst, dstObjectStride, dstElementStride, place);
     });
@@ -64,7 +64,7 @@ tarnmStatus ownOMP_tarnmMul_tava_64f_L(const double* const* ppSrc1, int32_t src1
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmMul_tava_64f_L : ownStrided_tarnmMul_tava_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1RowStride, src1ElementStride, src1Width, src1Height, ppSrc2,
             src2RoiShift, src2ElementStride, src2Len, ppDst, dstRoiShift, dstElementStride, place);
     });
@@ -76,7 +76,7 @@ tarnmStatus ownOMP_tarnmMul_tava_64f_P(const double* const* ppSrc1, int32_t src1
     int32_t count)
 {
     const auto kernel = ownPointer_tarnmMul_tava_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, src1Width, src1Height, ppSrc2, src2RoiShift,
             src2ObjectStride, src2Len, ppDst, dstRoiShift, dstObjectStride, place);
     });

@@ -12,7 +12,7 @@ tarnmStatus ownOMP_tarnmCrossProduct_vav_32f(const float* pSrc1, int32_t src1Obj
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmCrossProduct_vav_32f : ownStrided_tarnmCrossProduct_vav_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1ElementStride, pSrc2, src2ElementStride, pDst, dstObjectStride,
             dstElementStride, place);
     });
@@ -24,7 +24,7 @@ tarnmStatus ownOMP_tarnmCrossProduct_vav_32f_L(const float* const* ppSrc1, int32
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmCrossProduct_vav_32f_L : ownStrided_tarnmCrossProduct_vav_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ElementStride, pSrc2, src2ElementStride, ppDst, dstRoiShift,
             dstElementStride, place);
     });
@@ -35,7 +35,7 @@ tarnmStatus ownOMP_tarnmCrossProduct_vav_32f_P(const float* const* ppSrc1, int32
     int32_t dstRoiShift, int32_t dstObjectStride, int32_t count)
 {
     const auto kernel = ownPointer_tarnmCrossProduct_vav_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, ppDst, dstRoiShift,
             dstObjectStride, place);
     });
@@ -47,7 +47,7 @@ tarnmStatus ownOMP_tarnmCrossProduct_vav_64f(const double* pSrc1, int32_t src1Ob
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmCrossProduct_vav_64f : ownStrided_tarnmCrossProduct_vav_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1ElementStride, pSrc2, src2ElementStride, pDst, dstObjectStride,
             dstElementStride, place);
     });
@@ -59,7 +59,7 @@ tarnmStatus ownOMP_tarnmCrossProduct_vav_64f_L(const double* const* ppSrc1, int3
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmCrossProduct_vav_64f_L : ownStrided_tarnmCrossProduct_vav_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ElementStride, pSrc2, src2ElementStride, ppDst, dstRoiShift,
             dstElementStride, place);
     });
@@ -70,7 +70,7 @@ tarnmStatus ownOMP_tarnmCrossProduct_vav_64f_P(const double* const* ppSrc1, int3
     int32_t dstRoiShift, int32_t dstObjectStride, int32_t count)
 {
     const auto kernel = ownPointer_tarnmCrossProduct_vav_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, ppDst, dstRoiShift,
             dstObjectStride, place);
     });

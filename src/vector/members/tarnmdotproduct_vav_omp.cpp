@@ -11,7 +11,7 @@ tarnmStatus ownOMP_tarnmDotProduct_vav_32f(const float* pSrc1, int32_t src1Objec
 {
     const auto kernel = allPacked<float>(src1ElementStride,
         src2ElementStride) ? ownDense_tarnmDotProduct_vav_32f : ownStrided_tarnmDotProduct_vav_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1ElementStride, pSrc2, src2ElementStride, pDst, len, place);
     });
 }
@@ -21,7 +21,7 @@ tarnmStatus ownOMP_tarnmDotProduct_vav_32f_L(const float* const* ppSrc1, int32_t
 {
     const auto kernel = allPacked<float>(src1ElementStride,
         src2ElementStride) ? ownDense_tarnmDotProduct_vav_32f_L : ownStrided_tarnmDotProduct_vav_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ElementStride, pSrc2, src2ElementStride, pDst, len, place);
     });
 }
@@ -31,7 +31,7 @@ tarnmStatus ownOMP_tarnmDotProduct_vav_32f_P(const float* const* ppSrc1, int32_t
     int32_t count)
 {
     const auto kernel = ownPointer_tarnmDotProduct_vav_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, pDst, len, place);
     });
 }
@@ -41,7 +41,7 @@ tarnmStatus ownOMP_tarnmDotProduct_vav_64f(const double* pSrc1, int32_t src1Obje
 {
     const auto kernel = allPacked<double>(src1ElementStride,
         src2ElementStride) ? ownDense_tarnmDotProduct_vav_64f : ownStrided_tarnmDotProduct_vav_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1ElementStride, pSrc2, src2ElementStride, pDst, len, place);
     });
 }
@@ -52,7 +52,7 @@ tarnmStatus ownOMP_tarnmDotProduct_vav_64f_L(const double* const* ppSrc1, int32_
 {
     const auto kernel = allPacked<double>(src1ElementStride,
         src2ElementStride) ? ownDense_tarnmDotProduct_vav_64f_L : ownStrided_tarnmDotProduct_vav_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ElementStride, pSrc2, src2ElementStride, pDst, len, place);
     });
 }
@@ -62,7 +62,7 @@ tarnmStatus ownOMP_tarnmDotProduct_vav_64f_P(const double* const* ppSrc1, int32_
     int32_t count)
 {
     const auto kernel = ownPointer_tarnmDotProduct_vav_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, pDst, len, place);
     });
 }

@@ -11,7 +11,7 @@ tarnmStatus ownOMP_tarnmDotProduct_vava_32f(const float* pSrc1, int32_t src1Obje
 {
     const auto kernel = allPacked<float>(src1ElementStride,
         src2ElementStride) ? ownDense_tarnmDotProduct_vava_32f : ownStrided_tarnmDotProduct_vava_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1ElementStride, pSrc2, src2ObjectStride, src2ElementStride, pDst,
             len, place);
     });
@@ -23,7 +23,7 @@ tarnmStatus ownOMP_tarnmDotProduct_vava_32f_L(const float* const* ppSrc1, int32_
 {
     const auto kernel = allPacked<float>(src1ElementStride,
         src2ElementStride) ? ownDense_tarnmDotProduct_vava_32f_L : ownStrided_tarnmDotProduct_vava_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ElementStride, ppSrc2, src2RoiShift, src2ElementStride, pDst, len,
             place);
     });
@@ -34,7 +34,7 @@ tarnmStatus ownOMP_tarnmDotProduct_vava_32f_P(const float* const* ppSrc1, int32_
     float* pDst, int32_t len, int32_t count)
 {
     const auto kernel = ownPointer_tarnmDotProduct_vava_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, src2ObjectStride, pDst, len,
             place);
     });
@@ -46,7 +46,7 @@ tarnmStatus ownOMP_tarnmDotProduct_vava_64f(const double* pSrc1, int32_t src1Obj
 {
     const auto kernel = allPacked<double>(src1ElementStride,
         src2ElementStride) ? ownDense_tarnmDotProduct_vava_64f : ownStrided_tarnmDotProduct_vava_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1ElementStride, pSrc2, src2ObjectStride, src2ElementStride, pDst,
             len, place);
     });
@@ -58,7 +58,7 @@ tarnmStatus ownOMP_tarnmDotProduct_vava_64f_L(const double* const* ppSrc1, int32
 {
     const auto kernel = allPacked<double>(src1ElementStride,
         src2ElementStride) ? ownDense_tarnmDotProduct_vava_64f_L : ownStrided_tarnmDotProduct_vava_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ElementStride, ppSrc2, src2RoiShift, src2ElementStride, pDst, len,
             place);
     });
@@ -69,7 +69,7 @@ tarnmStatus ownOMP_tarnmDotProduct_vava_64f_P(const double* const* ppSrc1, int32
     double* pDst, int32_t len, int32_t count)
 {
     const auto kernel = ownPointer_tarnmDotProduct_vava_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, ppSrc2, src2RoiShift, src2ObjectStride, pDst, len,
             place);
     });

@@ -13,7 +13,7 @@ tarnmStatus ownOMP_tarnmGaxpy_mva_32f(const float* pSrc1, int32_t src1RowStride,
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride, src3ElementStride,
         dstElementStride) ? ownDense_tarnmGaxpy_mva_32f : ownStrided_tarnmGaxpy_mva_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2, src2ObjectStride,
             src2ElementStride, src2Len, pSrc3, src3ObjectStride, src3ElementStride, src3Len, pDst, dstObjectStride,
             dstElementStride, place);
@@ -28,7 +28,7 @@ tarnmStatus ownOMP_tarnmGaxpy_mva_32f_L(const float* pSrc1, int32_t src1RowStrid
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride, src3ElementStride,
         dstElementStride) ? ownDense_tarnmGaxpy_mva_32f_L : ownStrided_tarnmGaxpy_mva_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, src1Width, src1Height, ppSrc2, src2RoiShift,
             src2ElementStride, src2Len, ppSrc3, src3RoiShift, src3ElementStride, src3Len, ppDst, dstRoiShift,
             dstElementStride, place);
@@ -41,7 +41,7 @@ tarnmStatus ownOMP_tarnmGaxpy_mva_32f_P(const float* const* ppSrc1, int32_t src1
     int32_t dstRoiShift, int32_t dstObjectStride, int32_t count)
 {
     const auto kernel = ownPointer_tarnmGaxpy_mva_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1Width, src1Height, ppSrc2, src2RoiShift, src2ObjectStride, src2Len,
             ppSrc3, src3RoiShift, src3ObjectStride, src3Len, ppDst, dstRoiShift, dstObjectStride, place);
     });
@@ -54,7 +54,7 @@ tarnmStatus ownOMP_tarnmGaxpy_mva_64f(const double* pSrc1, int32_t src1RowStride
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride, src3ElementStride,
         dstElementStride) ? ownDense_tarnmGaxpy_mva_64f : ownStrided_tarnmGaxpy_mva_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2, src2ObjectStride,
             src2ElementStride, src2Len, pSrc3, src3ObjectStride, src3ElementStride, src3Len, pDst, dstObjectStride,
             dstElementStride, place);
@@ -69,7 +69,7 @@ tarnmStatus ownOMP_tarnmGaxpy_mva_64f_L(const double* pSrc1, int32_t src1RowStri
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride, src3ElementStride,
         dstElementStride) ? ownDense_tarnmGaxpy_mva_64f_L : ownStrided_tarnmGaxpy_mva_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, src1Width, src1Height, ppSrc2, src2RoiShift,
             src2ElementStride, src2Len, ppSrc3, src3RoiShift, src3ElementStride, src3Len, ppDst, dstRoiShift,
             dstElementStride, place);
@@ -82,7 +82,7 @@ tarnmStatus ownOMP_tarnmGaxpy_mva_64f_P(const double* const* ppSrc1, int32_t src
     double* const* ppDst, int32_t dstRoiShift, int32_t dstObjectStride, int32_t count)
 {
     const auto kernel = ownPointer_tarnmGaxpy_mva_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1Width, src1Height, ppSrc2, src2RoiShift, src2ObjectStride, src2Len,
             ppSrc3, src3RoiShift, src3ObjectStride, src3Len, ppDst, dstRoiShift, dstObjectStride, place);
     });

@@ -13,7 +13,7 @@ tarnmStatus ownOMP_tarnmGaxpy_mvav_32f(const float* pSrc1, int32_t src1RowStride
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride, src3ElementStride,
         dstElementStride) ? ownDense_tarnmGaxpy_mvav_32f : ownStrided_tarnmGaxpy_mvav_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2, src2ObjectStride,
             src2ElementStride, src2Len, pSrc3, src3ElementStride, src3Len, pDst, dstObjectStride, dstElementStride,
             place);
@@ -27,7 +27,7 @@ tarnmStatus ownOMP_tarnmGaxpy_mvav_32f_L(const float* pSrc1, int32_t src1RowStri
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride, src3ElementStride,
         dstElementStride) ? ownDense_tarnmGaxpy_mvav_32f_L : ownStrided_tarnmGaxpy_mvav_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, src1Width, src1Height, ppSrc2, src2RoiShift,
             src2ElementStride, src2Len, pSrc3, src3ElementStride, src3Len, ppDst, dstRoiShift, dstElementStride,
             place);
@@ -40,7 +40,7 @@ tarnmStatus ownOMP_tarnmGaxpy_mvav_32f_P(const float* const* ppSrc1, int32_t src
     int32_t dstObjectStride, int32_t count)
 {
     const auto kernel = ownPointer_tarnmGaxpy_mvav_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1Width, src1Height, ppSrc2, src2RoiShift, src2ObjectStride, src2Len,
             ppSrc3, src3RoiShift, src3Len, ppDst, dstRoiShift, dstObjectStride, place);
     });
@@ -53,7 +53,7 @@ tarnmStatus ownOMP_tarnmGaxpy_mvav_64f(const double* pSrc1, int32_t src1RowStrid
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride, src3ElementStride,
         dstElementStride) ? ownDense_tarnmGaxpy_mvav_64f : ownStrided_tarnmGaxpy_mvav_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, src1Width, src1Height, pSrc2, src2ObjectStride,
             src2ElementStride, src2Len, pSrc3, src3ElementStride, src3Len, pDst, dstObjectStride, dstElementStride,
             place);
@@ -67,7 +67,7 @@ tarnmStatus ownOMP_tarnmGaxpy_mvav_64f_L(const double* pSrc1, int32_t src1RowStr
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride, src3ElementStride,
         dstElementStride) ? ownDense_tarnmGaxpy_mvav_64f_L : ownStrided_tarnmGaxpy_mvav_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1RowStride, src1ElementStride, src1Width, src1Height, ppSrc2, src2RoiShift,
             src2ElementStride, src2Len, pSrc3, src3ElementStride, src3Len, ppDst, dstRoiShift, dstElementStride,
             place);
@@ -80,7 +80,7 @@ tarnmStatus ownOMP_tarnmGaxpy_mvav_64f_P(const double* const* ppSrc1, int32_t sr
     int32_t dstObjectStride, int32_t count)
 {
     const auto kernel = ownPointer_tarnmGaxpy_mvav_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1Width, src1Height, ppSrc2, src2RoiShift, src2ObjectStride, src2Len,
             ppSrc3, src3RoiShift, src3Len, ppDst, dstRoiShift, dstObjectStride, place);
     });

@@ -10,7 +10,7 @@ tarnmStatus ownOMP_tarnmL2Norm_va_32f(const float* pSrc, int32_t srcObjectStride
     float* pDst, int32_t len, int32_t count)
 {
     const auto kernel = allPacked<float>(srcElementStride) ? ownDense_tarnmL2Norm_va_32f : ownStrided_tarnmL2Norm_va_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcObjectStride, srcElementStride, pDst, len, place);
     });
 }
@@ -19,7 +19,7 @@ tarnmStatus ownOMP_tarnmL2Norm_va_32f_L(const float* const* ppSrc, int32_t srcRo
     float* pDst, int32_t len, int32_t count)
 {
     const auto kernel = allPacked<float>(srcElementStride) ? ownDense_tarnmL2Norm_va_32f_L : ownStrided_tarnmL2Norm_va_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcElementStride, pDst, len, place);
     });
 }
@@ -28,7 +28,7 @@ tarnmStatus ownOMP_tarnmL2Norm_va_32f_P(const float* const* ppSrc, int32_t srcRo
     float* pDst, int32_t len, int32_t count)
 {
     const auto kernel = ownPointer_tarnmL2Norm_va_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, pDst, len, place);
     });
 }
@@ -37,7 +37,7 @@ tarnmStatus ownOMP_tarnmL2Norm_va_64f(const double* pSrc, int32_t srcObjectStrid
     double* pDst, int32_t len, int32_t count)
 {
     const auto kernel = allPacked<double>(srcElementStride) ? ownDense_tarnmL2Norm_va_64f : ownStrided_tarnmL2Norm_va_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc, srcObjectStride, srcElementStride, pDst, len, place);
     });
 }
@@ -46,7 +46,7 @@ tarnmStatus ownOMP_tarnmL2Norm_va_64f_L(const double* const* ppSrc, int32_t srcR
     double* pDst, int32_t len, int32_t count)
 {
     const auto kernel = allPacked<double>(srcElementStride) ? ownDense_tarnmL2Norm_va_64f_L : ownStrided_tarnmL2Norm_va_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcElementStride, pDst, len, place);
     });
 }
@@ -55,7 +55,7 @@ tarnmStatus ownOMP_tarnmL2Norm_va_64f_P(const double* const* ppSrc, int32_t srcR
     double* pDst, int32_t len, int32_t count)
 {
     const auto kernel = ownPointer_tarnmL2Norm_va_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc, srcRoiShift, srcObjectStride, pDst, len, place);
     });
 }

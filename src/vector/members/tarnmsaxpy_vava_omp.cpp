@@ -12,7 +12,7 @@ tarnmStatus ownOMP_tarnmSaxpy_vava_32f(const float* pSrc1, int32_t src1ObjectStr
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmSaxpy_vava_32f : ownStrided_tarnmSaxpy_vava_32f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1ElementStride, val, pSrc2, src2ObjectStride, src2ElementStride,
             pDst, dstObjectStride, dstElementStride, len, place);
     });
@@ -24,7 +24,7 @@ tarnmStatus ownOMP_tarnmSaxpy_vava_32f_L(const float* const* ppSrc1, int32_t src
 {
     const auto kernel = allPacked<float>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmSaxpy_vava_32f_L : ownStrided_tarnmSaxpy_vava_32f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ElementStride, val, ppSrc2, src2RoiShift, src2ElementStride, ppDst,
             dstRoiShift, dstElementStride, len, place);
     });
@@ -35,7 +35,7 @@ tarnmStatus ownOMP_tarnmSaxpy_vava_32f_P(const float* const* ppSrc1, int32_t src
     int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count)
 {
     const auto kernel = ownPointer_tarnmSaxpy_vava_32f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, val, ppSrc2, src2RoiShift, src2ObjectStride, ppDst,
             dstRoiShift, dstObjectStride, len, place);
     });
@@ -47,7 +47,7 @@ tarnmStatus ownOMP_tarnmSaxpy_vava_64f(const double* pSrc1, int32_t src1ObjectSt
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmSaxpy_vava_64f : ownStrided_tarnmSaxpy_vava_64f;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(pSrc1, src1ObjectStride, src1ElementStride, val, pSrc2, src2ObjectStride, src2ElementStride,
             pDst, dstObjectStride, dstElementStride, len, place);
     });
@@ -60,7 +60,7 @@ tarnmStatus ownOMP_tarnmSaxpy_vava_64f_L(const double* const* ppSrc1, int32_t sr
 {
     const auto kernel = allPacked<double>(src1ElementStride, src2ElementStride,
         dstElementStride) ? ownDense_tarnmSaxpy_vava_64f_L : ownStrided_tarnmSaxpy_vava_64f_L;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ElementStride, val, ppSrc2, src2RoiShift, src2ElementStride, ppDst,
             dstRoiShift, dstElementStride, len, place);
     });
@@ -71,7 +71,7 @@ tarnmStatus ownOMP_tarnmSaxpy_vava_64f_P(const double* const* ppSrc1, int32_t sr
     int32_t dstRoiShift, int32_t dstObjectStride, int32_t len, int32_t count)
 {
     const auto kernel = ownPointer_tarnmSaxpy_vava_64f_P;
-    return forkOverObjects(count, Merge::none, 0, nullptr, [&](Place place, void* /*slot*/) {
+    return forkOverObjects(count, Merge::none, 0, nullptr, [=](Place place, void* /*slot*/) {
         return kernel(ppSrc1, src1RoiShift, src1ObjectStride, val, ppSrc2, src2RoiShift, src2ObjectStride, ppDst,
             dstRoiShift, dstObjectStride, len, place);
     });
