@@ -10,6 +10,7 @@
 #include "harness/machine.h"
 #include "harness/measure.h"
 #include "harness/report.h"
+#include "harness/short_table.h"
 #include "rows/rows.h"
 #include "tarncore/tarncore.h"
 
@@ -31,16 +32,18 @@ constexpr const char* usage =
     "  --seconds N            time for the whole run, by default at most 0.4 per row and 480 in all\n"
     "  --check                compare results, time nothing\n"
     "  --offset N             operands begin N bytes behind a cache line, by default 0; malloc gives 16\n"
+    "  --short                only the rows of the short table\n"
+    "  --table FILE           the short table: single and double precision side by side, as Markdown\n"
     "  --json FILE            everything measured\n"
     "  --chart FILE           a chart as SVG\n"
     "  --help                 this text\n";
 
 struct Options {
-    bool list = false, check = false, variants = false;
+    bool list = false, check = false, variants = false, isShort = false;
     std::vector<std::string> filters, excluded, libraries;
     double seconds = 0;
     std::size_t offset = 0;
-    std::string json, chart;
+    std::string table, json, chart;
 };
 
 [[noreturn]] void fail(const std::string& message)
@@ -77,6 +80,10 @@ Options parse(int count, char** arguments)
             options.seconds = std::stod(value());
         else if (option == "--offset")
             options.offset = std::stoul(value());
+        else if (option == "--short")
+            options.isShort = true;
+        else if (option == "--table")
+            options.table = value();
         else if (option == "--json")
             options.json = value();
         else if (option == "--chart")
@@ -93,6 +100,9 @@ std::vector<Rows::Plan> chosenRows(const Options& options)
     frameRows(rows);
     elementwiseRows(rows);
     productRows(rows);
+    vectorRows(rows);
+    movementRows(rows);
+    reductionRows(rows);
     geometryRows(rows);
     generalEigenproblemRows(rows);
     symmetricEigenproblemRows(rows);
@@ -107,7 +117,8 @@ std::vector<Rows::Plan> chosenRows(const Options& options)
                            [&](const std::string& text) { return name.find(text) != std::string::npos; });
     };
     std::copy_if(rows.all().begin(), rows.all().end(), std::back_inserter(chosen), [&](const Rows::Plan& plan) {
-        return (options.filters.empty() || matchesAny(plan.name, options.filters)) &&
+        return (!options.isShort || isInShortTable(plan.name)) &&
+               (options.filters.empty() || matchesAny(plan.name, options.filters)) &&
                !matchesAny(plan.name, options.excluded);
     });
     return chosen;
@@ -130,9 +141,9 @@ std::vector<Library> openLibraries(const Options& options)
 Finding find(const Rows::Plan& plan, const Row& row, Machine& machine, double seconds)
 {
     const double ns = 1e9 / row.count;
-    Finding finding{plan.name, row.count, row.threads, 0, {}};
-    finding.bound =
-        ns * machine.bound(row.bytesRead, row.bytesWritten, row.flopsPerObject * row.count, row.isDouble, row.threads);
+    Finding finding{plan.name, row.count, row.threads, 0, 0, {}};
+    finding.moving = ns * machine.moving(row.bytesRead, row.bytesWritten, row.threads);
+    finding.computing = ns * machine.computing(row.flopsPerObject * row.count, row.isDouble, row.threads);
     const std::vector<Timing> timings = measure(row, seconds);
     for (std::size_t i = 0; i < timings.size(); ++i)
         finding.entrants.push_back(
@@ -190,6 +201,7 @@ int run(const Options& options)
         std::printf("%zu rows checked, %d wrong\n", plans.size(), wrong);
     } else if (!findings.empty()) {
         std::printf("\n%s", summary(findings).c_str());
+        if (!options.table.empty()) write(options.table, shortTable(findings, processorName()));
         if (!options.json.empty()) write(options.json, json(findings, machine.json()));
         if (!options.chart.empty())
             write(options.chart, chart(findings, "Time relative to the best peer, " + processorName() +

@@ -63,7 +63,7 @@ std::string chart(const std::vector<Finding>& findings, const std::string& title
         const double best = findings[r].bestPeer().minimum;
         const int y = top + rowHeight * int(r) + rowHeight / 2;
         svg << "<text x=\"" << labelWidth - 10 << "\" y=\"" << y + 4 << "\" text-anchor=\"end\">" << findings[r].row
-            << "</text><line x1=\"" << x(findings[r].bound / best) << "\" x2=\"" << x(findings[r].bound / best)
+            << "</text><line x1=\"" << x(findings[r].bound() / best) << "\" x2=\"" << x(findings[r].bound() / best)
             << "\" y1=\"" << y - 5 << "\" y2=\"" << y + 5 << "\" stroke=\"#999999\" stroke-width=\"2\"/>\n";
         // Ours last, on top of the others.
         for (const bool ours : {false, true})

@@ -116,14 +116,12 @@ double Machine::peak(bool isDouble)
     return known;
 }
 
-double Machine::bound(double bytesRead, double bytesWritten, double flops, bool isDouble, int threads)
+double Machine::moving(double bytesRead, double bytesWritten, int threads)
 {
     const double bytes = bytesRead + bytesWritten;
     // The mix of reads and writes that comes nearest.
     const double written = bytesWritten / bytes;
-    const double moving = bytes / bandwidth(bytes / threads, written > 0.4 ? 1 : 2, written > 0.15);
-    const double computing = flops / peak(isDouble);
-    return std::max(moving, computing) / threads;
+    return bytes / bandwidth(bytes / threads, written > 0.4 ? 1 : 2, written > 0.15) / threads;
 }
 
 std::string Machine::json() const

@@ -11,9 +11,11 @@ namespace bench {
 
 class Machine {
 public:
-    // Seconds that it takes to move the bytes of a call (which are also its footprint) and do its arithmetic.
-    // Threads are taken to disturb each other nowhere.
-    double bound(double bytesRead, double bytesWritten, double flops, bool isDouble, int threads);
+    // Seconds that it takes to move the bytes of a call, which are also its footprint. Threads are taken to disturb each
+    // other nowhere.
+    double moving(double bytesRead, double bytesWritten, int threads);
+    // Seconds for additions and multiplications.
+    double computing(double flops, bool isDouble, int threads) { return flops / peak(isDouble) / threads; }
 
     // Bytes per second of one thread in a loop over `footprint` bytes: `readStreams` arrays that are read, and one that
     // is written or none.

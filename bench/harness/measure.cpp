@@ -36,10 +36,10 @@ std::size_t bytesOf(const Result& result, int count)
     return std::size_t(result.size) * count * (result.isDouble ? sizeof(double) : sizeof(float));
 }
 
-std::vector<char> resultsOf(const Row& row)
+std::vector<char> comparedBytes(const Row& row)
 {
     std::vector<char> bytes;
-    for (const Result& result : row.results) {
+    for (const Result& result : row.compared()) {
         const auto* const base = static_cast<const char*>(result.base);
         bytes.insert(bytes.end(), base, base + bytesOf(result, row.count));
     }
@@ -49,8 +49,9 @@ std::vector<char> resultsOf(const Row& row)
 // No contender can pass with what another has left.
 void poisonResults(const Row& row)
 {
-    for (const Result& result : row.results)
-        std::memset(result.base, 0xff, bytesOf(result, row.count));
+    for (const auto* results : {&row.results, &row.comparables})
+        for (const Result& result : *results)
+            std::memset(result.base, 0xff, bytesOf(result, row.count));
 }
 
 template <class T> bool objectsAgree(const char* a, const char* b, int size, int count, double tolerance)
@@ -74,7 +75,7 @@ template <class T> bool objectsAgree(const char* a, const char* b, int size, int
 bool resultsAgree(const Row& row, const std::vector<char>& a, const std::vector<char>& b)
 {
     std::size_t at = 0;
-    for (const Result& result : row.results) {
+    for (const Result& result : row.compared()) {
         const double rounding =
             result.isDouble ? std::numeric_limits<double>::epsilon() : std::numeric_limits<float>::epsilon();
         const double tolerance = row.relativeTolerance > 0 ? row.relativeTolerance : 32 * rounding;
@@ -89,7 +90,7 @@ bool resultsAgree(const Row& row, const std::vector<char>& a, const std::vector<
 
 std::string checkResults(const Row& row)
 {
-    if (row.results.empty()) return "has no result";
+    if (row.compared().empty()) return "has no result";
     std::vector<char> expected;
     std::string first;
     int peers = 0;
@@ -98,10 +99,11 @@ std::string checkResults(const Row& row)
         poisonResults(row);
         if (const tarnmStatus status = contender.once(); status != StatusOk)
             return contender.name + " returns " + std::to_string(status);
+        if (contender.convert) contender.convert();
         if (first.empty()) {
             first = contender.name;
-            expected = resultsOf(row);
-        } else if (!resultsAgree(row, expected, resultsOf(row))) {
+            expected = comparedBytes(row);
+        } else if (!resultsAgree(row, expected, comparedBytes(row))) {
             return contender.name + " differs from " + first;
         }
         peers += contender.role == Role::peer;

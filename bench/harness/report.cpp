@@ -32,6 +32,32 @@ std::string twoDecimals(double value)
     return text;
 }
 
+// Rows that were measured with one thread and with two: how much quicker two are. Where one thread needs less than twice
+// the time for its bytes, memory may be what holds two back, and the row is left out.
+std::string gainOfThreads(const std::vector<Finding>& findings)
+{
+    constexpr double enough = 1.7;
+    int rows = 0, good = 0;
+    double least = 0;
+    std::string leastRow;
+    for (const Finding& two : findings) {
+        const auto one = std::find_if(findings.begin(), findings.end(),
+                                      [&](const Finding& other) { return other.row + "/2t" == two.row; });
+        if (one == findings.end() || one->ours().minimum < 2 * one->moving) continue;
+        const double gain = one->ours().minimum / two.ours().minimum;
+        ++rows;
+        good += gain >= enough;
+        if (rows == 1 || gain < least) {
+            least = gain;
+            leastRow = two.row;
+        }
+    }
+    if (rows == 0) return "";
+    return "two threads at least " + twoDecimals(enough) + " times as quick as one in " + std::to_string(good) +
+           " of " + std::to_string(rows) + " rows that memory does not bound, at least " + twoDecimals(least) + " (" +
+           leastRow + ")\n";
+}
+
 } // namespace
 
 const Entrant& Finding::bestPeer() const { return quickest(entrants, Role::peer); }
@@ -55,7 +81,7 @@ std::string tableLines(const Finding& finding)
         if (ours.role != Role::ours) continue;
         text += "| " + (text.empty() ? finding.row : "") + " | " + ours.name + " | " + digits(ours.minimum) + " | " +
                 digits(ours.median) + " | " + twoDecimals(ours.minimum / best.minimum) + " | " +
-                twoDecimals(ours.median / best.median) + " | " + twoDecimals(ours.minimum / finding.bound) + " | " +
+                twoDecimals(ours.median / best.median) + " | " + twoDecimals(ours.minimum / finding.bound()) + " | " +
                 (text.empty() ? best.name + " | " + digits(best.minimum) + " | " + others : " | |") + " |\n";
     }
     return text;
@@ -89,7 +115,7 @@ std::string summary(const std::vector<Finding>& findings)
                 " in the mean of " + std::to_string(ratios.rows) + " rows, above 1.05 in " +
                 std::to_string(ratios.slower) + ", at most " + twoDecimals(ratios.worst) + " (" + ratios.worstRow +
                 ")\n";
-    return text;
+    return text + gainOfThreads(findings);
 }
 
 std::string json(const std::vector<Finding>& findings, const std::string& machine)
@@ -101,7 +127,7 @@ std::string json(const std::vector<Finding>& findings, const std::string& machin
     const char* separator = "\n";
     for (const Finding& finding : findings) {
         std::snprintf(numbers, sizeof numbers, "\"count\": %d, \"threads\": %d, \"bound\": %.6g", finding.count,
-                      finding.threads, finding.bound);
+                      finding.threads, finding.bound());
         text += separator + ("{\"row\": \"" + finding.row) + "\", " + numbers + ", \"contenders\": [";
         const char* comma = "";
         for (const Entrant& entrant : finding.entrants) {

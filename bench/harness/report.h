@@ -10,6 +10,7 @@
 // All times are nanoseconds per object.
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -28,8 +29,11 @@ struct Finding {
     std::string row;
     int count;
     int threads;
-    double bound;
+    double moving;    // what the machine takes for the bytes alone
+    double computing; // and for the arithmetic alone
     std::vector<Entrant> entrants;
+
+    double bound() const { return std::max(moving, computing); }
 
     // The peer that a user would do best with.
     const Entrant& bestPeer() const;
@@ -39,7 +43,7 @@ struct Finding {
 
 const char* tableHead();
 std::string tableLines(const Finding& finding);
-// Geometric mean and extremes of ours / best peer, one line per build of ours.
+// Geometric mean and extremes of ours / best peer, one line per build of ours, and what a second thread gains.
 std::string summary(const std::vector<Finding>& findings);
 // `machine` is JSON text.
 std::string json(const std::vector<Finding>& findings, const std::string& machine);

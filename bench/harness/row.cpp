@@ -20,9 +20,14 @@ void Row::fill(double* values, std::size_t n) { fillWith(values, n, seed); }
 
 void Rows::add(const std::string& name, const Prepare& prepare)
 {
-    for (const int count : {1, 1000, 100000})
-        add(name + "/" + std::to_string(count), count, 1, prepare);
+    add(name, {1, 1000, 100000}, prepare);
     add(name + "/100000/2t", 100000, 2, prepare);
+}
+
+void Rows::add(const std::string& name, std::initializer_list<int> counts, const Prepare& prepare)
+{
+    for (const int count : counts)
+        add(name + "/" + std::to_string(count), count, 1, prepare);
 }
 
 void Rows::add(const std::string& name, int count, int threads, const Prepare& prepare)

@@ -1,6 +1,7 @@
 // What the file of a family sees: how a row names its operands, our call and the peers.
 //
-//   MEMBER(T, name)    the member name_32f or name_64f by the element type T
+//   MEMBER(T, name), LAYOUT_MEMBER(T, name, layout)
+//                      the member name_32f or name_64f by the element type T, or that with the layout behind it
 //   Row                one row: operands made by the harness, contenders as small lambdas
 //   Rows               the rows of all families
 //
@@ -17,6 +18,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -46,6 +48,12 @@ template <class Function> struct Member {
     {                                                                                                                  \
         std::is_same_v<T, float> ? #name "_32f" : #name "_64f"                                                         \
     }
+#define LAYOUT_MEMBER(T, name, layout)                                                                                 \
+    ::bench::Member<                                                                                                   \
+        std::conditional_t<std::is_same_v<T, float>, decltype(&name##_32f_##layout), decltype(&name##_64f_##layout)>>  \
+    {                                                                                                                  \
+        std::is_same_v<T, float> ? #name "_32f_" #layout : #name "_64f_" #layout                                       \
+    }
 
 enum class Role {
     ours,  // a build of libtarnm
@@ -58,6 +66,7 @@ struct Contender {
     Role role;
     std::function<tarnmStatus()> once;
     std::function<void(std::int64_t calls)> batch;
+    std::function<void()> convert; // fills what is compared, where that is not what `once` leaves; may be empty
 };
 
 // Elements of a result, to be compared between contenders: object by object, `size` elements each.
@@ -69,6 +78,8 @@ struct Result {
 
 class Row {
 public:
+    using Convert = std::function<void()>;
+
     Row(Memory& memory, const std::vector<Library>& libraries, int count, int threads)
         : count(count)
         , threads(threads)
@@ -85,6 +96,9 @@ public:
     template <class T> const T* one(int size) { return filled<T>(size); }
     // `count` objects to be written.
     template <class T> T* result(int size);
+    // `count` objects that are compared in place of all results, for contenders that store the same thing in ways of
+    // their own. Each contender fills them from its results by the `convert` behind its call, which is not timed.
+    template <class T> T* comparable(int size);
 
     // Arithmetic per object.
     void flops(double perObject) { flopsPerObject = perObject; }
@@ -97,16 +111,23 @@ public:
         return libraries.front().function<Function>(member.symbol);
     }
     // `call(function, count)` returns the member's status.
-    template <class Function, class Call> void ours(const Member<Function>& member, Call call);
+    template <class Function, class Call>
+    void ours(const Member<Function>& member, Call call, const Convert& convert = nullptr);
     // Two members one after the other: `call(first, second, count)` returns a status.
     template <class First, class Second, class Call>
     void ours(const Member<First>& first, const Member<Second>& second, Call call);
     // `call(first, last)` works on a range of objects, so that the harness can share them among threads.
-    template <class Call> void peer(const std::string& name, Call call) { add(name, Role::peer, call); }
-    template <class Call> void floor(const std::string& name, Call call) { add(name, Role::floor, call); }
+    template <class Call> void peer(const std::string& name, Call call, const Convert& convert = nullptr)
+    {
+        add(name, Role::peer, call, convert);
+    }
+    template <class Call> void floor(const std::string& name, Call call) { add(name, Role::floor, call, nullptr); }
+
+    // What contenders leave for each other to be compared with.
+    const std::vector<Result>& compared() const { return comparables.empty() ? results : comparables; }
 
     std::vector<Contender> contenders;
-    std::vector<Result> results;
+    std::vector<Result> results, comparables;
     double bytesRead = 0, bytesWritten = 0; // of one call, one-for-all operands left out
     double flopsPerObject = 0;
     double relativeTolerance = 0;
@@ -114,8 +135,8 @@ public:
 
 private:
     template <class T> const T* filled(std::size_t elements);
-    template <class Call> void add(const std::string& name, Role role, Call call);
-    template <class Call> void addOurs(const Library& library, Call call);
+    template <class Call> void add(const std::string& name, Role role, Call call, const Convert& convert);
+    template <class Call> void addOurs(const Library& library, Call call, const Convert& convert);
     void fill(float* values, std::size_t n);
     void fill(double* values, std::size_t n);
 
@@ -136,6 +157,8 @@ public:
 
     // NAME/1, NAME/1000, NAME/100000 with one thread and NAME/100000/2t with two.
     void add(const std::string& name, const Prepare& prepare);
+    // NAME/COUNT for some counts, with one thread.
+    void add(const std::string& name, std::initializer_list<int> counts, const Prepare& prepare);
     // One row alone.
     void add(const std::string& name, int count, int threads, const Prepare& prepare);
 
@@ -159,6 +182,13 @@ template <class T> T* Row::result(int size)
     return base;
 }
 
+template <class T> T* Row::comparable(int size)
+{
+    T* const base = static_cast<T*>(memory.take(std::size_t(size) * count * sizeof(T)));
+    comparables.push_back({base, size, std::is_same_v<T, double>});
+    return base;
+}
+
 template <class T> const T* Row::filled(std::size_t elements)
 {
     T* const base = static_cast<T*>(memory.take(elements * sizeof(T)));
@@ -168,11 +198,12 @@ template <class T> const T* Row::filled(std::size_t elements)
     return base;
 }
 
-template <class Function, class Call> void Row::ours(const Member<Function>& member, Call call)
+template <class Function, class Call> void Row::ours(const Member<Function>& member, Call call, const Convert& convert)
 {
     for (const Library& library : libraries) {
         const auto function = library.function<Function>(member.symbol);
-        addOurs(library, [=](int objects) { return call(function, objects); });
+        addOurs(
+            library, [=](int objects) { return call(function, objects); }, convert);
     }
 }
 
@@ -182,11 +213,12 @@ void Row::ours(const Member<First>& first, const Member<Second>& second, Call ca
     for (const Library& library : libraries) {
         const auto one = library.function<First>(first.symbol);
         const auto other = library.function<Second>(second.symbol);
-        addOurs(library, [=](int objects) { return call(one, other, objects); });
+        addOurs(
+            library, [=](int objects) { return call(one, other, objects); }, nullptr);
     }
 }
 
-template <class Call> void Row::addOurs(const Library& library, Call call)
+template <class Call> void Row::addOurs(const Library& library, Call call, const Convert& convert)
 {
     const auto batch = [=, count = count](std::int64_t calls) {
         for (; calls > 0; --calls) {
@@ -194,10 +226,10 @@ template <class Call> void Row::addOurs(const Library& library, Call call)
             clobberMemory();
         }
     };
-    contenders.push_back({library.name(), Role::ours, [=, count = count] { return call(count); }, batch});
+    contenders.push_back({library.name(), Role::ours, [=, count = count] { return call(count); }, batch, convert});
 }
 
-template <class Call> void Row::add(const std::string& name, Role role, Call call)
+template <class Call> void Row::add(const std::string& name, Role role, Call call, const Convert& convert)
 {
     const auto batch = [call, count = count, threads = threads](std::int64_t calls) {
         for (; calls > 0; --calls) {
@@ -213,7 +245,7 @@ template <class Call> void Row::add(const std::string& name, Role role, Call cal
             clobberMemory();
         }
     };
-    contenders.push_back({name, role, [batch] { return batch(1), StatusOk; }, batch});
+    contenders.push_back({name, role, [batch] { return batch(1), StatusOk; }, batch, convert});
 }
 
 } // namespace bench

@@ -1,31 +1,23 @@
 // Cholesky factors of packed matrices, and solutions with them.
 //
-//   cholesky_factor    the factor alone; peers store its diagonal, ours the reciprocals, so results are not compared
+//   cholesky_factor    the factor alone; libraries store its diagonal, `plain` and ours the reciprocals
 //   cholesky_solve     one right-hand side for each factor
 //   cholesky_many      one factor, many right-hand sides
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <string>
+#include <type_traits>
 
+#include "rows/lapack.h"
 #include "rows/rows.h"
+#include "rows/square.h"
 
 #ifdef BENCH_HAS_EIGEN
 #include <Eigen/Cholesky>
 #endif
-#ifdef BENCH_HAS_LAPACKE
-#include <lapacke.h>
-#endif
 
 namespace bench {
 namespace {
-
-template <class Element, int matrixOrder> struct Definite {
-    using T = Element;
-    static constexpr int order = matrixOrder, size = order * order, element = sizeof(T), row = order * element,
-                         object = size * element;
-    static std::string name() { return std::to_string(order) + "/" + typeName<T>(); }
-};
 
 // Diagonally dominant.
 template <class S> const typename S::T* definite(const typename S::T* drawn, int count)
@@ -88,50 +80,63 @@ template <class S> void eigenSolve(const typename S::T* l, const typename S::T* 
 }
 #endif
 
-#ifdef BENCH_HAS_LAPACKE
-// A lower triangle row by row is an upper triangle column by column.
-void potrf(int n, float* a) { LAPACKE_spotrf_work(LAPACK_COL_MAJOR, 'U', n, a, n); }
-void potrf(int n, double* a) { LAPACKE_dpotrf_work(LAPACK_COL_MAJOR, 'U', n, a, n); }
-void potrs(int n, int many, const float* l, float* x)
-{
-    LAPACKE_spotrs_work(LAPACK_COL_MAJOR, 'U', n, many, l, n, x, n);
-}
-void potrs(int n, int many, const double* l, double* x)
-{
-    LAPACKE_dpotrs_work(LAPACK_COL_MAJOR, 'U', n, many, l, n, x, n);
-}
-#endif
-
 // ---- rows
+
+// Takes the lower triangles from storages that have reciprocals on the diagonal or not.
+template <class S>
+void lowerTriangles(const typename S::T* stored, bool hasReciprocals, typename S::T* lower, int count)
+{
+    for (std::size_t n = 0; n < std::size_t(count) * S::size; n += S::size)
+        for (int r = 0; r < S::order; ++r)
+            for (int c = 0; c < S::order; ++c) {
+                const auto value = stored[n + r * S::order + c];
+                lower[n + r * S::order + c] = c > r ? 0 : c == r && hasReciprocals ? 1 / value : value;
+            }
+}
 
 template <class S> void factor(Row& row)
 {
     using T = typename S::T;
     const T* const a = definite<S>(row.source<T>(S::size), row.count);
     T* const l = row.result<T>(S::size);
-    row.tolerance(std::numeric_limits<double>::infinity());
+    T* const lower = row.comparable<T>(S::size);
+    const auto reciprocal = [=, count = row.count] { lowerTriangles<S>(l, true, lower, count); };
+    [[maybe_unused]] const auto direct = [=, count = row.count] { lowerTriangles<S>(l, false, lower, count); };
+    row.tolerance(std::is_same_v<T, float> ? 1e-4 : 1e-12);
     row.flops(S::order * S::size / 3.0);
-    row.ours(MEMBER(T, tarnmCholeskyDecomp_ma), [=](auto f, int count) {
-        return f(a, S::object, S::row, S::element, l, S::object, S::row, S::element, S::order, count);
-    });
-    row.peer("plain", [=](int first, int last) {
-        for (int n = first; n < last; ++n)
-            plainFactor<S>(a + n * S::size, l + n * S::size);
-    });
+    row.ours(
+        MEMBER(T, tarnmCholeskyDecomp_ma),
+        [=](auto f, int count) {
+            return f(a, S::object, S::row, S::element, l, S::object, S::row, S::element, S::order, count);
+        },
+        reciprocal);
+    row.peer(
+        "plain",
+        [=](int first, int last) {
+            for (int n = first; n < last; ++n)
+                plainFactor<S>(a + n * S::size, l + n * S::size);
+        },
+        reciprocal);
 #ifdef BENCH_HAS_EIGEN
-    row.peer("Eigen", [=](int first, int last) {
-        for (int n = first; n < last; ++n) {
-            const Eigen::LLT<EigenMatrix<S>> llt(matrixAt<S>(a + n * S::size));
-            matrixAt<S>(l + n * S::size) = llt.matrixLLT();
-        }
-    });
+    row.peer(
+        "Eigen",
+        [=](int first, int last) {
+            for (int n = first; n < last; ++n) {
+                const Eigen::LLT<EigenMatrix<S>> llt(matrixAt<S>(a + n * S::size));
+                matrixAt<S>(l + n * S::size) = llt.matrixLLT();
+            }
+        },
+        direct);
 #endif
 #ifdef BENCH_HAS_LAPACKE
-    row.peer("LAPACK", [=](int first, int last) {
-        std::copy(a + first * S::size, a + last * S::size, l + first * S::size);
-        for (int n = first; n < last; ++n)
-            potrf(S::order, l + n * S::size);
-    });
+    row.peer(
+        "LAPACK",
+        [=](int first, int last) { // a lower triangle row by row is an upper triangle column by column
+            std::copy(a + first * S::size, a + last * S::size, l + first * S::size);
+            for (int n = first; n < last; ++n)
+                potrf(S::order, l + n * S::size);
+        },
+        direct);
 #endif
 }
 
@@ -232,14 +237,14 @@ template <class S> void rowsOf(Rows& rows)
 
 template <class T> void rowsOfType(Rows& rows)
 {
-    rowsOf<Definite<T, 3>>(rows);
-    rowsOf<Definite<T, 4>>(rows);
-    rowsOf<Definite<T, 5>>(rows);
-    rowsOf<Definite<T, 6>>(rows);
-    rowsOf<Definite<T, 8>>(rows);
-    rowsOf<Definite<T, 16>>(rows);
-    rows.add("cholesky_many/" + Definite<T, 4>::name(), many<Definite<T, 4>>);
-    rows.add("cholesky_many/" + Definite<T, 6>::name(), many<Definite<T, 6>>);
+    rowsOf<Square<T, 3>>(rows);
+    rowsOf<Square<T, 4>>(rows);
+    rowsOf<Square<T, 5>>(rows);
+    rowsOf<Square<T, 6>>(rows);
+    rowsOf<Square<T, 8>>(rows);
+    rowsOf<Square<T, 16>>(rows);
+    rows.add("cholesky_many/" + Square<T, 4>::name(), many<Square<T, 4>>);
+    rows.add("cholesky_many/" + Square<T, 6>::name(), many<Square<T, 6>>);
 }
 
 } // namespace

@@ -1,12 +1,10 @@
 // Determinants of packed matrices, orders 3, 4, 5, 6 and 8.
+#include "rows/lapack.h"
 #include "rows/rows.h"
 #include "rows/square_matrices.h"
 
 #ifdef BENCH_HAS_EIGEN
 #include <Eigen/LU>
-#endif
-#ifdef BENCH_HAS_LAPACKE
-#include <lapacke.h>
 #endif
 #ifdef BENCH_HAS_GLM
 #include <glm/glm.hpp>
@@ -19,9 +17,6 @@ namespace bench {
 namespace {
 
 #ifdef BENCH_HAS_LAPACKE
-void factor(int n, float* a, int* pivots) { LAPACKE_sgetrf_work(LAPACK_COL_MAJOR, n, n, a, n, pivots); }
-void factor(int n, double* a, int* pivots) { LAPACKE_dgetrf_work(LAPACK_COL_MAJOR, n, n, a, n, pivots); }
-
 template <class S> void lapackPeer(Row& row, const typename S::T* a, typename S::T* d)
 {
     using T = typename S::T;
@@ -31,7 +26,7 @@ template <class S> void lapackPeer(Row& row, const typename S::T* a, typename S:
             int pivots[S::order];
             for (int i = 0; i < S::size; ++i)
                 copy[i] = a[n * S::size + i];
-            factor(S::order, copy, pivots);
+            getrf(S::order, copy, pivots);
             for (int i = 0; i < S::order; ++i)
                 product *= pivots[i] == i + 1 ? copy[i * (S::order + 1)] : -copy[i * (S::order + 1)];
             d[n] = product;
@@ -76,7 +71,7 @@ template <class S> void determinants(Row& row)
     const T* const a = regularMatrices<S>(row);
     T* const d = row.result<T>(1);
     row.ours(MEMBER(T, tarnmDet_ma), [=](auto f, int count) {
-        alignas(8) char scratch[S::scratchBytes];
+        alignas(8) char scratch[scratchBytes<S>];
         return f(a, S::object, S::row, S::element, S::order, scratch, d, count);
     });
     row.peer("plain", [=](int first, int last) {

@@ -6,6 +6,7 @@
 #include <concepts>
 #include <string>
 
+#include "rows/blas.h"
 #include "rows/rows.h"
 
 #ifdef BENCH_HAS_EIGEN
@@ -16,9 +17,6 @@
 #endif
 #ifdef BENCH_HAS_CGLM
 #include <cglm/cglm.h>
-#endif
-#ifdef BENCH_HAS_OPENBLAS
-#include <cblas.h>
 #endif
 
 namespace bench {
@@ -51,15 +49,6 @@ template <class T, int n> struct GlmType<Shape<T, 1, n>> {
     using type = glm::vec<n, T>;
 };
 template <class S> constexpr bool isGlmShape = S::columns <= 4;
-#endif
-
-#ifdef BENCH_HAS_OPENBLAS
-void blasCopy(int n, const float* a, float* d) { cblas_scopy(n, a, 1, d, 1); }
-void blasCopy(int n, const double* a, double* d) { cblas_dcopy(n, a, 1, d, 1); }
-void blasAddMultiple(int n, float s, const float* a, float* d) { cblas_saxpy(n, s, a, 1, d, 1); }
-void blasAddMultiple(int n, double s, const double* a, double* d) { cblas_daxpy(n, s, a, 1, d, 1); }
-void blasScale(int n, float s, float* d) { cblas_sscal(n, s, d, 1); }
-void blasScale(int n, double s, double* d) { cblas_dscal(n, s, d, 1); }
 #endif
 
 template <class Operation, class T>

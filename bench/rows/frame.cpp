@@ -46,7 +46,7 @@ void region(Row& row)
 
 void frameRows(Rows& rows)
 {
-    rows.add("entry/add_vv/3/32f", 1, 1, entry);
+    rows.add("entry/add_vv/3/32f", {1}, entry);
     // 3 * 3 * 534 is the first measure of work above the threshold of 4800.
     rows.add("region/add_vava/3/32f/534/2t", 534, 2, region);
 }

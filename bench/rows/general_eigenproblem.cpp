@@ -4,30 +4,23 @@
 //   eigen_right      values and one set of vectors
 //   eigen_both       values and both sets
 //
-// The order of the values and the phases of the vectors are each library's own, so that the contenders' results are not
-// compared with each other here.
+// The order of the values and the phases of the vectors are each library's own. What is compared is the sums of the powers
+// of the values; vectors are not.
 #include <algorithm>
-#include <limits>
+#include <cmath>
+#include <complex>
 #include <string>
 
+#include "rows/lapack.h"
 #include "rows/rows.h"
+#include "rows/square.h"
 
 #ifdef BENCH_HAS_EIGEN
 #include <Eigen/Eigenvalues>
 #endif
-#ifdef BENCH_HAS_LAPACKE
-#include <lapacke.h>
-#endif
 
 namespace bench {
 namespace {
-
-template <class Element, int matrixOrder> struct Square {
-    using T = Element;
-    static constexpr int order = matrixOrder, size = order * order, element = sizeof(T), row = order * element,
-                         object = size * element;
-    static std::string name() { return std::to_string(order) + "/" + typeName<T>(); }
-};
 
 template <class S> constexpr int scratchElements = S::order*(3 * S::order + 5);
 
@@ -38,12 +31,32 @@ template <class S> struct Operands {
         : a(row.source<T>(S::size))
         , re(row.result<T>(S::order))
         , im(row.result<T>(S::order))
+        , sums(row.comparable<T>(S::order))
+        , count(row.count)
     {
-        row.tolerance(std::numeric_limits<double>::infinity());
+        row.tolerance(std::is_same_v<T, float> ? 1e-4 : 1e-12);
+    }
+
+    // The sums of the powers 1 to order of the values: whatever their order, and as well conditioned as the matrix where
+    // values lie close together. The matrices are scaled to values around 1.
+    void sumPowers() const
+    {
+        const double scale = 0.75 / std::sqrt(S::order);
+        for (int n = 0; n < count; ++n) {
+            double sum[S::order] = {};
+            for (int k = 0; k < S::order; ++k) {
+                const std::complex<double> value(re[n * S::order + k] * scale, im[n * S::order + k] * scale);
+                std::complex<double> power = 1;
+                for (double& s : sum)
+                    s += (power *= value).real();
+            }
+            std::copy_n(sum, S::order, sums + n * S::order);
+        }
     }
 
     const T* a;
-    T *re, *im;
+    T *re, *im, *sums;
+    int count;
 };
 
 #ifdef BENCH_HAS_EIGEN
@@ -51,43 +64,39 @@ template <class S> void eigenPeer(Row& row, const Operands<S>& o, typename S::T*
 {
     using T = typename S::T;
     using Object = Eigen::Matrix<T, S::order, S::order, Eigen::RowMajor>;
-    row.peer("Eigen", [=](int first, int last) {
-        Eigen::EigenSolver<Object> solver;
-        for (int n = first; n < last; ++n) {
-            solver.compute(Eigen::Map<const Object>(o.a + n * S::size), vectors != nullptr);
-            for (int k = 0; k < S::order; ++k) {
-                o.re[n * S::order + k] = solver.eigenvalues()[k].real();
-                o.im[n * S::order + k] = solver.eigenvalues()[k].imag();
+    row.peer(
+        "Eigen",
+        [=](int first, int last) {
+            Eigen::EigenSolver<Object> solver;
+            for (int n = first; n < last; ++n) {
+                solver.compute(Eigen::Map<const Object>(o.a + n * S::size), vectors != nullptr);
+                for (int k = 0; k < S::order; ++k) {
+                    o.re[n * S::order + k] = solver.eigenvalues()[k].real();
+                    o.im[n * S::order + k] = solver.eigenvalues()[k].imag();
+                }
+                if (vectors != nullptr) Eigen::Map<Object>(vectors + n * S::size) = solver.eigenvectors().real();
             }
-            if (vectors != nullptr) Eigen::Map<Object>(vectors + n * S::size) = solver.eigenvectors().real();
-        }
-    });
+        },
+        [=] { o.sumPowers(); });
 }
 #endif
 
 #ifdef BENCH_HAS_LAPACKE
-void geev(char left, char right, int n, float* a, float* re, float* im, float* vl, float* vr, float* work, int length)
-{
-    LAPACKE_sgeev_work(LAPACK_COL_MAJOR, left, right, n, a, n, re, im, vl, n, vr, n, work, length);
-}
-void geev(char left, char right, int n, double* a, double* re, double* im, double* vl, double* vr, double* work,
-          int length)
-{
-    LAPACKE_dgeev_work(LAPACK_COL_MAJOR, left, right, n, a, n, re, im, vl, n, vr, n, work, length);
-}
-
 template <class S> void lapackPeer(Row& row, const Operands<S>& o, typename S::T* right, typename S::T* left)
 {
     using T = typename S::T;
-    row.peer("LAPACK", [=](int first, int last) {
-        constexpr int length = 64 * S::order;
-        T copy[S::size], work[length];
-        for (int n = first; n < last; ++n) {
-            std::copy_n(o.a + n * S::size, S::size, copy);
-            geev(left ? 'V' : 'N', right ? 'V' : 'N', S::order, copy, o.re + n * S::order, o.im + n * S::order,
-                 left + (left ? n * S::size : 0), right + (right ? n * S::size : 0), work, length);
-        }
-    });
+    row.peer(
+        "LAPACK",
+        [=](int first, int last) {
+            constexpr int length = 64 * S::order;
+            T copy[S::size], work[length];
+            for (int n = first; n < last; ++n) {
+                std::copy_n(o.a + n * S::size, S::size, copy);
+                geev(left ? 'V' : 'N', right ? 'V' : 'N', S::order, copy, o.re + n * S::order, o.im + n * S::order,
+                     left + (left ? n * S::size : 0), right + (right ? n * S::size : 0), work, length);
+            }
+        },
+        [=] { o.sumPowers(); });
 }
 #endif
 
@@ -107,10 +116,13 @@ template <class S> void values(Row& row)
 {
     using T = typename S::T;
     const Operands<S> o(row);
-    row.ours(MEMBER(T, tarnmEigenValues_ma), [=](auto f, int count) {
-        T scratch[scratchElements<S>];
-        return f(o.a, S::object, S::row, S::element, o.re, o.im, S::order, count, scratch);
-    });
+    row.ours(
+        MEMBER(T, tarnmEigenValues_ma),
+        [=](auto f, int count) {
+            T scratch[scratchElements<S>];
+            return f(o.a, S::object, S::row, S::element, o.re, o.im, S::order, count, scratch);
+        },
+        [=] { o.sumPowers(); });
     peers<S>(row, o, nullptr, nullptr);
 }
 
@@ -119,11 +131,14 @@ template <class S> void rightVectors(Row& row)
     using T = typename S::T;
     const Operands<S> o(row);
     T* const v = row.result<T>(S::size);
-    row.ours(MEMBER(T, tarnmEigenValuesVectorsRight_ma), [=](auto f, int count) {
-        T scratch[scratchElements<S>];
-        return f(o.a, S::object, S::row, S::element, v, S::object, S::row, S::element, o.re, o.im, S::order, count,
-                 scratch);
-    });
+    row.ours(
+        MEMBER(T, tarnmEigenValuesVectorsRight_ma),
+        [=](auto f, int count) {
+            T scratch[scratchElements<S>];
+            return f(o.a, S::object, S::row, S::element, v, S::object, S::row, S::element, o.re, o.im, S::order, count,
+                     scratch);
+        },
+        [=] { o.sumPowers(); });
     peers<S>(row, o, v, nullptr);
 }
 
@@ -133,11 +148,14 @@ template <class S> void bothVectors(Row& row)
     const Operands<S> o(row);
     T* const right = row.result<T>(S::size);
     T* const left = row.result<T>(S::size);
-    row.ours(MEMBER(T, tarnmEigenValuesVectors_ma), [=](auto f, int count) {
-        T scratch[scratchElements<S>];
-        return f(o.a, S::object, S::row, S::element, right, S::object, S::row, S::element, left, S::object, S::row,
-                 S::element, o.re, o.im, S::order, count, scratch);
-    });
+    row.ours(
+        MEMBER(T, tarnmEigenValuesVectors_ma),
+        [=](auto f, int count) {
+            T scratch[scratchElements<S>];
+            return f(o.a, S::object, S::row, S::element, right, S::object, S::row, S::element, left, S::object, S::row,
+                     S::element, o.re, o.im, S::order, count, scratch);
+        },
+        [=] { o.sumPowers(); });
     peers<S>(row, o, right, left);
 }
 

@@ -236,11 +236,11 @@ void geometryRows(Rows& rows)
 {
     rows.add("affine_m4v3a/32f", affine);
     rows.add("coord_m4v3a/32f", coord);
-    rows.add("mul_mm4x4/32f", 1, 1, product);
-    rows.add("look_at/32f", 1, 1, lookAt);
-    rows.add("perspective_fov/32f", 1, 1, perspectiveFov);
-    rows.add("normalize_v3/32f", 1, 1, normalize);
-    rows.add("hermite_v3/32f", 1, 1, hermite);
+    rows.add("mul_mm4x4/32f", {1}, product);
+    rows.add("look_at/32f", {1}, lookAt);
+    rows.add("perspective_fov/32f", {1}, perspectiveFov);
+    rows.add("normalize_v3/32f", {1}, normalize);
+    rows.add("hermite_v3/32f", {1}, hermite);
 }
 
 } // namespace bench

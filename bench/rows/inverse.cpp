@@ -1,14 +1,12 @@
 // Inverses of packed matrices, orders 2, 3, 4, 5, 6 and 8.
 //
 // Orders 2 and 8 go through one elimination per cofactor by definition; their rows say what that costs.
+#include "rows/lapack.h"
 #include "rows/rows.h"
 #include "rows/square_matrices.h"
 
 #ifdef BENCH_HAS_EIGEN
 #include <Eigen/LU>
-#endif
-#ifdef BENCH_HAS_LAPACKE
-#include <lapacke.h>
 #endif
 #ifdef BENCH_HAS_GLM
 #include <glm/glm.hpp>
@@ -21,17 +19,6 @@ namespace bench {
 namespace {
 
 #ifdef BENCH_HAS_LAPACKE
-void invert(int n, float* a, int* pivots, float* work, int length)
-{
-    LAPACKE_sgetrf_work(LAPACK_COL_MAJOR, n, n, a, n, pivots);
-    LAPACKE_sgetri_work(LAPACK_COL_MAJOR, n, a, n, pivots, work, length);
-}
-void invert(int n, double* a, int* pivots, double* work, int length)
-{
-    LAPACKE_dgetrf_work(LAPACK_COL_MAJOR, n, n, a, n, pivots);
-    LAPACKE_dgetri_work(LAPACK_COL_MAJOR, n, a, n, pivots, work, length);
-}
-
 // The inverse of the transpose is the transpose of the inverse, so that rows may be taken for columns.
 template <class S> void lapackPeer(Row& row, const typename S::T* a, typename S::T* x)
 {
@@ -43,7 +30,8 @@ template <class S> void lapackPeer(Row& row, const typename S::T* a, typename S:
         for (int n = first; n < last; ++n) {
             for (int i = 0; i < S::size; ++i)
                 x[n * S::size + i] = a[n * S::size + i];
-            invert(S::order, x + n * S::size, pivots, work, length);
+            getrf(S::order, x + n * S::size, pivots);
+            getri(S::order, x + n * S::size, pivots, work, length);
         }
     });
 }
@@ -88,7 +76,7 @@ template <class S> void inverses(Row& row)
     const T* const a = regularMatrices<S>(row);
     T* const x = row.result<T>(S::size);
     row.ours(MEMBER(T, tarnmInvert_ma), [=](auto f, int count) {
-        alignas(8) char scratch[S::scratchBytes];
+        alignas(8) char scratch[scratchBytes<S>];
         return f(a, S::object, S::row, S::element, scratch, x, S::object, S::row, S::element, S::order, count);
     });
     row.peer("plain", [=](int first, int last) {

@@ -1,6 +1,6 @@
 // LU decompositions and solutions of packed linear systems.
 //
-//   lu_decompose        factors alone; every contender has a storage of its own, so that they are not compared
+//   lu_decompose        factors alone; every contender has a storage of its own, compared by what it gives as a solution
 //   lu_decompose_solve  a system of its own for each vector, from the matrix to the solution
 //   lu_solve            the same with the factors at hand
 //   lu_solve_many       one factor, many vectors
@@ -16,24 +16,16 @@
 #include <type_traits>
 #include <vector>
 
+#include "rows/lapack.h"
 #include "rows/rows.h"
+#include "rows/square.h"
 
 #ifdef BENCH_HAS_EIGEN
 #include <Eigen/LU>
 #endif
-#ifdef BENCH_HAS_LAPACKE
-#include <lapacke.h>
-#endif
 
 namespace bench {
 namespace {
-
-template <class Element, int matrixOrder> struct System {
-    using T = Element;
-    static constexpr int order = matrixOrder, size = order * order, element = sizeof(T), row = order * element,
-                         object = size * element;
-    static std::string name() { return std::to_string(order) + "/" + typeName<T>(); }
-};
 
 // `count` matrices, or one for all.
 template <class S> const typename S::T* matrices(Row& row, int count)
@@ -141,22 +133,11 @@ template <class S> struct WithEigen {
 // ---- LAPACK, for which a matrix row by row is its transpose
 
 #ifdef BENCH_HAS_LAPACKE
-inline void getrf(int n, float* a, lapack_int* pivots) { LAPACKE_sgetrf_work(LAPACK_COL_MAJOR, n, n, a, n, pivots); }
-inline void getrf(int n, double* a, lapack_int* pivots) { LAPACKE_dgetrf_work(LAPACK_COL_MAJOR, n, n, a, n, pivots); }
-inline void getrs(int n, int count, const float* a, const lapack_int* pivots, float* x)
-{
-    LAPACKE_sgetrs_work(LAPACK_COL_MAJOR, 'T', n, count, a, n, pivots, x, n);
-}
-inline void getrs(int n, int count, const double* a, const lapack_int* pivots, double* x)
-{
-    LAPACKE_dgetrs_work(LAPACK_COL_MAJOR, 'T', n, count, a, n, pivots, x, n);
-}
-
 template <class S> struct Lapack {
     using T = typename S::T;
 
     T lu[S::size];
-    lapack_int pivots[S::order];
+    int pivots[S::order];
 
     void decompose(const T* a)
     {
@@ -167,7 +148,7 @@ template <class S> struct Lapack {
     void solveMany(const T* b, T* x, int count) const
     {
         std::copy_n(b, std::size_t(S::order) * count, x);
-        getrs(S::order, count, lu, pivots, x);
+        getrsTransposed(S::order, count, lu, pivots, x);
     }
 };
 #endif
@@ -191,18 +172,33 @@ template <class S> void decompose(Row& row)
     using T = typename S::T;
     const T* const a = matrices<S>(row, row.count);
     T* const lu = row.result<T>(S::size);
+    T* const x = row.comparable<T>(S::order);
+    row.tolerance(1e3 * std::numeric_limits<T>::epsilon());
     const auto f = std::make_shared<Factors<S>>(row.count);
-    row.tolerance(std::numeric_limits<double>::infinity());
-    row.ours(MEMBER(T, tarnmLUDecomp_ma), [=](auto member, int count) {
-        return member(a, S::object, S::row, S::element, f->index.data(), lu, S::object, S::row, S::element, S::order,
-                      count);
-    });
+    const auto b = std::make_shared<std::vector<T>>(std::size_t(S::order) * row.count, T(1));
+    const auto solver = row.chooser(MEMBER(T, tarnmLUBackSubst_mava));
+    row.ours(
+        MEMBER(T, tarnmLUDecomp_ma),
+        [=](auto member, int count) {
+            return member(a, S::object, S::row, S::element, f->index.data(), lu, S::object, S::row, S::element,
+                          S::order, count);
+        },
+        [=, count = row.count] {
+            solver(lu, S::object, S::row, S::element, f->index.data(), b->data(), S::row, S::element, x, S::row,
+                   S::element, S::order, count);
+        });
     forPeers<S>([&]<class Peer>(const char* name, std::type_identity<Peer>) {
         const auto peers = std::make_shared<std::vector<Peer>>(row.count);
-        row.peer(name, [=](int first, int last) {
-            for (int o = first; o < last; ++o)
-                (*peers)[o].decompose(a + o * S::size);
-        });
+        row.peer(
+            name,
+            [=](int first, int last) {
+                for (int o = first; o < last; ++o)
+                    (*peers)[o].decompose(a + o * S::size);
+            },
+            [=, count = row.count] {
+                for (int o = 0; o < count; ++o)
+                    (*peers)[o].solve(b->data() + o * S::order, x + o * S::order);
+            });
     });
 }
 
@@ -282,7 +278,7 @@ template <class S> void solveMany(Row& row)
 
 template <class T, int order> void rowsOfOrder(Rows& rows)
 {
-    using S = System<T, order>;
+    using S = Square<T, order>;
     rows.add("lu_decompose/" + S::name(), decompose<S>);
     rows.add("lu_decompose_solve/" + S::name(), decomposeAndSolve<S>);
     if constexpr (order != 5) rows.add("lu_solve/" + S::name(), solve<S>);

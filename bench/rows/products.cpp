@@ -1,8 +1,8 @@
-// Products of packed matrices and vectors, 1000 objects at a time.
+// Products of packed matrices and vectors.
 //
 //   mul_mama, mul_mam          array by array, array by one
 //   mul_tama, mul_mata         one operand transposed
-//   mul_mama_P                 tables of elements, the same elements of all objects side by side
+//   mul_mama_P, mul_mava_P     tables of elements, the same elements of all objects side by side
 //   mul_mava, mul_mva          arrays of matrices by arrays of vectors, one matrix by an array of vectors
 //   gaxpy_mva                  the latter with a summand for each object
 //   mul_mm                     one call for one 3 by 3 object
@@ -129,7 +129,7 @@ void matrixProducts(Row& row, const Members& member)
                     kernel(b + i * stride, a + i * size, d + i * size);
             });
         if constexpr (bIsOne)
-            if (const auto kernel = smallKernel(T(0), n, n * row.count))
+            if (const auto kernel = smallKernel(T(0), n, n * row.count); kernel && row.threads == 1)
                 row.peer("libxsmm array", [=](int, int) { kernel(b, a, d); });
     }
 #endif
@@ -192,91 +192,99 @@ void vectorProducts(Row& row, const Members& member)
 #endif
 }
 
-// Element k of all objects stands together: `count` elements for each of the n * n.
-template <int n> void planes(Row& row)
+// Element k of all objects stands together: `columns` of these arrays for each of n rows.
+template <class T, int n, int columns> std::vector<T*> planes(T* base, int total)
 {
-    using T = float;
-    constexpr int size = n * n;
+    std::vector<T*> table;
+    for (int k = 0; k < n * columns; ++k)
+        table.push_back(base + std::size_t(k) * total);
+    return table;
+}
+
+// The second operand and the result are matrices with n columns, or vectors with one.
+template <class T, int n, int columns, class Members> void planeProducts(Row& row, const Members& member)
+{
+    constexpr int e = sizeof(T);
     const int total = row.count;
-    const T* const a = row.source<T>(size);
-    const T* const b = row.source<T>(size);
-    T* const d = row.result<T>(size);
-    std::vector<const T*> first, second;
-    std::vector<T*> result;
-    for (int k = 0; k < size; ++k) {
-        first.push_back(a + std::size_t(k) * total);
-        second.push_back(b + std::size_t(k) * total);
-        result.push_back(d + std::size_t(k) * total);
-    }
-    row.flops(2.0 * size * n);
-    row.ours(Member<decltype(&tarnmMul_mama_32f_P)>{"tarnmMul_mama_32f_P"}, [=](auto f, int count) {
-        return f(first.data(), 0, int(sizeof(T)), n, n, second.data(), 0, int(sizeof(T)), n, n, result.data(), 0,
-                 int(sizeof(T)), count);
+    const T* const a = row.source<T>(n * n);
+    const T* const b = row.source<T>(n * columns);
+    T* const d = row.result<T>(n * columns);
+    row.flops(2.0 * n * n * columns);
+    row.ours(member, [first = planes<const T, n, n>(a, total), second = planes<const T, n, columns>(b, total),
+                      result = planes<T, n, columns>(d, total)](auto f, int count) {
+        if constexpr (columns == 1)
+            return f(first.data(), 0, e, n, n, second.data(), 0, e, n, result.data(), 0, e, count);
+        else
+            return f(first.data(), 0, e, n, n, second.data(), 0, e, n, n, result.data(), 0, e, count);
     });
     row.peer("plain", [=](int from, int to) {
         for (int i = 0; i < n; ++i)
-            for (int j = 0; j < n; ++j) {
-                T* __restrict const z = d + std::size_t(i * n + j) * total;
+            for (int j = 0; j < columns; ++j) {
+                T* __restrict const z = d + std::size_t(i * columns + j) * total;
                 for (int o = from; o < to; ++o) {
                     T sum = 0;
                     for (int k = 0; k < n; ++k)
-                        sum += a[std::size_t(i * n + k) * total + o] * b[std::size_t(k * n + j) * total + o];
+                        sum += a[std::size_t(i * n + k) * total + o] * b[std::size_t(k * columns + j) * total + o];
                     z[o] = sum;
                 }
             }
     });
 }
 
-constexpr int objects = 1000;
-
 template <class T, int n> std::string named(const char* name)
 {
     return std::string(name) + "/" + std::to_string(n) + "/" + typeName<T>();
 }
 
-template <class T, int n> void arrayByArray(Rows& rows)
+// `counts` as for Rows::add, which takes all of them without.
+template <class T, int n, class... Counts> void arrayByArray(Rows& rows, Counts... counts)
 {
-    rows.add(named<T, n>("mul_mama"), objects, 1,
+    rows.add(named<T, n>("mul_mama"), counts...,
              [](Row& row) { matrixProducts<T, n, false, false, false>(row, MEMBER(T, tarnmMul_mama)); });
 }
 template <class T, int n> void arrayByOne(Rows& rows)
 {
-    rows.add(named<T, n>("mul_mam"), objects, 1,
+    rows.add(named<T, n>("mul_mam"), {1000},
              [](Row& row) { matrixProducts<T, n, false, false, true>(row, MEMBER(T, tarnmMul_mam)); });
 }
 template <class T, int n> void transposed(Rows& rows)
 {
-    rows.add(named<T, n>("mul_tama"), objects, 1,
+    rows.add(named<T, n>("mul_tama"), {1000},
              [](Row& row) { matrixProducts<T, n, true, false, false>(row, MEMBER(T, tarnmMul_tama)); });
-    rows.add(named<T, n>("mul_mata"), objects, 1,
+    rows.add(named<T, n>("mul_mata"), {1000},
              [](Row& row) { matrixProducts<T, n, false, true, false>(row, MEMBER(T, tarnmMul_mata)); });
 }
-template <class T, int n> void byVectors(Rows& rows)
+template <class T, int n, class... Counts> void byVectors(Rows& rows, Counts... counts)
 {
-    rows.add(named<T, n>("mul_mava"), objects, 1,
+    rows.add(named<T, n>("mul_mava"), counts...,
              [](Row& row) { vectorProducts<T, n, false, false>(row, MEMBER(T, tarnmMul_mava)); });
-    rows.add(named<T, n>("mul_mva"), objects, 1,
+    rows.add(named<T, n>("mul_mva"), counts...,
              [](Row& row) { vectorProducts<T, n, true, false>(row, MEMBER(T, tarnmMul_mva)); });
 }
 
 template <class T> void addRows(Rows& rows)
 {
+    const std::initializer_list<int> one = {1000};
     arrayByArray<T, 3>(rows);
     arrayByArray<T, 4>(rows);
-    arrayByArray<T, 5>(rows);
+    arrayByArray<T, 5>(rows, one);
     arrayByArray<T, 6>(rows);
-    arrayByArray<T, 8>(rows);
-    arrayByArray<T, 16>(rows);
+    arrayByArray<T, 8>(rows, one);
+    arrayByArray<T, 16>(rows, one);
     arrayByOne<T, 3>(rows);
     arrayByOne<T, 4>(rows);
     arrayByOne<T, 6>(rows);
     transposed<T, 4>(rows);
     byVectors<T, 3>(rows);
     byVectors<T, 4>(rows);
-    byVectors<T, 5>(rows);
-    byVectors<T, 6>(rows);
-    rows.add(named<T, 4>("gaxpy_mva"), objects, 1,
+    byVectors<T, 5>(rows, one);
+    byVectors<T, 6>(rows, one);
+    rows.add(named<T, 4>("gaxpy_mva"), {1000},
              [](Row& row) { vectorProducts<T, 4, true, true>(row, MEMBER(T, tarnmGaxpy_mva)); });
+    rows.add(named<T, 3>("mul_mama_P"), {1000, 100000},
+             [](Row& row) { planeProducts<T, 3, 3>(row, LAYOUT_MEMBER(T, tarnmMul_mama, P)); });
+    rows.add(named<T, 3>("mul_mava_P"), {1000, 100000},
+             [](Row& row) { planeProducts<T, 3, 1>(row, LAYOUT_MEMBER(T, tarnmMul_mava, P)); });
 }
 
 void oneProduct(Row& row)
@@ -302,8 +310,7 @@ void productRows(Rows& rows)
 {
     addRows<float>(rows);
     addRows<double>(rows);
-    rows.add("mul_mama_P/3/32f", objects, 1, [](Row& row) { planes<3>(row); });
-    rows.add("mul_mm/3/32f", 1, 1, oneProduct);
+    rows.add("mul_mm/3/32f", {1}, oneProduct);
 }
 
 } // namespace bench

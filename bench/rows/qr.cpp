@@ -11,13 +11,11 @@
 #include <string>
 #include <vector>
 
+#include "rows/lapack.h"
 #include "rows/rows.h"
 
 #ifdef BENCH_HAS_EIGEN
 #include <Eigen/QR>
-#endif
-#ifdef BENCH_HAS_LAPACKE
-#include <lapacke.h>
 #endif
 
 namespace bench {
@@ -145,15 +143,6 @@ void eigenSolve(Row& row, const typename S::T* a, int objects, const typename S:
 #endif
 
 #ifdef BENCH_HAS_LAPACKE
-void geqr2(int h, int w, float* a, float* tau, float* work)
-{
-    LAPACKE_sgeqr2_work(LAPACK_COL_MAJOR, h, w, a, h, tau, work);
-}
-void geqr2(int h, int w, double* a, double* tau, double* work)
-{
-    LAPACKE_dgeqr2_work(LAPACK_COL_MAJOR, h, w, a, h, tau, work);
-}
-
 template <class S> void lapackFactor(Row& row, const typename S::T* a, typename S::T* d)
 {
     using T = typename S::T;

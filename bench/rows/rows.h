@@ -8,6 +8,9 @@ namespace bench {
 void frameRows(Rows& rows);
 void elementwiseRows(Rows& rows);
 void productRows(Rows& rows);
+void vectorRows(Rows& rows);
+void movementRows(Rows& rows);
+void reductionRows(Rows& rows);
 void geometryRows(Rows& rows);
 void generalEigenproblemRows(Rows& rows);
 void symmetricEigenproblemRows(Rows& rows);

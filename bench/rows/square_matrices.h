@@ -1,26 +1,20 @@
 // What the rows of determinants and inverses share: packed matrices that are well conditioned, and plain eliminations.
 //
-//   Square               order and type of a row's matrices
 //   regularMatrices      sources with a heavy diagonal
 //   plainDeterminant, plainInverse
 //                        what a user would write: expansion for orders 2 to 4, elimination with row pivoting above
 #pragma once
 
 #include <cmath>
-#include <string>
+#include <cstdint>
 #include <utility>
 
-#include "harness/row.h"
+#include "rows/square.h"
 
 namespace bench {
 
-template <class Element, int matrixOrder> struct Square {
-    using T = Element;
-    static constexpr int order = matrixOrder, size = order * order, element = sizeof(T), row = order * element,
-                         object = size * element;
-    static constexpr int scratchBytes = size * element + order * 4;
-    static std::string name() { return std::to_string(order) + "/" + typeName<T>(); }
-};
+// What the members want as pBuffer.
+template <class S> constexpr int scratchBytes = S::object + S::order* int(sizeof(std::int32_t));
 
 template <class S> const typename S::T* regularMatrices(Row& row)
 {

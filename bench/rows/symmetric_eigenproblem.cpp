@@ -4,30 +4,22 @@
 //   eigen_sym_vectors    values and vectors
 //
 // A call ends at the first object that does not converge or counts as singular, so objects are drawn again until the
-// member takes each of them. Order of values and signs of vectors are each library's own: results are not compared here.
+// member takes each of them. Order of values and signs of vectors are each library's own: what is compared is the sorted
+// values, and the matrices that values and vectors make up.
 #include <algorithm>
-#include <limits>
 #include <random>
 #include <string>
 
+#include "rows/lapack.h"
 #include "rows/rows.h"
+#include "rows/square.h"
 
 #ifdef BENCH_HAS_EIGEN
 #include <Eigen/Eigenvalues>
 #endif
-#ifdef BENCH_HAS_LAPACKE
-#include <lapacke.h>
-#endif
 
 namespace bench {
 namespace {
-
-template <class Element, int matrixOrder> struct Symmetric {
-    using T = Element;
-    static constexpr int order = matrixOrder, size = order * order, element = sizeof(T), row = order * element,
-                         object = size * element;
-    static std::string name() { return std::to_string(order) + "/" + typeName<T>(); }
-};
 
 // Symmetric matrices with elements in [-1, 1].
 template <class S, class Accepts> const typename S::T* drawn(Row& row, Accepts accepts)
@@ -44,68 +36,108 @@ template <class S, class Accepts> const typename S::T* drawn(Row& row, Accepts a
                     a[r * S::order + c] = a[c * S::order + r] = uniform(generator);
         while (!accepts(a));
     }
-    row.tolerance(std::numeric_limits<double>::infinity());
+    row.tolerance(std::is_same_v<T, float> ? 1e-4 : 1e-12);
     return all;
 }
 
+// The operands of a row: `v` is null where only values are wanted.
+template <class S> struct Operands {
+    using T = typename S::T;
+
+    Operands(Row& row, const T* a, bool hasVectors)
+        : a(a)
+        , w(row.result<T>(S::order))
+        , v(hasVectors ? row.result<T>(S::size) : nullptr)
+        , compared(row.comparable<T>(hasVectors ? S::size : S::order))
+        , count(row.count)
+    {}
+
+    // Vectors are columns, or rows for LAPACK.
+    void makeComparable(bool vectorsAreRows) const
+    {
+        for (int n = 0; n < count; ++n)
+            if (v != nullptr)
+                compose(w + n * S::order, v + n * S::size, vectorsAreRows, compared + n * S::size);
+            else
+                std::partial_sort_copy(w + n * S::order, w + (n + 1) * S::order, compared + n * S::order,
+                                       compared + (n + 1) * S::order);
+    }
+
+    static void compose(const T* values, const T* vectors, bool vectorsAreRows, T* matrix)
+    {
+        const int toComponent = vectorsAreRows ? 1 : S::order, toVector = vectorsAreRows ? S::order : 1;
+        for (int r = 0; r < S::order; ++r)
+            for (int c = 0; c < S::order; ++c) {
+                T sum = 0;
+                for (int k = 0; k < S::order; ++k)
+                    sum +=
+                        values[k] * vectors[r * toComponent + k * toVector] * vectors[c * toComponent + k * toVector];
+                matrix[r * S::order + c] = sum;
+            }
+    }
+
+    const T* a;
+    T *w, *v, *compared;
+    int count;
+};
+
 #ifdef BENCH_HAS_EIGEN
-template <class S> void eigenPeers(Row& row, const typename S::T* a, typename S::T* w, typename S::T* v)
+template <class S> void eigenPeers(Row& row, const Operands<S>& o)
 {
     using Object = Eigen::Matrix<typename S::T, S::order, S::order, Eigen::RowMajor>;
     using Values = Eigen::Matrix<typename S::T, S::order, 1>;
-    const int options = v != nullptr ? Eigen::ComputeEigenvectors : Eigen::EigenvaluesOnly;
+    const int options = o.v != nullptr ? Eigen::ComputeEigenvectors : Eigen::EigenvaluesOnly;
     const auto store = [=](const auto& solver, int n) {
-        Eigen::Map<Values>(w + n * S::order) = solver.eigenvalues();
-        if (v != nullptr) Eigen::Map<Object>(v + n * S::size) = solver.eigenvectors();
+        Eigen::Map<Values>(o.w + n * S::order) = solver.eigenvalues();
+        if (o.v != nullptr) Eigen::Map<Object>(o.v + n * S::size) = solver.eigenvectors();
     };
-    row.peer("Eigen", [=](int first, int last) {
-        Eigen::SelfAdjointEigenSolver<Object> solver;
-        for (int n = first; n < last; ++n)
-            store(solver.compute(Eigen::Map<const Object>(a + n * S::size), options), n);
-    });
-    if constexpr (S::order <= 3)
-        row.peer("Eigen direct", [=](int first, int last) {
+    const auto convert = [=] { o.makeComparable(false); };
+    row.peer(
+        "Eigen",
+        [=](int first, int last) {
             Eigen::SelfAdjointEigenSolver<Object> solver;
             for (int n = first; n < last; ++n)
-                store(solver.computeDirect(Eigen::Map<const Object>(a + n * S::size), options), n);
-        });
+                store(solver.compute(Eigen::Map<const Object>(o.a + n * S::size), options), n);
+        },
+        convert);
+    if constexpr (S::order <= 3)
+        row.peer(
+            "Eigen direct",
+            [=](int first, int last) {
+                Eigen::SelfAdjointEigenSolver<Object> solver;
+                for (int n = first; n < last; ++n)
+                    store(solver.computeDirect(Eigen::Map<const Object>(o.a + n * S::size), options), n);
+            },
+            convert);
 }
 #endif
 
 #ifdef BENCH_HAS_LAPACKE
-void syev(char job, int n, float* a, float* w, float* work, int length)
-{
-    LAPACKE_ssyev_work(LAPACK_COL_MAJOR, job, 'L', n, a, n, w, work, length);
-}
-void syev(char job, int n, double* a, double* w, double* work, int length)
-{
-    LAPACKE_dsyev_work(LAPACK_COL_MAJOR, job, 'L', n, a, n, w, work, length);
-}
-
-template <class S> void lapackPeer(Row& row, const typename S::T* a, typename S::T* w, typename S::T* v)
+template <class S> void lapackPeer(Row& row, const Operands<S>& o)
 {
     using T = typename S::T;
-    row.peer("LAPACK", [=](int first, int last) {
-        constexpr int length = 64 * S::order;
-        T copy[S::size], work[length];
-        for (int n = first; n < last; ++n) {
-            T* const vectors = v != nullptr ? v + n * S::size : copy;
-            std::copy_n(a + n * S::size, S::size, vectors);
-            syev(v != nullptr ? 'V' : 'N', S::order, vectors, w + n * S::order, work, length);
-        }
-    });
+    row.peer(
+        "LAPACK",
+        [=](int first, int last) {
+            constexpr int length = 64 * S::order;
+            T copy[S::size], work[length];
+            for (int n = first; n < last; ++n) {
+                T* const vectors = o.v != nullptr ? o.v + n * S::size : copy;
+                std::copy_n(o.a + n * S::size, S::size, vectors);
+                syev(o.v != nullptr ? 'V' : 'N', S::order, vectors, o.w + n * S::order, work, length);
+            }
+        },
+        [=] { o.makeComparable(true); });
 }
 #endif
 
-template <class S>
-void peers([[maybe_unused]] Row& row, [[maybe_unused]] const typename S::T* a, [[maybe_unused]] typename S::T* w,
-           [[maybe_unused]] typename S::T* v)
+template <class S> void peers([[maybe_unused]] Row& row, [[maybe_unused]] const Operands<S>& o)
 {
 #ifdef BENCH_HAS_EIGEN
-    eigenPeers<S>(row, a, w, v);
+    eigenPeers<S>(row, o);
 #endif
 #ifdef BENCH_HAS_LAPACKE
-    lapackPeer<S>(row, a, w, v);
+    lapackPeer<S>(row, o);
 #endif
 }
 
@@ -117,12 +149,15 @@ template <class S> void values(Row& row)
         T scratch[S::size], w[S::order];
         return f(object, S::object, S::row, S::element, scratch, w, S::order, 1) == StatusOk;
     });
-    T* const w = row.result<T>(S::order);
-    row.ours(member, [=](auto f, int count) {
-        T scratch[S::size];
-        return f(a, S::object, S::row, S::element, scratch, w, S::order, count);
-    });
-    peers<S>(row, a, w, nullptr);
+    const Operands<S> o(row, a, false);
+    row.ours(
+        member,
+        [=](auto f, int count) {
+            T scratch[S::size];
+            return f(o.a, S::object, S::row, S::element, scratch, o.w, S::order, count);
+        },
+        [=] { o.makeComparable(false); });
+    peers<S>(row, o);
 }
 
 template <class S> void vectors(Row& row)
@@ -134,18 +169,21 @@ template <class S> void vectors(Row& row)
         return f(object, S::object, S::row, S::element, scratch, v, S::object, S::row, S::element, w, S::order, 1) ==
                StatusOk;
     });
-    T* const w = row.result<T>(S::order);
-    T* const v = row.result<T>(S::size);
-    row.ours(member, [=](auto f, int count) {
-        T scratch[S::size];
-        return f(a, S::object, S::row, S::element, scratch, v, S::object, S::row, S::element, w, S::order, count);
-    });
-    peers<S>(row, a, w, v);
+    const Operands<S> o(row, a, true);
+    row.ours(
+        member,
+        [=](auto f, int count) {
+            T scratch[S::size];
+            return f(o.a, S::object, S::row, S::element, scratch, o.v, S::object, S::row, S::element, o.w, S::order,
+                     count);
+        },
+        [=] { o.makeComparable(false); });
+    peers<S>(row, o);
 }
 
 template <class T, int order> void rowsOfOrder(Rows& rows)
 {
-    using S = Symmetric<T, order>;
+    using S = Square<T, order>;
     rows.add("eigen_sym_values/" + S::name(), values<S>);
     rows.add("eigen_sym_vectors/" + S::name(), vectors<S>);
 }

@@ -1,4 +1,5 @@
 // QR factors: edge cases, tolerance, what a failure leaves, orthogonality and backward errors.
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -335,7 +336,7 @@ TEST_P(QrFactor, QTimesRIsTheMatrix)
             for (int r = 0; r < shape.height; ++r)
                 for (int c = 0; c < shape.width; ++c) {
                     call.set("src", 0, r, c, kindOfMatrix(kind, r, c, shape.height));
-                    largest = std::fmax(largest, std::fabs(call.get("src", 0, r, c)));
+                    largest = std::max(largest, std::fabs(call.get("src", 0, r, c)));
                 }
             ASSERT_EQ(call.run(), StatusOk) << kind << ": " << shape.width << ' ' << shape.height;
             std::vector<double> product(std::size_t(shape.height * shape.width), 0);

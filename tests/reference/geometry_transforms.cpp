@@ -1,4 +1,5 @@
 // Vectors through 4x4 matrices: affine transforms, and the way between object space and a viewport.
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -131,7 +132,7 @@ bool inverted(const Matrix& m, Wide& x)
         for (int c = 0; c < 4; ++c) {
             a[r][c] = m[r][c];
             x[r][c] = r == c;
-            largest = std::fmax(largest, std::fabs(a[r][c]));
+            largest = std::max(largest, std::fabs(a[r][c]));
         }
     for (int k = 0; k < 4; ++k) {
         int p = k;

@@ -1,4 +1,6 @@
 // Inverses.
+#include <algorithm>
+
 #include "reference/elimination.h"
 #include "reference/matrices_near_singular.h"
 #include "reference/problem.h"
@@ -178,7 +180,7 @@ template <class T> Step<T> chooseColumn(const Numbers<T>& a, std::size_t k, T t)
     const std::size_t n = a.size();
     long double largest = 0;
     for (std::size_t c = k; c < n; ++c)
-        largest = std::fmax(largest, a[k][c].magnitude());
+        largest = std::max(largest, a[k][c].magnitude());
     Step<T> step;
     step.column = n == 5 ? 4 : k;
     const std::size_t last = n == 5 ? 3 : n - 1;
