@@ -483,6 +483,7 @@ PYBIND11_MODULE(_tarnm, m)
     using py::arg;
     using py::kw_only;
     if (_import_array() < 0) throw py::error_already_set();
+    m.attr("__version__") = TARNM_PYTHON_VERSION;
     const auto out = arg("out") = py::none();
     const auto errors = arg("errors") = py::none();
     const auto threads = arg("threads") = py::none();

@@ -19,8 +19,10 @@ copy     False: raise where an array would have to be copied, because a stride i
          multiple of the element size, or because it shares memory with a result
 """
 
+from . import geometry, raw
 from ._factors import LU, QR, cholesky_solve, lu, lu_solve, qr_factor, qr_solve
 from ._tarnm import (
+    __version__,
     add,
     cholesky,
     cross,
@@ -47,7 +49,7 @@ from ._tarnm import (
 from ._statuses import Status
 
 __all__ = [
-    "LU", "QR", "Status", "add", "cholesky", "cholesky_solve", "cross", "det", "dot", "eig", "eigh", "eigvals", "eigvalsh",
-    "get_num_threads", "inv", "lstsq", "lu", "lu_solve", "matmul", "matvec", "norm", "qr", "qr_factor", "qr_solve", "scale",
+    "LU", "QR", "Status", "__version__", "add", "cholesky", "cholesky_solve", "cross", "det", "dot", "eig", "eigh", "eigvals", "eigvalsh",
+    "geometry", "get_num_threads", "inv", "lstsq", "lu", "lu_solve", "matmul", "matvec", "norm", "qr", "qr_factor", "qr_solve", "raw", "scale",
     "set_num_threads", "solve", "subtract", "trace", "transpose",
 ]

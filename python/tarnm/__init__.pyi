@@ -9,6 +9,8 @@ from ._factors import LU as LU, QR as QR
 from ._factors import cholesky_solve as cholesky_solve, lu as lu, lu_solve as lu_solve, qr_factor as qr_factor, qr_solve as qr_solve
 from ._statuses import Status as Status
 
+__version__: str
+
 Array = NDArray[Any]
 Errors = Literal["raise", "return"]
 Triangle = Literal["L", "U"]

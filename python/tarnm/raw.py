@@ -19,24 +19,15 @@ types and what the C function itself checks.
 """
 
 import ctypes
-import os
 
 import numpy
 
+from . import _tarnm  # noqa: F401
 from ._members import MEMBERS
 
 
-def _load():
-    """The library that the module of this package is linked with."""
-    folder = os.path.dirname(os.path.abspath(__file__))
-    for name in (os.path.join(folder, "libtarnm.so.7"), "libtarnm.so.7"):
-        if os.path.isabs(name) and not os.path.exists(name):
-            continue
-        return ctypes.CDLL(name)
-    raise ImportError("tarnm.raw: libtarnm.so.7 is not found")
-
-
-_library = _load()
+# The module of this package is linked with it and lies loaded already, in the variant that the loader chose: found by its SONAME.
+_library = ctypes.CDLL("libtarnm.so.7")
 _ELEMENT = {"f": numpy.dtype(numpy.float32), "d": numpy.dtype(numpy.float64), "i": numpy.dtype(numpy.int32), "v": None}
 _ADDRESS = numpy.dtype(numpy.uintp)
 _NUMBER = {"i": ctypes.c_int32, "f": ctypes.c_float, "d": ctypes.c_double}
