@@ -2,7 +2,7 @@
 
 from grammar import is_array_code
 from model import Row
-from operations import symmetric_accuracy
+from operations import general_accuracy, symmetric_accuracy
 
 ORDER = "widthHeight x widthHeight"
 NOT_CONVERGED = ("StatusNotConverged", "the iteration reached its limit without convergence")
@@ -26,13 +26,16 @@ imaginary part sqrt(|b|) sqrt(|c|), also where b and c have one sign and the eig
 the roots of norms and rotations are formed in double precision and rounded once. Results of an object do not depend on
 its neighbours, its position or the number of threads.
 
-**Accuracy.** Backward errors are of the order of n eps |S|. The norms of reflectors are formed from squares without
-scaling:
+**Accuracy.** See the table at the end of these notes. The norms of reflectors are formed from squares without scaling:
 
 | size of the elements that a reflector eliminates | `32f` | `64f` |
 |---|---|---|
 | above | 1e19: the squares overflow | 1e154 |
 | below | 1e-19: bits are lost, from 1e-23 on the elements are dropped | 1e-154, 1e-162 |
+
+Whether the eigenvalues of a 2x2 block are real is decided against 4 eps, whatever the size of its elements: the square of
+half their difference, over the largest element, has to reach it, or the block is treated as a complex pair. **Scale matrices
+to a norm near 1 before the call**: in `32f` elements of 1e-3 fail now and then, elements of 1e-8 every third time.
 
 **Failures.** `StatusNotConverged`: the positions of the eigenvalues that had split off by then are written, from the end
 of the object's run, the others are not. A serial call ends at the first object that fails: those before it are complete,
@@ -42,7 +45,12 @@ of the first thread to report a failure. A singular matrix is no failure. Object
 
 **Aliasing.** Results that overlap the source are not supported. `pBuffer` needs no alignment; its contents are undefined
 on return. A parallel call takes scratch of its own, but `pBuffer` must not be null.
-"""
+
+**Measured.** 20000 matrices per row, `tarnmEigenValuesVectors_m`: the largest residual of a matrix's left and right vectors in
+units of eps |S|, in long double. The columns in percent tell what so many of the matrices that converge stay below; the last
+two how many do not converge, and how many have a residual of more than 1000 units. Elements are uniform between -1 and 1
+times the size named; graded ones fall by 1/10 with each row and column, those far from normal are 1/1000 below the diagonal.
+""" + general_accuracy.VECTORS
 
 GENERAL_VALUES_NOTES = """
 `pDstValuesRe` and `pDstValuesIm` take the real and the imaginary parts: n elements for each object, one object behind the

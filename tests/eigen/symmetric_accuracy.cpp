@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "eigen/accuracy_table.h"
 #include "eigen/symmetric_matrices.h"
 #include "eigen/symmetric_members.h"
 #include "support/thread_count.h"
@@ -15,8 +16,6 @@ namespace tarnm::test {
 namespace {
 
 constexpr double wrongFrom = 1000;
-
-template <class T> const double epsilon = sizeof(T) == 4 ? 0x1p-23 : 0x1p-52;
 
 enum class Spectrum { random, nearlyEqual, repeated, graded };
 constexpr Spectrum spectra[] = {Spectrum::random, Spectrum::nearlyEqual, Spectrum::repeated, Spectrum::graded};
@@ -38,30 +37,17 @@ struct Errors {
     double values = 0, residual = 0, orthogonality = 0;
 };
 
-// The errors of a row of a table, each kind by itself.
-class Tally {
-public:
+// The errors of a row of a table.
+struct Tally {
+    ErrorQuantiles main;
+    double orthogonality = 0;
     int notConverged = 0;
 
     void add(const Errors& errors, bool isVectors)
     {
-        main.push_back(isVectors ? std::max(errors.residual, errors.values) : errors.values);
+        main.add(isVectors ? std::max(errors.residual, errors.values) : errors.values);
         orthogonality = std::max(orthogonality, errors.orthogonality);
     }
-    // What `share` of the matrices stay below.
-    double quantile(double share)
-    {
-        std::sort(main.begin(), main.end());
-        return main.empty() ? 0 : main[std::min(main.size() - 1, std::size_t(share * double(main.size())))];
-    }
-    int wrong() const
-    {
-        return int(std::count_if(main.begin(), main.end(), [](double error) { return !(error <= wrongFrom); }));
-    }
-    double orthogonality = 0;
-
-private:
-    std::vector<double> main;
 };
 
 template <class T>
@@ -108,20 +94,6 @@ template <class T> Tally tally(const SymmetricKernel& kernel, Spectrum spectrum,
     return tally;
 }
 
-std::string share(int found, int trials)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "%.2g %%", 100.0 * found / trials);
-    return found == 0 ? "none" : text;
-}
-
-std::string units(double error)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, error < 9.95 ? "%.1f" : error < 99999.5 ? "%.0f" : "%.0e", error);
-    return text;
-}
-
 template <class T> void printTable(const SymmetricKernel& kernel, int trials)
 {
     std::printf("| `%s` | | 50 %% | 99 %% | all |%s not converged | above %.0f |\n|---|---|---|---|---|%s---|---|\n",
@@ -132,10 +104,10 @@ template <class T> void printTable(const SymmetricKernel& kernel, int trials)
             Tally row = tally<T>(kernel, spectrum, n, trials);
             std::string line = "| " + std::to_string(n) + " | " + names[int(spectrum)] + " |";
             for (const double part : {0.5, 0.99, 1.0})
-                line += " " + units(row.quantile(part)) + " |";
+                line += " " + units(row.main.below(part)) + " |";
             if (kernel.isVectors) line += " " + units(row.orthogonality) + " |";
             std::printf("%s %s | %s |\n", line.c_str(), share(row.notConverged, trials).c_str(),
-                        share(row.wrong(), trials).c_str());
+                        share(row.main.above(wrongFrom), trials).c_str());
             std::fflush(stdout);
         }
     std::printf("\n");
