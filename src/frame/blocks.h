@@ -259,6 +259,124 @@ template <int length, class V, class Bases> TARNM_INLINE void storeRuns(const Ba
     }
 }
 
+// ---- Packed objects of 2 to 4 elements, by shuffles of whole vectors ----
+//
+// N objects are as many vectors as an object has elements. In memory they hold element p % length of object
+// p / length, p counted through all of them. Sources of lanes as shuffledLanes takes them:
+
+template <class V, int length>
+inline constexpr bool packsIntoVectors = machine::shufflesAnyLanes &&
+                                         sizeof(V) == machine::vectorBytes&& length >= 2 && length <= 4;
+
+template <int N, int length> struct PackedOrder {
+    // Element k of the objects that the first two vectors hold.
+    template <int k> static constexpr int inFirstTwo(int l)
+    {
+        const int p = length * l + k;
+        return p < 2 * N ? p : -1;
+    }
+    // The same completed from the third.
+    template <int k> static constexpr int withThird(int l)
+    {
+        const int p = length * l + k;
+        return p < 2 * N ? l : p - N;
+    }
+    // Elements k and k + 1 of the objects in two vectors of four elements each, in either half.
+    template <int k> static constexpr int inPairOfFour(int l)
+    {
+        return l < N / 2 ? length * l + k : length * (l - N / 2) + k + 1;
+    }
+    template <int half> static constexpr int halves(int l)
+    {
+        return l < N / 2 ? l + half * N / 2 : l + N / 2 + half * N / 2;
+    }
+
+    // Vector j in memory from elements 0 and 1 of the objects, then completed from element 2.
+    template <int j> static constexpr int fromFirstTwo(int i)
+    {
+        const int p = j * N + i;
+        return p % length == 2 ? -1 : p % length * N + p / length;
+    }
+    template <int j> static constexpr int andThird(int i)
+    {
+        const int p = j * N + i;
+        return p % length == 2 ? N + p / length : i;
+    }
+    // Two elements of the objects of one half, side by side, and two such pairs.
+    template <int half> static constexpr int pairs(int i) { return i % 2 * N + i / 2 + half * N / 2; }
+    template <int half> static constexpr int pairsOfPairs(int i)
+    {
+        return i / 2 % 2 * N + i / 4 * 2 + i % 2 + half * N / 2;
+    }
+};
+
+template <auto source, class V> TARNM_INLINE V picked(V a, V b)
+{
+    return V(machine::shuffledLanes<source>(a.raw, b.raw));
+}
+
+// For a vector that several shuffles share.
+template <class V> TARNM_INLINE V loadOnce(const scalar_t<V>* base)
+{
+    return V(machine::inRegister(load<V>(base).raw));
+}
+
+template <int length, class V> TARNM_INLINE void loadVectors(const scalar_t<V>* base, V* a)
+{
+    constexpr int N = lane_count_v<V>;
+    using Order = PackedOrder<N, length>;
+    V v[length];
+    TARNM_UNROLL
+    for (int j = 0; j < length; ++j)
+        v[j] = loadOnce<V>(base + j * N);
+    if constexpr (length == 2) {
+        a[0] = picked<Order::template inFirstTwo<0>>(v[0], v[1]);
+        a[1] = picked<Order::template inFirstTwo<1>>(v[0], v[1]);
+    } else if constexpr (length == 3) {
+        a[0] = picked<Order::template withThird<0>>(picked<Order::template inFirstTwo<0>>(v[0], v[1]), v[2]);
+        a[1] = picked<Order::template withThird<1>>(picked<Order::template inFirstTwo<1>>(v[0], v[1]), v[2]);
+        a[2] = picked<Order::template withThird<2>>(picked<Order::template inFirstTwo<2>>(v[0], v[1]), v[2]);
+    } else {
+        const V lower01 = picked<Order::template inPairOfFour<0>>(v[0], v[1]);
+        const V upper01 = picked<Order::template inPairOfFour<0>>(v[2], v[3]);
+        const V lower23 = picked<Order::template inPairOfFour<2>>(v[0], v[1]);
+        const V upper23 = picked<Order::template inPairOfFour<2>>(v[2], v[3]);
+        a[0] = picked<Order::template halves<0>>(lower01, upper01);
+        a[1] = picked<Order::template halves<1>>(lower01, upper01);
+        a[2] = picked<Order::template halves<0>>(lower23, upper23);
+        a[3] = picked<Order::template halves<1>>(lower23, upper23);
+    }
+}
+
+template <int length, class V> TARNM_INLINE void storeVectors(scalar_t<V>* base, const V* a)
+{
+    constexpr int N = lane_count_v<V>;
+    using Order = PackedOrder<N, length>;
+    V v[length];
+    if constexpr (length == 2) {
+        v[0] = picked<Order::template pairs<0>>(a[0], a[1]);
+        v[1] = picked<Order::template pairs<1>>(a[0], a[1]);
+    } else if constexpr (length == 3) {
+        v[0] = picked<Order::template andThird<0>>(picked<Order::template fromFirstTwo<0>>(a[0], a[1]), a[2]);
+        v[1] = picked<Order::template andThird<1>>(picked<Order::template fromFirstTwo<1>>(a[0], a[1]), a[2]);
+        v[2] = picked<Order::template andThird<2>>(picked<Order::template fromFirstTwo<2>>(a[0], a[1]), a[2]);
+    } else {
+        const V lower01 = picked<Order::template pairs<0>>(a[0], a[1]);
+        const V upper01 = picked<Order::template pairs<1>>(a[0], a[1]);
+        const V lower23 = picked<Order::template pairs<0>>(a[2], a[3]);
+        const V upper23 = picked<Order::template pairs<1>>(a[2], a[3]);
+        v[0] = picked<Order::template pairsOfPairs<0>>(lower01, lower23);
+        v[1] = picked<Order::template pairsOfPairs<1>>(lower01, lower23);
+        v[2] = picked<Order::template pairsOfPairs<0>>(upper01, upper23);
+        v[3] = picked<Order::template pairsOfPairs<1>>(upper01, upper23);
+    }
+    TARNM_UNROLL
+    for (int j = 0; j < length; ++j)
+        store(base + j * N, v[j]);
+}
+
+// ---- Packed objects ----
+
 // Packed objects of 2 or 3 singles: W of them are 2 or 3 whole pieces.
 template <class V, int length>
 inline constexpr bool packsIntoPieces = pieceLength<V> == 4 && (length == 2 || length == 3);
@@ -294,6 +412,8 @@ template <int length, class V> TARNM_INLINE void loadPacked(const scalar_t<V>* b
     constexpr int W = pieceLength<V>;
     if constexpr (length == 1)
         a[0] = load<V>(base);
+    else if constexpr (packsIntoVectors<V, length>)
+        loadVectors<length>(base, a);
     else if constexpr (packsIntoPieces<V, length>) {
         V v[length];
         TARNM_UNROLL
@@ -321,6 +441,8 @@ template <int length, class V> TARNM_INLINE void storePacked(scalar_t<V>* base, 
     constexpr int W = pieceLength<V>;
     if constexpr (length == 1)
         store(base, a[0]);
+    else if constexpr (packsIntoVectors<V, length>)
+        storeVectors<length>(base, a);
     else if constexpr (packsIntoPieces<V, length>) {
         V v[length];
         if constexpr (length == 2) {
@@ -769,6 +891,7 @@ inline std::int32_t forEachBlockOf(Place place, const Kernel& kernel, const Oper
 {
     using T = scalar_t<V>;
     const std::int32_t end = place.first + place.count;
+    if (place.count == 1) return blocks::computedSingly<T>(kernel, place.first, end, operands...) - place.first;
     const auto run = [&](auto... blocks) __attribute__((always_inline))
     {
         for (std::int32_t n = place.first; n < end;) {

@@ -4,6 +4,8 @@
 //   lowerHalf, upperHalf, joined parts of a vector
 //   joinedPieces, pieceAt        pieces of 16 bytes of a vector
 //   shuffledPieces               one shuffle pattern applied to every 16 byte piece
+//   shuffledLanes                any lanes of two vectors
+//   inRegister                   a value that is loaded once
 //   blend                        per-lane choice by a mask
 //   signBits                     the sign of every lane as one bit of an integer
 //   rawReciprocalEstimate, rawReciprocalSqrtEstimate
@@ -34,12 +36,15 @@ namespace tarnm::machine {
 #if defined(__AVX512F__) && defined(__AVX512VL__) && defined(__AVX512DQ__)
 inline constexpr int vectorBytes = 64;
 inline constexpr bool hasMaskRegisters = true;
+inline constexpr bool shufflesAnyLanes = true; // of two vectors by one instruction
 #elif defined(__AVX__)
 inline constexpr int vectorBytes = 32;
 inline constexpr bool hasMaskRegisters = false;
+inline constexpr bool shufflesAnyLanes = false;
 #else
 inline constexpr int vectorBytes = 16;
 inline constexpr bool hasMaskRegisters = false;
+inline constexpr bool shufflesAnyLanes = false;
 #endif
 inline constexpr int pieceBytes = 16;
 
@@ -152,6 +157,27 @@ template <int... pick, class Raw> TARNM_INLINE Raw shuffledPieces(Raw a, Raw b)
 {
     static_assert(sizeof...(pick) * sizeof(ElementOf<Raw>) == pieceBytes);
     return shuffledPiecesBy<pick...>(a, b, std::make_index_sequence<lengthOf<Raw>>{});
+}
+
+// Any lanes of two vectors: lane i is lane source(i), counted through both, or anything where source(i) is negative.
+template <auto source, class Raw, std::size_t... I>
+TARNM_INLINE Raw shuffledLanesBy(Raw a, Raw b, std::index_sequence<I...>)
+{
+    return __builtin_shufflevector(a, b, source(int(I))...);
+}
+
+template <auto source, class Raw> TARNM_INLINE Raw shuffledLanes(Raw a, Raw b)
+{
+    return shuffledLanesBy<source>(a, b, std::make_index_sequence<lengthOf<Raw>>{});
+}
+
+// g++ 12 gives each shuffle of a loaded vector a memory operand of its own, and loads that cross lines are slow.
+template <class Raw> TARNM_INLINE Raw inRegister(Raw v)
+{
+#if defined(__AVX512F__) && !defined(__clang__)
+    asm("" : "+v"(v));
+#endif
+    return v;
 }
 
 // Lanes of `mask` are all ones (take from `a`) or all zeros (take from `b`).

@@ -55,11 +55,15 @@ struct Matrix4 {
     float rows[4][4];
 };
 
+// Rows are put together in registers: rows written element by element could not be loaded as wholes at once.
 TARNM_INLINE tarnmStatus stored(const Matrix4& matrix, float* base)
 {
+    using Row = lanes<float, 4>;
     TARNM_UNROLL
-    for (int r = 0; r < 4; ++r)
-        store(base + 4 * r, load<lanes<float, 4>>(matrix.rows[r]));
+    for (int r = 0; r < 4; ++r) {
+        const auto& [x, y, z, w] = matrix.rows[r];
+        store(base + 4 * r, Row(Row::Raw{x, y, z, w}));
+    }
     return StatusOk;
 }
 

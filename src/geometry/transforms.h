@@ -3,6 +3,7 @@
 //   AffineSum<n>, CoordSum<n>, NormalSum<n>     the sums of one column, in the order of their additions
 //   transform, transformArray                   the sums of all columns
 //   transformPoint, transformPointArray         the same, divided by the fourth
+//   transformPacked                             the same for packed arrays and results of four columns
 //   isOrderFree                                 whether an array may be worked on in any order
 //
 // A sum is one text for a column of the matrix and objects in lanes, and for a row of four columns and one object.
@@ -152,10 +153,62 @@ inline tarnmStatus forEachVector(const float* m, const float* v, std::int32_t vS
     return StatusOk;
 }
 
+// ---- Packed arrays whose results have all four columns ----
+
+template <int n, int k> constexpr int sourceOfColumn(int l) { return l / 4 * n + k; }
+
+// Element k of packed objects, four times for each object, for all k. Reads no more than a vector of V.
+template <int n, class V, int... k>
+TARNM_INLINE void loadSpread(const float* base, V (&v)[n], std::integer_sequence<int, k...>)
+{
+    if constexpr (blocks::packsIntoVectors<V, n>) {
+        const V packed = blocks::loadOnce<V>(base);
+        ((v[k] = blocks::picked<sourceOfColumn<n, k>>(packed, packed)), ...);
+    } else {
+        const V rows = blocks::loadJoined<V>([&](int q) { return base + q * n; });
+        ((v[k] = blocks::shuffled<k, k, k, k>(rows, rows)), ...);
+    }
+}
+
+template <class V> TARNM_INLINE V repeated(const float* row)
+{
+    return blocks::loadJoined<V>([&](int) { return row; });
+}
+
+// Several objects side by side, a row of four columns each. A vector of sources is read as a whole; objects too near
+// to the end for that are left over. Returns the number of objects done.
+template <class Sum, int n, class V>
+TARNM_INLINE std::int32_t transformSideBySide(const float* m, const float* v, float* d, std::int32_t count)
+{
+    constexpr int objects = lane_count_v<V> / 4;
+    const V m0 = repeated<V>(m), m1 = repeated<V>(m + 4), m2 = repeated<V>(m + 8), m3 = repeated<V>(m + 12);
+    std::int32_t done = 0;
+    for (; std::ptrdiff_t(count - done) * n >= lane_count_v<V>; done += objects) {
+        V vectors[n];
+        loadSpread(v + std::ptrdiff_t(done) * n, vectors, std::make_integer_sequence<int, n>{});
+        store(d + std::ptrdiff_t(done) * 4, Sum::of(vectors, m0, m1, m2, m3));
+    }
+    return done;
+}
+
+template <class Sum, int n>
+inline tarnmStatus transformPacked(const float* m, const float* v, float* d, std::int32_t count)
+{
+    const Rows rows = loadRows(m);
+    std::int32_t done = transformSideBySide<Sum, n, native_lanes<float>>(m, v, d, count);
+    for (; done < count; ++done)
+        storeFirst<4>(rowOf<Sum>(rows, copied<n>(v + std::ptrdiff_t(done) * n).values), d + std::ptrdiff_t(done) * 4);
+    return StatusOk;
+}
+
 template <class Sum, int n, int produced>
 inline tarnmStatus transformArray(const float* m, const float* v, std::int32_t vStride, float* d, std::int32_t dStride,
                                   std::int32_t count)
 {
+    if constexpr (produced == 4)
+        if (count > 0 && vStride == n * 4 && dStride == 16 &&
+            isOrderFree({{v, {}}, vStride}, n * sizeof(float), {{d, {}}, dStride}, 4 * sizeof(float), count))
+            return transformPacked<Sum, n>(m, v, d, count);
     return forEachVector<n, produced>(m, v, vStride, d, dStride, count,
                                       []<class V>(const V(&matrix)[4][4], const V(&vector)[n], V(&out)[produced]) {
                                           TARNM_UNROLL
