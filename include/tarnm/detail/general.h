@@ -89,9 +89,7 @@ template <class T> struct general_block {
 template <class A, class T> void prepare_general(const A& a, const general_block<T>& work)
 {
     const std::ptrdiff_t order = a.rows();
-    for (std::ptrdiff_t r = 0; r < order; ++r)
-        for (std::ptrdiff_t c = 0; c < order; ++c)
-            read_plane(a, r, c, work.matrices.plane(r * order + c));
+    read_planes(a, work.matrices);
     for (std::ptrdiff_t i = 0; i < packs_of<T>(a.count()); ++i) {
         const auto at = [&](std::ptrdiff_t r, std::ptrdiff_t c) -> pack<T>& {
             return work.matrices.at(r * order + c, i);
@@ -195,7 +193,7 @@ tarnmStatus general_values_all(const A& a, const R& real, const R& imaginary, wo
     using T = typename A::value_type;
     constexpr std::ptrdiff_t bytes_of_element = sizeof(T);
     const std::ptrdiff_t size = std::ptrdiff_t{a.rows()} * a.rows();
-    const std::ptrdiff_t fitting = (std::ptrdiff_t{1} << 17) / (size * bytes_of_element);
+    const std::ptrdiff_t fitting = (std::ptrdiff_t{1} << 15) / (size * bytes_of_element);
     const std::ptrdiff_t step = std::clamp<std::ptrdiff_t>(fitting, 1, a.count());
     const std::ptrdiff_t width = plane_width<T>(step);
     // Planes, a table of them, one matrix twice, the scratch of the call.

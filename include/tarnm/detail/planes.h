@@ -3,7 +3,7 @@
 //
 //   pack<T>                       as many numbers as a vector of the processor holds
 //   planes<T>                     planes in scratch, each of `width` positions
-//   read_plane, write_plane       one element of all objects of a view
+//   read_planes, write_planes     the matrices of a view
 //   fill_tail                     zeros where a plane has no object
 //   table_of                      the pointers per element
 //   scale_factors                 powers of two that bring matrices to a common magnitude
@@ -11,6 +11,13 @@
 #define TARNM_DETAIL_PLANES_H
 
 #include "right.h"
+
+// Loops over the objects of a pack.
+#if defined(__clang__)
+#define TARNM_DETAIL_UNROLL _Pragma("clang loop unroll(full)")
+#else
+#define TARNM_DETAIL_UNROLL _Pragma("GCC unroll 8")
+#endif
 
 namespace tarnm::detail {
 
@@ -63,33 +70,72 @@ template <class T> void fill_tail(T* plane, std::ptrdiff_t count)
     std::fill(plane + count, plane + packs_of<T>(count) * pack_size<T>, T(0));
 }
 
-// Element (r, c) of all objects.
-template <class View, class T> void read_plane(const View& view, std::ptrdiff_t r, std::ptrdiff_t c, T* plane)
-{
-    const std::ptrdiff_t count = view.count();
-    if constexpr (View::place == layout::list) {
-        for (std::ptrdiff_t n = 0; n < count; ++n)
-            plane[n] = load(view.address(n, r, c));
-    } else {
-        const auto* const first = reinterpret_cast<const std::byte*>(view.address(0, r, c));
-        const std::ptrdiff_t step = view.object_stride();
-        for (std::ptrdiff_t n = 0; n < count; ++n)
-            plane[n] = load(reinterpret_cast<const T*>(first + n * step));
+// The first elements of the objects of pack i, and how many objects it has.
+template <class View> struct pack_places {
+    using T = typename View::value_type;
+    using byte = std::conditional_t<std::is_const_v<typename View::element_type>, const std::byte, std::byte>;
+
+    pack_places(const View& view, std::ptrdiff_t i)
+        : count(std::min<std::ptrdiff_t>(pack_size<T>, view.count() - i * pack_size<T>))
+    {
+        // The places without an object repeat the first one.
+        for (std::ptrdiff_t l = 0; l < pack_size<T>; ++l)
+            first[l] = reinterpret_cast<byte*>(view.address(i * pack_size<T> + (l < count ? l : 0), 0, 0));
     }
-    fill_tail(plane, count);
+
+    byte* first[pack_size<T>];
+    std::ptrdiff_t count;
+};
+
+// All matrices, or their upper triangles, side by side. Pack by pack, since the elements of some objects share lines of a
+// cache. Zeros stand where the last pack has no object.
+template <class View, class T> void read_planes(const View& view, const planes<T>& result, bool upper_triangle = false)
+{
+    const std::ptrdiff_t rows = view.rows(), columns = view.columns();
+    for (std::ptrdiff_t i = 0; i < packs_of<T>(view.count()); ++i) {
+        if constexpr (View::place == layout::elements) {
+            for (std::ptrdiff_t r = 0; r < rows; ++r)
+                for (std::ptrdiff_t c = upper_triangle ? r : 0; c < columns; ++c)
+                    for (std::ptrdiff_t n = i * pack_size<T>; n < (i + 1) * pack_size<T>; ++n)
+                        result.plane(r * columns + c)[n] = n < view.count() ? load(view.address(n, r, c)) : T(0);
+        } else {
+            const pack_places<View> places(view, i);
+            for (std::ptrdiff_t r = 0; r < rows; ++r)
+                for (std::ptrdiff_t c = upper_triangle ? r : 0; c < columns; ++c) {
+                    const std::ptrdiff_t offset = r * view.row_stride() + c * view.element_stride();
+                    T* const place = result.plane(r * columns + c) + i * pack_size<T>;
+                    TARNM_DETAIL_UNROLL for (std::ptrdiff_t l = 0; l < pack_size<T>; ++l)
+                        place[l] = load(reinterpret_cast<const T*>(places.first[l] + offset));
+                    for (std::ptrdiff_t l = places.count; l < pack_size<T>; ++l)
+                        place[l] = 0;
+                }
+        }
+    }
 }
 
-template <class View, class T> void write_plane(const View& view, std::ptrdiff_t r, std::ptrdiff_t c, const T* plane)
+// Column c of the matrices comes from column column_of(c) of those side by side.
+template <class View, class T, class Columns>
+void write_planes(const View& view, const planes<T>& source, const Columns& column_of)
 {
-    const std::ptrdiff_t count = view.count();
-    if constexpr (View::place == layout::list) {
-        for (std::ptrdiff_t n = 0; n < count; ++n)
-            store(view.address(n, r, c), plane[n]);
-    } else {
-        auto* const first = reinterpret_cast<std::byte*>(view.address(0, r, c));
-        const std::ptrdiff_t step = view.object_stride();
-        for (std::ptrdiff_t n = 0; n < count; ++n)
-            store(reinterpret_cast<T*>(first + n * step), plane[n]);
+    const std::ptrdiff_t rows = view.rows(), columns = view.columns();
+    for (std::ptrdiff_t i = 0; i < packs_of<T>(view.count()); ++i) {
+        if constexpr (View::place == layout::elements) {
+            const std::ptrdiff_t end = std::min<std::ptrdiff_t>((i + 1) * pack_size<T>, view.count());
+            for (std::ptrdiff_t r = 0; r < rows; ++r)
+                for (std::ptrdiff_t c = 0; c < columns; ++c)
+                    for (std::ptrdiff_t n = i * pack_size<T>; n < end; ++n)
+                        store(view.address(n, r, c), source.plane(r * columns + column_of(c))[n]);
+        } else {
+            const pack_places<View> places(view, i);
+            for (std::ptrdiff_t r = 0; r < rows; ++r)
+                for (std::ptrdiff_t c = 0; c < columns; ++c) {
+                    const std::ptrdiff_t offset = r * view.row_stride() + c * view.element_stride();
+                    const T* const place = source.plane(r * columns + column_of(c)) + i * pack_size<T>;
+                    // Backwards: the first object is written last where others repeat its place.
+                    TARNM_DETAIL_UNROLL for (std::ptrdiff_t l = pack_size<T> - 1; l >= 0; --l)
+                        store(reinterpret_cast<T*>(places.first[l] + offset), place[l]);
+                }
+        }
     }
 }
 

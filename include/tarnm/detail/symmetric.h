@@ -49,9 +49,7 @@ template <class A, class T> void read_symmetric(const A& a, std::ptrdiff_t n, T*
 template <class A, class T> void prepare_symmetric(const A& a, const symmetric_block<T>& work)
 {
     const std::ptrdiff_t order = a.rows();
-    for (std::ptrdiff_t r = 0; r < order; ++r)
-        for (std::ptrdiff_t c = r; c < order; ++c)
-            read_plane(a, r, c, work.matrices.plane(r * order + c));
+    read_planes(a, work.matrices, true);
     const auto upper = [&](std::ptrdiff_t r, std::ptrdiff_t c, std::ptrdiff_t i) -> pack<T>& {
         return work.matrices.at(r <= c ? r * order + c : c * order + r, i);
     };
@@ -258,14 +256,11 @@ template <class R, class D, class T>
 void write_symmetric(const R& values, const D& vectors, const symmetric_block<T>& work, std::ptrdiff_t order,
                      std::ptrdiff_t count, sorting wanted)
 {
-    for (std::ptrdiff_t j = 0; j < order; ++j) {
-        const std::ptrdiff_t place = wanted == sorting::descending ? j : order - 1 - j;
+    const auto place_of = [&](std::ptrdiff_t j) { return wanted == sorting::descending ? j : order - 1 - j; };
+    for (std::ptrdiff_t j = 0; j < order; ++j)
         for (std::ptrdiff_t n = 0; n < count; ++n)
-            values.data[n * order + place] = work.values.plane(j)[n];
-        if constexpr (any_view<D>)
-            for (std::ptrdiff_t r = 0; r < order; ++r)
-                write_plane(vectors, r, place, work.vectors.plane(r * order + j));
-    }
+            values.data[n * order + place_of(j)] = work.values.plane(j)[n];
+    if constexpr (any_view<D>) write_planes(vectors, work.vectors, place_of);
 }
 
 // The scratch of a block.
@@ -312,12 +307,12 @@ private:
     symmetric_block<T> block_;
 };
 
-// As many matrices at once as keep their scratch in a second-level cache.
+// As many matrices at once as keep their scratch in a first-level cache or near it.
 template <class A> std::ptrdiff_t symmetric_step(const A& a)
 {
     const std::ptrdiff_t order = std::max<std::ptrdiff_t>(a.rows(), 1);
     const std::ptrdiff_t fitting =
-        (std::ptrdiff_t{1} << 17) / (order * order * std::ptrdiff_t{sizeof(typename A::value_type)});
+        (std::ptrdiff_t{1} << 15) / (order * order * std::ptrdiff_t{sizeof(typename A::value_type)});
     return std::clamp<std::ptrdiff_t>(fitting, 1, std::max<std::ptrdiff_t>(a.count(), 1));
 }
 
