@@ -1,4 +1,4 @@
-// Some objects at a time, with scratch that stays in a cache.
+// Some objects at a time, with scratch that stays near a first-level cache.
 //
 //   objects_per_block   as many objects as have their factors in scratch
 //   part                objects first, first + 1, ... of an operand that has one for each, or the one that serves all
@@ -17,7 +17,7 @@ namespace tarnm::python {
 
 inline std::ptrdiff_t objects_per_block(std::ptrdiff_t bytes_of_object, std::ptrdiff_t count)
 {
-    constexpr std::ptrdiff_t block_bytes = std::ptrdiff_t{1} << 18;
+    constexpr std::ptrdiff_t block_bytes = std::ptrdiff_t{1} << 15;
     return std::clamp<std::ptrdiff_t>(block_bytes / std::max<std::ptrdiff_t>(bytes_of_object, 1), 1, count);
 }
 
@@ -41,15 +41,23 @@ template <class T> class scratch_array {
 public:
     explicit scratch_array(std::ptrdiff_t size)
     {
-        const auto wanted = static_cast<std::size_t>(std::max<std::ptrdiff_t>(size, 1));
-        if (wanted * sizeof(T) > sizeof small_) large_ = std::make_unique_for_overwrite<T[]>(wanted);
+        const std::size_t bytes = static_cast<std::size_t>(std::max<std::ptrdiff_t>(size, 1)) * sizeof(T);
+        std::byte* place = small_;
+        if (bytes > sizeof small_) {
+            large_ = std::make_unique_for_overwrite<std::byte[]>(bytes + alignment);
+            place = large_.get() + (alignment - reinterpret_cast<std::uintptr_t>(large_.get()) % alignment);
+        }
+        data_ = reinterpret_cast<T*>(place);
     }
-    T* data() { return large_ ? large_.get() : reinterpret_cast<T*>(small_); }
-    T* operator+(std::ptrdiff_t offset) { return data() + offset; }
+    T* data() { return data_; }
+    T* operator+(std::ptrdiff_t offset) { return data_ + offset; }
 
 private:
-    alignas(32) std::byte small_[1024];
-    std::unique_ptr<T[]> large_;
+    static constexpr std::size_t alignment = 32; // that of the widest vector in use
+
+    alignas(alignment) std::byte small_[1024];
+    std::unique_ptr<std::byte[]> large_;
+    T* data_;
 };
 
 // Packed matrices in scratch as an operand.

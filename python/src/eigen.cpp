@@ -10,42 +10,25 @@ namespace {
 
 constexpr auto strided = layout::strided;
 
-template <class T> void reverse_values(std::span<T> values, std::ptrdiff_t order)
-{
-    for (auto first = values.begin(); first != values.end(); first += order)
-        std::reverse(first, first + order);
-}
-
-template <class View> void reverse_columns(const View& vectors)
-{
-    for (std::ptrdiff_t n = 0; n < vectors.count(); ++n)
-        for (std::ptrdiff_t r = 0; r < vectors.rows(); ++r)
-            for (std::ptrdiff_t left = 0, right = vectors.columns() - 1; left < right; ++left, --right) {
-                auto *const a = vectors.address(n, r, left), *const b = vectors.address(n, r, right);
-                const auto kept = detail::load(a);
-                detail::store(a, detail::load(b));
-                detail::store(b, kept);
-            }
-}
-
+// The C++ layer's values in descending order, turned.
 template <class T> std::ptrdiff_t values_of_symmetric(const batch& work)
 {
-    const auto values = packed<T>(work.out[0], work.count * work.in[0].rows);
-    const std::ptrdiff_t failures =
-        eigen_symmetric(matrices<const T, strided>(work.in[0], work.count), values, statuses_of(work));
-    reverse_values(values, work.in[0].rows);
-    return failures;
+    const std::ptrdiff_t order = work.in[0].rows;
+    const auto values = packed<T>(work.out[0], work.count * order);
+    const auto statuses = statuses_of(work);
+    return detail::symmetric_values_right(matrices<const T, strided>(work.in[0], work.count),
+                                          detail::make_run(values, order), nullptr, std::tie(statuses, std::nothrow),
+                                          detail::sorting::ascending);
 }
 
 template <class T> std::ptrdiff_t vectors_of_symmetric(const batch& work)
 {
-    const auto values = packed<T>(work.out[0], work.count * work.in[0].rows);
-    const auto vectors = matrices<T, strided>(work.out[1], work.count);
-    const std::ptrdiff_t failures =
-        eigen_symmetric(matrices<const T, strided>(work.in[0], work.count), values, vectors, statuses_of(work));
-    reverse_values(values, work.in[0].rows);
-    reverse_columns(vectors);
-    return failures;
+    const std::ptrdiff_t order = work.in[0].rows;
+    const auto values = packed<T>(work.out[0], work.count * order);
+    const auto statuses = statuses_of(work);
+    return detail::symmetric_vectors_right(
+        matrices<const T, strided>(work.in[0], work.count), detail::make_run(values, order),
+        matrices<T, strided>(work.out[1], work.count), nullptr, std::tie(statuses, std::nothrow), detail::sorting::ascending);
 }
 
 // Complex numbers are pairs.

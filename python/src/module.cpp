@@ -282,7 +282,7 @@ object solved(const system& how, const object& a, const object& b, const object*
     call.broadcast();
     const object out = o.out.is_none() || !vectors ? o.out : with_column_axis(o.out);
     call.output("out", out, {call.columns(0), call.columns(1)});
-    call.run(kernels, {.can_fail = how.can_fail});
+    call.run(kernels, {.can_fail = how.can_fail, .in_blocks = true});
     object x = call.result(0);
     if (vectors) x = o.out.is_none() ? object(x[py::make_tuple(py::ellipsis(), 0)]) : o.out;
     if (!o.report) return x;
@@ -332,7 +332,7 @@ object lu(const object& a, const object& errors, const object& threads, bool cop
     call.output("factors", none(), {call.rows(0), call.rows(0)}, content::elements, true);
     call.output("pivots", none(), {call.rows(0)}, content::indices, true);
     call.output("exponents", none(), {}, content::indices, true);
-    call.run(lu_factors, {.can_fail = true});
+    call.run(lu_factors, {.can_fail = true, .in_blocks = true});
     return call.results(3);
 }
 
@@ -362,7 +362,7 @@ object qr_factor(const object& a, const object& errors, const object& threads, b
     call.broadcast();
     call.output("factors", none(), {call.rows(0), call.columns(0)}, content::elements, true);
     call.output("exponents", none(), {}, content::indices, true);
-    call.run(qr_factors, {.can_fail = true});
+    call.run(qr_factors, {.can_fail = true, .in_blocks = true});
     return call.results(2);
 }
 
@@ -375,7 +375,7 @@ object qr(const object& a, const object& out, const object& errors, const object
     call.broadcast();
     call.output("out[0]", out_of(o, "qr", 0, 2), {call.rows(0), call.columns(0)});
     call.output("out[1]", out_of(o, "qr", 1, 2), {call.columns(0), call.columns(0)});
-    call.run(qr_matrices, {.can_fail = true});
+    call.run(qr_matrices, {.can_fail = true, .in_blocks = true});
     return call.results(2);
 }
 
@@ -400,7 +400,7 @@ object eigvalsh(const object& a, const std::string& triangle, const object& out,
     choose_triangle(call, "eigvalsh", triangle);
     call.broadcast();
     call.output("out", out, {call.rows(0)}, content::elements, true);
-    call.run(symmetric_values, {.can_fail = true});
+    call.run(symmetric_values, {.can_fail = true, .in_blocks = true});
     return call.results(1);
 }
 
@@ -415,7 +415,7 @@ object eigh(const object& a, const std::string& triangle, const object& out, con
     call.broadcast();
     call.output("out[0]", out_of(o, "eigh", 0, 2), {call.rows(0)}, content::elements, true);
     call.output("out[1]", out_of(o, "eigh", 1, 2), {call.rows(0), call.rows(0)});
-    call.run(symmetric_vectors, {.can_fail = true});
+    call.run(symmetric_vectors, {.can_fail = true, .in_blocks = true});
     return call.results(2);
 }
 
@@ -440,7 +440,7 @@ object eigvals(const object& a, const object& out, const object& errors, const o
     must_be_square(call);
     call.broadcast();
     call.output("out", out, {call.rows(0)}, content::complex_elements, true);
-    call.run(general_values, {.can_fail = true});
+    call.run(general_values, {.can_fail = true, .in_blocks = true});
     return real_results(call, 1, o);
 }
 
@@ -459,7 +459,8 @@ object eig(const object& a, bool left, bool right, const object& out, const obje
     for (int i = 1; i < number; ++i)
         call.output(i == 1 ? "out[1]" : "out[2]", out_of(o, "eig", i, number), {order, order},
                     content::complex_elements, true);
-    call.run(left && right ? general_vectors_both : left ? left_vectors : general_vectors, {.can_fail = true});
+    call.run(left && right ? general_vectors_both : left ? left_vectors : general_vectors,
+             {.can_fail = true, .in_blocks = true});
     return real_results(call, number, o);
 }
 

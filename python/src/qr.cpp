@@ -3,7 +3,7 @@
 // The library refuses a column by its length. Small matrices that were refused are multiplied by a power of two and tried
 // again for least squares; Q and R exist for every matrix and are computed in double precision where the library gives none.
 #include <tarnm/detail/factor.h>
-#include <tarnm/detail/right.h>
+#include <tarnm/detail/planes.h>
 
 #include "blocks.h"
 
@@ -188,35 +188,125 @@ template <class T, class A, class Q, class R> void matrices_of_refused(const A& 
             detail::store(r.address(0, i, j), j >= i ? static_cast<T>(factors.data()[i * columns + j]) : T(0));
 }
 
+// What Q and R are computed in: matrices side by side.
+template <class T> struct planar_block {
+    detail::planes<T> factors;
+    detail::planes<T> orthogonal; // the matrices before Q
+    T** factor_table;
+    T** orthogonal_table;
+    T* buffer;
+};
+
+// Q from the reflections below the diagonal of the factors, for pack i of a block. The factors have no column of zeros.
+template <class T>
+void form_q(const planar_block<T>& block, std::ptrdiff_t i, std::ptrdiff_t rows, std::ptrdiff_t columns)
+{
+    using pack = detail::pack<T>;
+    const auto f = [&](std::ptrdiff_t r, std::ptrdiff_t c) -> const pack& { return block.factors.at(r * columns + c, i); };
+    const auto q = [&](std::ptrdiff_t r, std::ptrdiff_t c) -> pack& { return block.orthogonal.at(r * columns + c, i); };
+    const std::ptrdiff_t reflections = std::min(columns, rows - 1);
+    for (std::ptrdiff_t r = 0; r < rows; ++r)
+        for (std::ptrdiff_t c = 0; c < columns; ++c)
+            q(r, c) = pack{} + T(r == c);
+    for (std::ptrdiff_t k = reflections - 1; k >= 0; --k) {
+        pack squares = pack{} + T(1);
+        for (std::ptrdiff_t r = k + 1; r < rows; ++r)
+            squares += f(r, k) * f(r, k);
+        const pack factor = -2 / squares;
+        // Column k is still that of the identity, and so is row k.
+        q(k, k) = 1 + factor;
+        for (std::ptrdiff_t r = k + 1; r < rows; ++r)
+            q(r, k) = factor * f(r, k);
+        for (std::ptrdiff_t c = k + 1; c < columns; ++c) {
+            pack sum = {};
+            for (std::ptrdiff_t r = k + 1; r < rows; ++r)
+                sum += q(r, c) * f(r, k);
+            sum *= factor;
+            q(k, c) = sum;
+            for (std::ptrdiff_t r = k + 1; r < rows; ++r)
+                q(r, c) += sum * f(r, k);
+        }
+    }
+}
+
+// Q and R of a block that the library factors as it is. False where it refuses a matrix: nothing is written then.
+template <class T, class A, class Q, class R>
+bool q_and_r_in_planes(const A& a, const Q& q, const R& r, const planar_block<T>& block)
+{
+    const std::ptrdiff_t rows = a.rows(), columns = a.columns(), count = a.count();
+    detail::read_planes(a, block.orthogonal);
+    if (detail::qr_views(detail::matrices_at(block.orthogonal_table, count, rows, columns),
+                         detail::matrices_at(block.factor_table, count, rows, columns), block.buffer,
+                         std::tie(std::nothrow)) != StatusOk)
+        return false;
+    for (std::ptrdiff_t e = 0; e < rows * columns; ++e)
+        detail::fill_tail(block.factors.plane(e), count);
+    for (std::ptrdiff_t i = 0; i < detail::packs_of<T>(count); ++i)
+        form_q(block, i, rows, columns);
+    // What stood below the diagonal has served.
+    for (std::ptrdiff_t i = 0; i < columns; ++i)
+        for (std::ptrdiff_t j = 0; j < i; ++j)
+            std::fill_n(block.factors.plane(i * columns + j), count, T(0));
+    const auto same = [](std::ptrdiff_t c) { return c; };
+    detail::write_planes(q, block.orthogonal, same);
+    detail::write_planes(r, block.factors, same);
+    return true;
+}
+
+// Q and R of matrices that are looked at one by one.
+template <class T, class A, class Q, class R>
+std::ptrdiff_t q_and_r_one_by_one(const A& a, const Q& q, const R& r, const operand& source, tarnmStatus* statuses)
+{
+    const std::ptrdiff_t rows = a.rows(), columns = a.columns(), size = rows * columns, count = a.count();
+    scratch_array<T> factors(count * size), orthogonal(size);
+    scratch_array<std::int32_t> exponents(count);
+    const std::ptrdiff_t failed = factor_block<T>(source, count, factors.data(), exponents.data(), statuses);
+    if (failed < 0) return failed;
+    std::ptrdiff_t failures = 0;
+    for (std::ptrdiff_t n = 0; n < count; ++n) {
+        if (statuses[n] != StatusOk) {
+            matrices_of_refused<T>(a.objects(n, 1), q.objects(n, 1), r.objects(n, 1));
+            scratch_array<T> elements(size);
+            detail::read_object(a, n, elements.data());
+            if (detail::all_finite(elements.data(), size)) statuses[n] = StatusOk;
+            failures += statuses[n] != StatusOk;
+            continue;
+        }
+        form_q(factors + n * size, orthogonal.data(), rows, columns);
+        detail::write_object(q, n, orthogonal.data());
+        upper_triangle(factors + n * size, r, n, exponents.data()[n]);
+    }
+    return failures;
+}
+
 // out: Q, R.
 template <class T> std::ptrdiff_t q_and_r(const batch& work)
 {
     const std::ptrdiff_t rows = work.in[0].rows, columns = work.in[0].columns, size = rows * columns;
-    const std::ptrdiff_t step = objects_per_block(size * std::ptrdiff_t{sizeof(T)}, work.count);
-    scratch_array<T> factors(step * size), orthogonal(size);
-    scratch_array<std::int32_t> exponents(step);
+    const std::ptrdiff_t step = objects_per_block(2 * size * std::ptrdiff_t{sizeof(T)}, work.count);
+    const std::ptrdiff_t width = detail::plane_width<T>(step);
+    scratch_array<T> elements(2 * size * width), column(rows);
+    scratch_array<T*> tables(2 * size);
+    const planar_block<T> block = {{elements.data(), width},
+                                   {elements + size * width, width},
+                                   tables.data(),
+                                   tables + size,
+                                   column.data()};
+    detail::table_of(block.factors, size, block.factor_table);
+    detail::table_of(block.orthogonal, size, block.orthogonal_table);
     std::ptrdiff_t failures = 0;
     for (std::ptrdiff_t first = 0; first < work.count; first += step) {
         const std::ptrdiff_t count = std::min(step, work.count - first);
-        const std::ptrdiff_t failed =
-            factor_block<T>(part(work.in[0], first), count, factors.data(), exponents.data(), work.statuses + first);
-        if (failed < 0) return failed;
         const auto q = matrices<T, strided>(part(work.out[0], first), count);
         const auto r = matrices<T, strided>(part(work.out[1], first), count);
         const auto a = matrices<const T, strided>(part(work.in[0], first), count);
-        for (std::ptrdiff_t n = 0; n < count; ++n) {
-            if (work.statuses[first + n] != StatusOk) {
-                matrices_of_refused<T>(a.objects(n, 1), q.objects(n, 1), r.objects(n, 1));
-                scratch_array<T> source(size);
-                detail::read_object(a, n, source.data());
-                if (detail::all_finite(source.data(), size)) work.statuses[first + n] = StatusOk;
-                failures += work.statuses[first + n] != StatusOk;
-                continue;
-            }
-            form_q(factors + n * size, orthogonal.data(), rows, columns);
-            detail::write_object(q, n, orthogonal.data());
-            upper_triangle(factors + n * size, r, n, exponents.data()[n]);
+        if (q_and_r_in_planes(a, q, r, block)) {
+            std::fill_n(work.statuses + first, count, StatusOk);
+            continue;
         }
+        const std::ptrdiff_t failed = q_and_r_one_by_one<T>(a, q, r, part(work.in[0], first), work.statuses + first);
+        if (failed < 0) return failed;
+        failures += failed;
     }
     return failures;
 }

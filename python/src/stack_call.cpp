@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <exception>
 #include <vector>
 
 #include <tarncore/tarncore.h>
@@ -306,6 +307,58 @@ struct walker {
     }
 };
 
+namespace {
+
+// Objects first, first + 1, ... of a batch.
+batch part_of(const batch& whole, std::ptrdiff_t first, std::ptrdiff_t count)
+{
+    batch part = whole;
+    part.count = count;
+    for (operand* operands : {part.in, part.out})
+        for (int k = 0; k < 3; ++k)
+            if (operands[k].many) operands[k].data = static_cast<char*>(operands[k].data) + first * operands[k].object;
+    if (part.statuses != nullptr) part.statuses += first;
+    return part;
+}
+
+// Threads share the objects of a batch. The library takes one thread for what it is called for within.
+std::ptrdiff_t compute_in_parts(kernel compute, const batch& work, int threads)
+{
+    std::vector<std::ptrdiff_t> results(static_cast<std::size_t>(threads));
+    std::exception_ptr thrown;
+    bool complex_found = false;
+#pragma omp parallel for num_threads(threads) reduction(|| : complex_found)
+    for (int i = 0; i < threads; ++i) {
+        const std::ptrdiff_t first = work.count * i / threads, end = work.count * (i + 1) / threads;
+        const batch part = part_of(work, first, end - first);
+        try {
+            results[static_cast<std::size_t>(i)] = compute(part);
+        } catch (...) {
+#pragma omp critical(tarnm_python_thrown)
+            thrown = std::current_exception();
+        }
+        complex_found = complex_found || part.complex_found;
+    }
+    if (thrown) std::rethrow_exception(thrown);
+    work.complex_found = work.complex_found || complex_found;
+    std::ptrdiff_t failures = 0;
+    for (const std::ptrdiff_t one : results) {
+        if (one < 0) return one;
+        failures += one;
+    }
+    return failures;
+}
+
+// So many threads are worth while.
+int threads_for(const batch& work)
+{
+    constexpr std::ptrdiff_t objects_of_a_thread = 200;
+    const std::ptrdiff_t most = work.count / objects_of_a_thread;
+    return most < 2 ? 1 : static_cast<int>(std::min<std::ptrdiff_t>(most, tarnGetNumThreads()));
+}
+
+} // namespace
+
 void stack_call::walk(const kernel_pair& kernels, const settings& how)
 {
     const int operands = number_of_inputs_ + number_of_outputs_;
@@ -387,7 +440,8 @@ void stack_call::walk(const kernel_pair& kernels, const settings& how)
                         *next++ = static_cast<char*>(o.data) + r * o.row + c * o.element;
             }
         }
-        const std::ptrdiff_t failures = compute(work);
+        const int threads = how.in_blocks ? threads_for(work) : 1;
+        const std::ptrdiff_t failures = threads > 1 ? compute_in_parts(compute, work, threads) : compute(work);
         complex_found = complex_found || work.complex_found;
         if (failures < 0) {
             failures_ = failures;

@@ -67,6 +67,8 @@ public:
     struct settings {
         bool can_fail = false;
         bool planar = false;
+        // The kernel works block by block: threads share the objects, which the library would not do within a block.
+        bool in_blocks = false;
         double number = 0;
         int core = 2;
     };

@@ -6,12 +6,13 @@
 // converge, is done again as Q * a * Q with an orthogonal Q, which has the same values and another diagonal.
 //
 // A complex pair stands at neighbouring positions, the positive imaginary part first. Values are not sorted. Status per
-// object: StatusNotConverged where no similarity led to values that pass, and for NaN and infinities.
+// object: StatusNotConverged where no similarity led to values that pass, and for NaN
+// and infinities, whose values are NaN.
 #ifndef TARNM_DETAIL_GENERAL_H
 #define TARNM_DETAIL_GENERAL_H
 
 #include "eigen.h"
-#include "right.h"
+#include "planes.h"
 
 namespace tarnm {
 namespace detail {
@@ -74,37 +75,113 @@ tarnmStatus general_values_again(const T* matrix, T* similar, T* real, T* imagin
     return StatusNotConverged;
 }
 
-// Some matrices: scaled copies, one call, a look at every object, scale undone.
-template <class A, class R, class T>
-tarnmStatus general_values_part(const A& a, const R& real, const R& imaginary, T* matrices, std::int32_t* exponents,
-                                void* buffer)
+// What one call of the C function works on: matrices side by side.
+template <class T> struct general_block {
+    planes<T> matrices;
+    planes<T> factors; // by which the matrices were multiplied; 0 where a matrix is done by itself
+    planes<T> sums;    // of each matrix: the trace, that of its square, all squares
+    T* single;         // one matrix and a similar one
+    T** table;
+    void* buffer;
+};
+
+// Brings matrices to planes, scaled, and adds up what their values are held against.
+template <class A, class T> void prepare_general(const A& a, const general_block<T>& work)
 {
-    const std::ptrdiff_t order = a.rows(), size = order * order, count = a.count();
-    for (std::ptrdiff_t n = 0; n < count; ++n) {
-        T* const matrix = matrices + n * size;
-        read_object(a, n, matrix);
-        if (all_finite(matrix, size)) {
-            exponents[n] = normalise(matrix, order);
-        } else {
-            std::fill_n(matrix, size, T(0));
-            exponents[n] = std::numeric_limits<std::int32_t>::min();
+    const std::ptrdiff_t order = a.rows();
+    read_planes(a, work.matrices);
+    for (std::ptrdiff_t i = 0; i < packs_of<T>(a.count()); ++i) {
+        const auto at = [&](std::ptrdiff_t r, std::ptrdiff_t c) -> pack<T>& {
+            return work.matrices.at(r * order + c, i);
+        };
+        // The largest sum of magnitudes of a row bounds the eigenvalues. A sum that is not finite makes it NaN.
+        pack<T> largest = {}, nothing = {};
+        for (std::ptrdiff_t r = 0; r < order; ++r) {
+            pack<T> sum = {};
+            for (std::ptrdiff_t c = 0; c < order; ++c)
+                sum += at(r, c) < pack<T>{} ? -at(r, c) : at(r, c);
+            largest = largest < sum ? sum : largest;
+            nothing += sum * T(0);
         }
+        largest += nothing;
+        pack<T>& factor = work.factors.at(0, i);
+        scale_factors<T>(largest, factor);
+        pack<T> trace = {}, trace_of_square = {}, squares = {};
+        for (std::ptrdiff_t r = 0; r < order; ++r) {
+            for (std::ptrdiff_t c = 0; c < order; ++c) {
+                at(r, c) = factor == pack<T>{} ? pack<T>{} : at(r, c) * factor;
+                squares += at(r, c) * at(r, c);
+            }
+            for (std::ptrdiff_t c = 0; c < r; ++c)
+                trace_of_square += 2 * at(r, c) * at(c, r);
+            trace_of_square += at(r, r) * at(r, r);
+            trace += at(r, r);
+        }
+        work.sums.at(0, i) = trace;
+        work.sums.at(1, i) = trace_of_square;
+        work.sums.at(2, i) = squares;
     }
-    const tarnmStatus whole = general_values_views(matrix_array<T>(matrices, count, order, order), real, imaginary,
-                                                   buffer, std::tie(std::nothrow));
+}
+
+// Whether the values of object n have its traces.
+template <class T>
+bool traces_agree(const general_block<T>& work, std::ptrdiff_t n, const T* real, const T* imaginary, std::ptrdiff_t order)
+{
+    T sum = 0, sum_of_squares = 0;
+    for (std::ptrdiff_t j = 0; j < order; ++j) {
+        sum += real[j];
+        sum_of_squares += real[j] * real[j] - imaginary[j] * imaginary[j];
+    }
+    const T tolerance = 32 * static_cast<T>(order) * std::numeric_limits<T>::epsilon();
+    const T trace = work.sums.plane(0)[n], trace_of_square = work.sums.plane(1)[n], squares = work.sums.plane(2)[n];
+    return (sum - trace) * (sum - trace) <= tolerance * tolerance * squares &&
+           std::abs(sum_of_squares - trace_of_square) <= tolerance * squares;
+}
+
+// One matrix by itself: one with elements near the ends of the range, or whose values did not pass. One that is not finite
+// gets NaN.
+template <class A, class T>
+tarnmStatus general_values_single(const A& a, std::ptrdiff_t n, T* real, T* imaginary, const general_block<T>& work)
+{
+    const std::ptrdiff_t order = a.rows(), size = order * order;
+    T* const matrix = work.single;
+    read_object(a, n, matrix);
+    if (!all_finite(matrix, size)) {
+        std::fill_n(real, order, std::numeric_limits<T>::quiet_NaN());
+        std::fill_n(imaginary, order, T(0));
+        return StatusNotConverged;
+    }
+    const int exponent = normalise(matrix, order);
+    tarnmStatus status = general_values_once(matrix, real, imaginary, order, work.buffer);
+    if (status != StatusOk || !traces_agree(matrix, real, imaginary, order))
+        status = general_values_again(matrix, matrix + size, real, imaginary, order, work.buffer);
+    scale_by_power(real, order, exponent);
+    scale_by_power(imaginary, order, exponent);
+    return status;
+}
+
+// Some matrices: scaled, one call, a look at every object, scale undone.
+template <class A, class R, class T>
+tarnmStatus general_values_part(const A& a, const R& real, const R& imaginary, const general_block<T>& work)
+{
+    const std::ptrdiff_t order = a.rows(), count = a.count();
+    prepare_general(a, work);
+    const tarnmStatus whole = general_values_views(matrices_at(work.table, count, order, order), real, imaginary,
+                                                   work.buffer, std::tie(std::nothrow));
     tarnmStatus first_failure = StatusOk;
     for (std::ptrdiff_t n = 0; n < count; ++n) {
-        T* const matrix = matrices + n * size;
         T* const re = real.data + n * order;
         T* const im = imaginary.data + n * order;
-        tarnmStatus status = StatusNotConverged;
-        if (exponents[n] != std::numeric_limits<std::int32_t>::min()) {
-            status = whole == StatusOk ? whole : general_values_once(matrix, re, im, order, buffer);
-            if (status != StatusOk || !traces_agree(matrix, re, im, order))
-                status = general_values_again(matrix, matrices + count * size, re, im, order, buffer);
-            scale_by_power(re, order, exponents[n]);
-            scale_by_power(im, order, exponents[n]);
+        const T factor = work.factors.data[n];
+        if (whole == StatusOk && factor != 0 && traces_agree(work, n, re, im, order)) {
+            const T back = 1 / factor;
+            for (std::ptrdiff_t j = 0; j < order; ++j) {
+                re[j] *= back;
+                im[j] *= back;
+            }
+            continue;
         }
+        const tarnmStatus status = general_values_single(a, n, re, im, work);
         first_failure = first_failure != StatusOk ? first_failure : status;
     }
     return first_failure;
@@ -114,26 +191,38 @@ template <class A, class R>
 tarnmStatus general_values_all(const A& a, const R& real, const R& imaginary, workspace* given)
 {
     using T = typename A::value_type;
-    const auto size = static_cast<std::size_t>(a.rows()) * static_cast<std::size_t>(a.rows());
-    const std::ptrdiff_t fitting = (std::ptrdiff_t{1} << 18) / static_cast<std::ptrdiff_t>(size * sizeof(T));
+    constexpr std::ptrdiff_t bytes_of_element = sizeof(T);
+    const std::ptrdiff_t size = std::ptrdiff_t{a.rows()} * a.rows();
+    const std::ptrdiff_t fitting = (std::ptrdiff_t{1} << 15) / (size * bytes_of_element);
     const std::ptrdiff_t step = std::clamp<std::ptrdiff_t>(fitting, 1, a.count());
-    // The matrices, one for a similar matrix, the scratch of the call, exponents.
-    const std::size_t matrices = (static_cast<std::size_t>(step) + 1) * size * sizeof(T);
-    const std::size_t bytes = matrices + general_bytes(a) + static_cast<std::size_t>(step) * sizeof(std::int32_t);
+    const std::ptrdiff_t width = plane_width<T>(step);
+    // Planes, a table of them, one matrix twice, the scratch of the call.
+    const std::ptrdiff_t in_planes = (size + 4) * width * bytes_of_element;
+    const std::ptrdiff_t tables = size * std::ptrdiff_t{sizeof(T*)};
+    const std::size_t bytes = static_cast<std::size_t>(in_planes + tables + 2 * size * bytes_of_element) +
+                              general_bytes(a) + pack_bytes;
     std::unique_ptr<std::byte[]> own;
-    alignas(32) std::byte small[2048];
+    alignas(32) std::byte small[4096];
     std::byte* place = small;
     if (bytes > sizeof small) {
         if (given == nullptr) own.reset(new std::byte[bytes]);
         place = given != nullptr ? static_cast<std::byte*>(given->reserve(bytes)) : own.get();
     }
-    auto* const exponents = reinterpret_cast<std::int32_t*>(place + matrices + general_bytes(a));
+    place += (pack_bytes - reinterpret_cast<std::uintptr_t>(place) % pack_bytes) % pack_bytes;
+    general_block<T> work;
+    T* const elements = reinterpret_cast<T*>(place);
+    work.matrices = {elements, width};
+    work.factors = {elements + size * width, width};
+    work.sums = {elements + (size + 1) * width, width};
+    work.table = reinterpret_cast<T**>(place + in_planes);
+    work.single = reinterpret_cast<T*>(place + in_planes + tables);
+    work.buffer = work.single + 2 * size;
+    table_of(work.matrices, size, work.table);
     tarnmStatus first_failure = StatusOk;
     for (std::ptrdiff_t first = 0; first < a.count(); first += step) {
         const std::ptrdiff_t count = std::min<std::ptrdiff_t>(step, a.count() - first);
-        const tarnmStatus status =
-            general_values_part(a.objects(first, count), real.objects(first, count), imaginary.objects(first, count),
-                                reinterpret_cast<T*>(place), exponents, place + matrices);
+        const tarnmStatus status = general_values_part(a.objects(first, count), real.objects(first, count),
+                                                       imaginary.objects(first, count), work);
         first_failure = first_failure != StatusOk ? first_failure : status;
     }
     return first_failure;
