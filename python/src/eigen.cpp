@@ -1,6 +1,6 @@
 // Eigenproblems in the order and the form that users of NumPy know: ascending values of symmetric matrices, complex numbers,
 // vectors of length 1.
-#include <tarnm/detail/general.h>
+#include <tarnm/detail/general_vectors.h>
 #include <tarnm/detail/symmetric.h>
 
 #include "blocks.h"
@@ -26,9 +26,10 @@ template <class T> std::ptrdiff_t vectors_of_symmetric(const batch& work)
     const std::ptrdiff_t order = work.in[0].rows;
     const auto values = packed<T>(work.out[0], work.count * order);
     const auto statuses = statuses_of(work);
-    return detail::symmetric_vectors_right(
-        matrices<const T, strided>(work.in[0], work.count), detail::make_run(values, order),
-        matrices<T, strided>(work.out[1], work.count), nullptr, std::tie(statuses, std::nothrow), detail::sorting::ascending);
+    return detail::symmetric_vectors_right(matrices<const T, strided>(work.in[0], work.count),
+                                           detail::make_run(values, order),
+                                           matrices<T, strided>(work.out[1], work.count), nullptr,
+                                           std::tie(statuses, std::nothrow), detail::sorting::ascending);
 }
 
 // Complex numbers are pairs.

@@ -459,7 +459,9 @@ object eig(const object& a, bool left, bool right, const object& out, const obje
     for (int i = 1; i < number; ++i)
         call.output(i == 1 ? "out[1]" : "out[2]", out_of(o, "eig", i, number), {order, order},
                     content::complex_elements, true);
-    call.run(left && right ? general_vectors_both : left ? left_vectors : general_vectors,
+    call.run(left && right ? general_vectors_both
+             : left        ? left_vectors
+                           : general_vectors,
              {.can_fail = true, .in_blocks = true});
     return real_results(call, number, o);
 }

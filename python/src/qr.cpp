@@ -202,7 +202,9 @@ template <class T>
 void form_q(const planar_block<T>& block, std::ptrdiff_t i, std::ptrdiff_t rows, std::ptrdiff_t columns)
 {
     using pack = detail::pack<T>;
-    const auto f = [&](std::ptrdiff_t r, std::ptrdiff_t c) -> const pack& { return block.factors.at(r * columns + c, i); };
+    const auto f = [&](std::ptrdiff_t r, std::ptrdiff_t c) -> const pack& {
+        return block.factors.at(r * columns + c, i);
+    };
     const auto q = [&](std::ptrdiff_t r, std::ptrdiff_t c) -> pack& { return block.orthogonal.at(r * columns + c, i); };
     const std::ptrdiff_t reflections = std::min(columns, rows - 1);
     for (std::ptrdiff_t r = 0; r < rows; ++r)
@@ -287,11 +289,8 @@ template <class T> std::ptrdiff_t q_and_r(const batch& work)
     const std::ptrdiff_t width = detail::plane_width<T>(step);
     scratch_array<T> elements(2 * size * width), column(rows);
     scratch_array<T*> tables(2 * size);
-    const planar_block<T> block = {{elements.data(), width},
-                                   {elements + size * width, width},
-                                   tables.data(),
-                                   tables + size,
-                                   column.data()};
+    const planar_block<T> block = {
+        {elements.data(), width}, {elements + size * width, width}, tables.data(), tables + size, column.data()};
     detail::table_of(block.factors, size, block.factor_table);
     detail::table_of(block.orthogonal, size, block.orthogonal_table);
     std::ptrdiff_t failures = 0;

@@ -392,6 +392,151 @@ TYPED_TEST(Right, GeneralMatricesOfAllScales)
         }
 }
 
+// |a v - value v| of column j, or |transposed(a) v - value v|, for v of length 1.
+template <class T>
+long double vector_residual(Packed<T>& a, Packed<T>& vectors, std::ptrdiff_t n, std::ptrdiff_t j, bool pair,
+                            std::complex<long double> value, bool transposed)
+{
+    const std::ptrdiff_t order = a.order;
+    const auto component = [&](std::ptrdiff_t r) {
+        return std::complex<long double>(vectors(n, r, j), pair ? vectors(n, r, j + 1) : T(0));
+    };
+    long double square = 0, length = 0;
+    for (std::ptrdiff_t r = 0; r < order; ++r) {
+        std::complex<long double> sum = -value * component(r);
+        for (std::ptrdiff_t c = 0; c < order; ++c)
+            sum += static_cast<long double>(transposed ? a(n, c, r) : a(n, r, c)) * component(c);
+        square += std::norm(sum);
+        length += std::norm(component(r));
+    }
+    EXPECT_NEAR(double(length), 1, 32 * order * eps<T>) << n << ' ' << j;
+    return std::sqrt(square);
+}
+
+template <class T>
+void expect_vectors(Packed<T>& a, const std::vector<T>& real, const std::vector<T>& imaginary, Packed<T>* right,
+                    Packed<T>* left)
+{
+    const std::ptrdiff_t order = a.order;
+    for (std::ptrdiff_t n = 0; n < a.count; ++n) {
+        long double norm = 0;
+        for (std::ptrdiff_t i = 0; i < order * order; ++i)
+            norm += std::abs(static_cast<long double>(a(n, 0, i)));
+        for (std::ptrdiff_t j = 0; j < order; ++j) {
+            const std::complex<long double> value(real[n * order + j], imaginary[n * order + j]);
+            const bool pair = value.imag() != 0;
+            for (Packed<T>* const vectors : {right, left}) {
+                if (vectors == nullptr) continue;
+                ASSERT_LE(vector_residual(a, *vectors, n, j, pair, value, vectors == left), 32 * order * eps<T> * norm)
+                    << n << ' ' << j << (vectors == left ? " left" : " right");
+            }
+            j += pair;
+        }
+    }
+}
+
+template <class T> void expect_general_vectors(Packed<T>& a)
+{
+    Packed<T> right(a.count, a.order), left(a.count, a.order);
+    std::vector<T> real(static_cast<std::size_t>(a.count * a.order)), imaginary(real.size());
+    eigenvectors(a.view(), real, imaginary, right.view());
+    expect_vectors<T>(a, real, imaginary, &right, nullptr);
+    left_eigenvectors(a.view(), real, imaginary, left.view());
+    expect_vectors<T>(a, real, imaginary, nullptr, &left);
+    eigenvectors(a.view(), real, imaginary, right.view(), left.view());
+    expect_vectors(a, real, imaginary, &right, &left);
+}
+
+TYPED_TEST(Right, EigenvectorsOfBlocksWithEqualDiagonal)
+{
+    using T = TypeParam;
+    Packed<T> small(3, 2), large(2, 4);
+    small.elements = {1, 2, 3, 1, T(-0.5), 4, T(0.25), T(-0.5), 0, 1, -1, 0};
+    large.elements = {1, 2, 0, 0, 3, 1, 0, 0, 0, 0, 5, 1, 0, 0, 2, 5, 1, 2, 7, 1, 3, 1, 2, 6, 0, 0, 5, 1, 0, 0, 2, 5};
+    expect_general_vectors(small);
+    expect_general_vectors(large);
+}
+
+TYPED_TEST(Right, EigenvectorsAtAllScales)
+{
+    using T = TypeParam;
+    const int far = std::numeric_limits<T>::max_exponent - 6;
+    for (std::ptrdiff_t order = 1; order <= 7; ++order)
+        for (const int exponent : {0, -30, 30, far, 20 - far}) {
+            auto a = random_matrices<T>(200, order, false, unsigned(order) + 40);
+            for (T& x : a.elements)
+                x = std::ldexp(x, exponent);
+            expect_general_vectors(a);
+        }
+}
+
+TYPED_TEST(Right, ComplexEigenvectorsOfAReflectedMatrixHaveARealLargestComponent)
+{
+    using T = TypeParam;
+    // The upper block has real values and is taken for a pair at first, so that the pair of the lower one is found again.
+    Packed<T> a(1, 4), right(1, 4);
+    a.elements = {1, 2, 1, 0, 3, 1, 0, 2, 0, 0, 2, -5, 0, 0, 3, 1};
+    std::vector<T> real(4), imaginary(4);
+    eigenvectors(a.view(), real, imaginary, right.view());
+    int pairs = 0;
+    for (std::ptrdiff_t j = 0; j < 3; ++j) {
+        if (imaginary[j] == 0) continue;
+        ++pairs;
+        std::ptrdiff_t largest = 0;
+        const auto square = [&](std::ptrdiff_t r) { return std::hypot(right(0, r, j), right(0, r, j + 1)); };
+        for (std::ptrdiff_t r = 1; r < 4; ++r)
+            if (square(r) > square(largest)) largest = r;
+        EXPECT_NEAR(right(0, largest, j + 1), 0, 4 * eps<T>);
+        ++j;
+    }
+    EXPECT_EQ(pairs, 1);
+    expect_vectors<T>(a, real, imaginary, &right, nullptr);
+}
+
+TYPED_TEST(Right, EigenvectorsTellMatricesThatAreNotFinite)
+{
+    using T = TypeParam;
+    auto a = random_matrices<T>(60, 3, false, 3);
+    a(41, 1, 1) = std::numeric_limits<T>::infinity();
+    Packed<T> right(60, 3), alone(1, 3);
+    std::vector<T> real(180), imaginary(180), re(3), im(3);
+    std::vector<status> statuses(60);
+    EXPECT_EQ(eigenvectors(a.view(), real, imaginary, right.view(), statuses), 1);
+    EXPECT_EQ(statuses[41], StatusNotConverged);
+    EXPECT_TRUE(std::isnan(right(41, 0, 0)));
+    EXPECT_TRUE(std::isnan(real[41 * 3]));
+    // The others are those of calls by themselves.
+    for (const std::ptrdiff_t n : {std::ptrdiff_t(40), std::ptrdiff_t(42), std::ptrdiff_t(59)}) {
+        eigenvectors(a.view().objects(n, 1), re, im, alone.view());
+        for (std::ptrdiff_t i = 0; i < 9; ++i)
+            ASSERT_EQ(alone(0, 0, i), right(n, 0, i));
+    }
+    EXPECT_THROW(eigenvectors(a.view(), real, imaginary, right.view()), error);
+}
+
+TYPED_TEST(Right, EigenvectorsTakeAnyLayouts)
+{
+    using T = TypeParam;
+    auto a = random_matrices<T>(5, 3, false, 9);
+    Matrices<T> source(5, 3, 3), right(5, 3, 3), left(5, 3, 3);
+    for (std::ptrdiff_t n = 0; n < 5; ++n)
+        for (std::ptrdiff_t i = 0; i < 9; ++i)
+            source.at(n, i / 3, i % 3) = a(n, 0, i);
+    Packed<T> packed_right(5, 3), packed_left(5, 3);
+    std::vector<T> real(15), imaginary(15), re(15), im(15);
+    eigenvectors(a.view(), real, imaginary, packed_right.view(), packed_left.view());
+    eigenvectors(source.elements(), re, im, right.list(), left.strided());
+    EXPECT_EQ(re, real);
+    EXPECT_EQ(im, imaginary);
+    for (std::ptrdiff_t n = 0; n < 5; ++n)
+        for (std::ptrdiff_t i = 0; i < 9; ++i) {
+            ASSERT_EQ(right.at(n, i / 3, i % 3), packed_right(n, 0, i));
+            ASSERT_EQ(left.at(n, i / 3, i % 3), packed_left(n, 0, i));
+        }
+    Packed<T> few(5, 2);
+    EXPECT_EQ(eigenvectors(a.view(), real, imaginary, few.view(), std::nothrow), StatusSizeMismatch);
+}
+
 // ---- Cholesky
 
 TYPED_TEST(Right, CholeskyFactorsHaveTheirDiagonal)

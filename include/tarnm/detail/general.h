@@ -6,8 +6,7 @@
 // converge, is done again as Q * a * Q with an orthogonal Q, which has the same values and another diagonal.
 //
 // A complex pair stands at neighbouring positions, the positive imaginary part first. Values are not sorted. Status per
-// object: StatusNotConverged where no similarity led to values that pass, and for NaN
-// and infinities, whose values are NaN.
+// object: StatusNotConverged where no similarity led to values that pass, and for NaN and infinities, whose values are NaN.
 #ifndef TARNM_DETAIL_GENERAL_H
 #define TARNM_DETAIL_GENERAL_H
 
@@ -35,25 +34,27 @@ template <class T> bool traces_agree(const T* a, const T* real, const T* imagina
            std::abs(sum_of_squares - trace_of_square) <= tolerance * norm;
 }
 
-// Q * a * Q with the reflection Q = I - 2 v vT / (vT v). The attempts differ in v.
-template <class T> void reflect_both_sides(const T* a, T* similar, std::ptrdiff_t order, int attempt)
+// Q times a row or column, `step` elements apart, with the reflection Q = I - 2 v vT / (vT v). The attempts differ in v.
+template <class T> void reflect(T* elements, std::ptrdiff_t step, std::ptrdiff_t order, int attempt)
 {
     const auto v = [attempt](std::ptrdiff_t i) { return 1.0 + std::sin(double(1 + attempt) * double(i + 1) * 0.7); };
-    double length = 0;
-    for (std::ptrdiff_t i = 0; i < order; ++i)
+    double length = 0, sum = 0;
+    for (std::ptrdiff_t i = 0; i < order; ++i) {
         length += v(i) * v(i);
+        sum += v(i) * elements[i * step];
+    }
+    for (std::ptrdiff_t i = 0; i < order; ++i)
+        elements[i * step] = static_cast<T>(elements[i * step] - 2 * sum / length * v(i));
+}
+
+// Q * a * Q.
+template <class T> void reflect_both_sides(const T* a, T* similar, std::ptrdiff_t order, int attempt)
+{
     std::copy_n(a, order * order, similar);
-    const auto reflect = [&](std::ptrdiff_t first, std::ptrdiff_t step) {
-        double sum = 0;
-        for (std::ptrdiff_t i = 0; i < order; ++i)
-            sum += v(i) * similar[first + i * step];
-        for (std::ptrdiff_t i = 0; i < order; ++i)
-            similar[first + i * step] = static_cast<T>(similar[first + i * step] - 2 * sum / length * v(i));
-    };
     for (std::ptrdiff_t c = 0; c < order; ++c)
-        reflect(c, order);
+        reflect(similar + c, order, order, attempt);
     for (std::ptrdiff_t r = 0; r < order; ++r)
-        reflect(r * order, 1);
+        reflect(similar + r * order, 1, order, attempt);
 }
 
 template <class T> tarnmStatus general_values_once(T* matrix, T* real, T* imaginary, std::ptrdiff_t order, void* buffer)
@@ -125,7 +126,8 @@ template <class A, class T> void prepare_general(const A& a, const general_block
 
 // Whether the values of object n have its traces.
 template <class T>
-bool traces_agree(const general_block<T>& work, std::ptrdiff_t n, const T* real, const T* imaginary, std::ptrdiff_t order)
+bool traces_agree(const general_block<T>& work, std::ptrdiff_t n, const T* real, const T* imaginary,
+                  std::ptrdiff_t order)
 {
     T sum = 0, sum_of_squares = 0;
     for (std::ptrdiff_t j = 0; j < order; ++j) {
@@ -199,8 +201,8 @@ tarnmStatus general_values_all(const A& a, const R& real, const R& imaginary, wo
     // Planes, a table of them, one matrix twice, the scratch of the call.
     const std::ptrdiff_t in_planes = (size + 4) * width * bytes_of_element;
     const std::ptrdiff_t tables = size * std::ptrdiff_t{sizeof(T*)};
-    const std::size_t bytes = static_cast<std::size_t>(in_planes + tables + 2 * size * bytes_of_element) +
-                              general_bytes(a) + pack_bytes;
+    const std::size_t bytes =
+        static_cast<std::size_t>(in_planes + tables + 2 * size * bytes_of_element) + general_bytes(a) + pack_bytes;
     std::unique_ptr<std::byte[]> own;
     alignas(32) std::byte small[4096];
     std::byte* place = small;
@@ -251,10 +253,6 @@ requires(!detail::operand_type<A>::is_transposed) TARNM_DETAIL_INLINE
                                         detail::make_run(imaginary, view.rows()), detail::workspace_of(options...),
                                         std::tie(options...));
 }
-
-// The vectors are computed as they are by plain:: with the sides of the matrix passed.
-using plain::eigenvectors;
-using plain::left_eigenvectors;
 
 } // namespace tarnm
 

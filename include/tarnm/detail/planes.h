@@ -104,8 +104,8 @@ template <class View, class T> void read_planes(const View& view, const planes<T
                 for (std::ptrdiff_t c = upper_triangle ? r : 0; c < columns; ++c) {
                     const std::ptrdiff_t offset = r * view.row_stride() + c * view.element_stride();
                     T* const place = result.plane(r * columns + c) + i * pack_size<T>;
-                    TARNM_DETAIL_UNROLL for (std::ptrdiff_t l = 0; l < pack_size<T>; ++l)
-                        place[l] = load(reinterpret_cast<const T*>(places.first[l] + offset));
+                    TARNM_DETAIL_UNROLL for (std::ptrdiff_t l = 0; l < pack_size<T>; ++l) place[l] =
+                        load(reinterpret_cast<const T*>(places.first[l] + offset));
                     for (std::ptrdiff_t l = places.count; l < pack_size<T>; ++l)
                         place[l] = 0;
                 }
