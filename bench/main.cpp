@@ -29,7 +29,7 @@ constexpr const char* usage =
     "  --without TEXT         no rows whose name contains TEXT; may be repeated\n"
     "  --variants             the builds g9, v3 and v4 side by side instead of the one that the loader takes\n"
     "  --library NAME=FILE    also the build of libtarnm in FILE; may be repeated\n"
-    "  --seconds N            time for the whole run, by default at most 0.4 per row and 480 in all\n"
+    "  --seconds N            time for the whole run, by default at most 0.4 per row and 300 in all\n"
     "  --check                compare results, time nothing\n"
     "  --offset N             operands begin N bytes behind a cache line, by default 0; malloc gives 16\n"
     "  --short                only the rows of the short table\n"
@@ -168,7 +168,7 @@ int run(const Options& options)
 
     const std::vector<Library> libraries = openLibraries(options);
     const double perRow =
-        options.seconds > 0 ? options.seconds / double(plans.size()) : std::min(0.4, 480 / double(plans.size()));
+        options.seconds > 0 ? options.seconds / double(plans.size()) : std::min(0.4, 300 / double(plans.size()));
     Memory memory(options.offset);
     Machine machine;
     std::vector<Finding> findings;

@@ -11,13 +11,11 @@
 #include <complex>
 #include <string>
 
+#include "peers/eigen_eigenproblems.h"
+#include "rows/eigenproblem_counts.h"
 #include "rows/lapack.h"
 #include "rows/rows.h"
 #include "rows/square.h"
-
-#ifdef BENCH_HAS_EIGEN
-#include <Eigen/Eigenvalues>
-#endif
 
 namespace bench {
 namespace {
@@ -62,21 +60,9 @@ template <class S> struct Operands {
 #ifdef BENCH_HAS_EIGEN
 template <class S> void eigenPeer(Row& row, const Operands<S>& o, typename S::T* vectors)
 {
-    using T = typename S::T;
-    using Object = Eigen::Matrix<T, S::order, S::order, Eigen::RowMajor>;
     row.peer(
         "Eigen",
-        [=](int first, int last) {
-            Eigen::EigenSolver<Object> solver;
-            for (int n = first; n < last; ++n) {
-                solver.compute(Eigen::Map<const Object>(o.a + n * S::size), vectors != nullptr);
-                for (int k = 0; k < S::order; ++k) {
-                    o.re[n * S::order + k] = solver.eigenvalues()[k].real();
-                    o.im[n * S::order + k] = solver.eigenvalues()[k].imag();
-                }
-                if (vectors != nullptr) Eigen::Map<Object>(vectors + n * S::size) = solver.eigenvectors().real();
-            }
-        },
+        [=](int first, int last) { eigenGeneral<typename S::T, S::order>(o.a, o.re, o.im, vectors, first, last); },
         [=] { o.sumPowers(); });
 }
 #endif
@@ -162,13 +148,13 @@ template <class S> void bothVectors(Row& row)
 template <class T, int order> void valueRows(Rows& rows)
 {
     using S = Square<T, order>;
-    rows.add("eigen_values/" + S::name(), values<S>);
+    addEigenproblem(rows, "eigen_values/" + S::name(), values<S>);
 }
 
 template <class T, int order> void rightRows(Rows& rows)
 {
     using S = Square<T, order>;
-    rows.add("eigen_right/" + S::name(), rightVectors<S>);
+    addEigenproblem(rows, "eigen_right/" + S::name(), rightVectors<S>);
 }
 
 template <class T> void rowsOfType(Rows& rows)
@@ -180,7 +166,7 @@ template <class T> void rowsOfType(Rows& rows)
     rightRows<T, 3>(rows);
     rightRows<T, 4>(rows);
     rightRows<T, 6>(rows);
-    rows.add("eigen_both/" + Square<T, 4>::name(), bothVectors<Square<T, 4>>);
+    addEigenproblem(rows, "eigen_both/" + Square<T, 4>::name(), bothVectors<Square<T, 4>>);
 }
 
 } // namespace
