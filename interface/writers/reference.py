@@ -43,6 +43,7 @@ def page(operation, members):
         lines.append(purpose + "\n")
     for notes in dict.fromkeys(m.row.notes for m in members if m.row.notes):
         lines.append(notes.strip() + "\n")
+    lines.append("## Members\n")
     lines.append(f"{len(members)} members:\n")
     for code, group in groupby(members, key=lambda m: m.code):
         lines.append(f"- `{code}`: " + ", ".join(f"[{m.name}](#{m.name.lower()})" for m in group))
