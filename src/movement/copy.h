@@ -1,6 +1,5 @@
 // Copies of vectors and matrices between layouts.
 //
-//   copyElement     one element, as the bits that it has
 //   copyObjects     all elements of all objects, in ascending order
 //   packedBlock     the view of a dense block without strides
 //
@@ -13,12 +12,10 @@
 
 #include "frame/blocks.h"
 #include "frame/overlap.h"
+#include "movement/squares.h"
 #include "tarnm/tarnm.h"
 
 namespace tarnm {
-
-// Through memory and not as a value, which could pass through a register that quiets NaNs.
-template <class T> TARNM_INLINE void copyElement(T* to, const T* from) { __builtin_memcpy(to, from, sizeof(T)); }
 
 // One object after the other, row by row, no gaps.
 template <class T>
@@ -96,10 +93,75 @@ template <int R, int C, class S, class D> bool copyInLanes(const S& from, const 
     return true;
 }
 
+template <class View> inline constexpr bool isTransposedDenseArray = false;
+template <class T>
+inline constexpr bool isTransposedDenseArray<ObjectArray<Transposed<StridedMatrix<T, Spacing::dense>>>> = true;
+
+template <class S, class D>
+bool copyTransposedSquares(const S& from, const D& to, std::int32_t rows, std::int32_t columns, Place place)
+{
+    const auto stored = blocks::asStored(from);
+    if (rows != columns || !isPacked(stored, rows, rows) || !isPacked(to, rows, rows)) return false;
+    const auto* source = stored[place.first].base;
+    auto* result = to[place.first].base;
+    const std::uint64_t bytes = std::uint64_t(to.objectStride) * std::uint64_t(place.count);
+    if (!apart(source, bytes, result, bytes)) return false;
+    switch (rows) {
+    case 3:
+        return transposePackedSquares<3>(source, result, place.count), true;
+    case 4:
+        return transposePackedSquares<4>(source, result, place.count), true;
+    case 6:
+        return transposePackedSquares<6>(source, result, place.count), true;
+    }
+    return false;
+}
+
+// Dense rows of few elements.
+template <int columns, class S, class D> bool copyShortRows(const S& from, const D& to, std::int32_t rows, Place place)
+{
+    using T = typename D::ObjectView::Element;
+    for (std::ptrdiff_t n = place.first; n < std::ptrdiff_t(place.first) + place.count; ++n)
+        for (std::ptrdiff_t r = 0; r < rows; ++r)
+            __builtin_memcpy(to[n].address(r, 0), from[n].address(r, 0), columns * sizeof(T));
+    return true;
+}
+
+// Bytes from the first element to behind the last, over the objects of a call.
+template <class T>
+std::uint64_t extentOf(const ObjectArray<StridedMatrix<T, Spacing::dense>>& array, std::int32_t rows,
+                       std::int32_t columns, Place place)
+{
+    return std::uint64_t(place.count - 1) * std::uint64_t(array.objectStride) +
+           std::uint64_t(rows - 1) * std::uint64_t(rows > 1 ? array.first.rowStride : 0) + sizeof(T) * columns;
+}
+
+template <class S, class D>
+bool copyRows(const S& from, const D& to, std::int32_t rows, std::int32_t columns, Place place)
+{
+    if (columns < 3 || columns > 6) return false;
+    if (!apart(from[place.first].base, extentOf(from, rows, columns, place), to[place.first].base,
+               extentOf(to, rows, columns, place)))
+        return false;
+    switch (columns) {
+    case 3:
+        return copyShortRows<3>(from, to, rows, place);
+    case 4:
+        return copyShortRows<4>(from, to, rows, place);
+    case 5:
+        return copyShortRows<5>(from, to, rows, place);
+    default:
+        return copyShortRows<6>(from, to, rows, place);
+    }
+}
+
 template <class S, class D>
 bool copyAsBlock(const S& from, const D& to, std::int32_t rows, std::int32_t columns, Place place)
 {
-    if constexpr (isDenseArray<S> && isDenseArray<D>) return copyPacked(from, to, rows, columns, place);
+    if constexpr (isDenseArray<S> && isDenseArray<D>)
+        return copyPacked(from, to, rows, columns, place) || copyRows(from, to, rows, columns, place);
+    if constexpr (isTransposedDenseArray<S> && isDenseArray<D>)
+        return copyTransposedSquares(from, to, rows, columns, place);
     if constexpr ((isDenseArray<S> && isScatteredArray<D>) || (isScatteredArray<S> && isDenseArray<D>)) {
         if (place.count < native_lane_count_v<typename D::ObjectView::Element>) return false;
         if (rows == 1 && columns == 3) return copyInLanes<1, 3>(from, to, place);

@@ -18,22 +18,6 @@ namespace tarnm {
 namespace movement {
 
 inline constexpr std::int32_t rowsOfBlock = 32;
-inline constexpr std::int32_t tile = 4;
-
-// Four rows of four elements as four objects of a block, whose lanes are the columns.
-template <class S, class D>
-TARNM_INLINE void transposeTile(const S& from, const D& to, std::ptrdiff_t r, std::ptrdiff_t c)
-{
-    using T = typename D::Element;
-    using Rows = ObjectArray<StridedVector<const T, Spacing::dense>>;
-    using V = lanes<T, tile>;
-    const Rows rows{{from.address(r, c), {}}, from.rowStride};
-    V columns[tile];
-    loadBlock(rows, 0, tile, columns);
-    TARNM_UNROLL
-    for (int k = 0; k < tile; ++k)
-        store(to.address(c + k, r), columns[k]);
-}
 
 template <int n, class S, class D> TARNM_INLINE void transposeSquare(const S& from, const D& to)
 {
@@ -72,6 +56,9 @@ template <class S, class D> void transposeObject(const S& from, const D& to, std
 
 template <int n, class S, class D> void transposeSquares(const S& from, const D& to, Place place)
 {
+    if constexpr (isDenseArray<S> && isDenseArray<D>)
+        if (isPacked(from, n, n) && isPacked(to, n, n))
+            return transposePackedSquares<n>(from[place.first].base, to[place.first].base, place.count);
     for (std::ptrdiff_t i = place.first; i < std::ptrdiff_t(place.first) + place.count; ++i)
         if constexpr (requires { requires S::ObjectView::isDense && D::ObjectView::isDense; })
             transposeSquare<n>(from[i], to[i]);

@@ -79,6 +79,37 @@ TEST(Copy, RunsForwardThroughOverlappingMemory)
     EXPECT_EQ(data[28], 28.0f);
 }
 
+// Rows of three to six elements, ever further apart than they are long: elements are read and written one by one.
+TEST(Copy, OfShortRowsRunsForwardThroughOverlappingMemory)
+{
+    for (const int len : {3, 4, 5, 6})
+        for (const int shift : {1, 2, 3, 7}) {
+            double data[80], expected[80];
+            for (int i = 0; i < 80; ++i)
+                data[i] = expected[i] = double(i);
+            for (int n = 0; n < 8; ++n)
+                for (int k = 0; k < len; ++k)
+                    expected[shift + 9 * n + k] = expected[8 * n + k];
+            ASSERT_EQ(tarnmCopy_va_64f_SS(data, 64, 8, data + shift, 72, 8, len, 8), StatusOk);
+            for (int i = 0; i < 80; ++i)
+                ASSERT_EQ(data[i], expected[i]) << len << " elements, " << shift << " on, " << i;
+        }
+}
+
+TEST(Copy, OfShortRowsLeavesTheGapsAlone)
+{
+    for (const int len : {3, 4, 5, 6}) {
+        float from[80], to[90];
+        for (int i = 0; i < 80; ++i)
+            from[i] = float(i);
+        for (float& value : to)
+            value = -1.0f;
+        ASSERT_EQ(tarnmCopy_va_32f_SS(from, 32, 4, to, 36, 4, len, 10), StatusOk);
+        for (int i = 0; i < 90; ++i)
+            ASSERT_EQ(to[i], i % 9 < len ? float(i / 9 * 8 + i % 9) : -1.0f) << len << " elements, " << i;
+    }
+}
+
 TEST(Copy, OntoItselfChangesNothing)
 {
     float data[30];
@@ -131,6 +162,44 @@ TEST(Extract, OfATransposedMatrixBeginsWithItsFirstStoredColumn)
     const float expected[] = {1, 3, 5, 2, 4, 6};
     for (int i = 0; i < 6; ++i)
         EXPECT_EQ(block[i], expected[i]) << i;
+}
+
+TEST(Extract, OfTransposedSquaresRunsForwardThroughOverlappingMemory)
+{
+    for (const int order : {3, 4, 6})
+        for (const int shift : {0, 1, 5}) {
+            const int size = order * order, count = 3;
+            std::vector<float> data(count * size + shift);
+            for (int i = 0; i < int(data.size()); ++i)
+                data[i] = float(i);
+            std::vector<float> expected = data;
+            for (int n = 0; n < count; ++n)
+                for (int r = 0; r < order; ++r)
+                    for (int c = 0; c < order; ++c)
+                        expected[shift + n * size + r * order + c] = expected[n * size + c * order + r];
+            ASSERT_EQ(
+                tarnmExtract_ta_32f(data.data(), 4 * size, 4 * order, 4, data.data() + shift, order, order, count),
+                StatusOk);
+            EXPECT_EQ(data, expected) << order << " rows, " << shift << " on";
+        }
+}
+
+TEST(Extract, OfTransposedSquaresMovesBitPatterns)
+{
+    for (const int order : {3, 4, 6}) {
+        const int size = order * order, count = 3;
+        std::vector<std::uint32_t> from(count * size), to(count * size), expected(count * size);
+        for (int i = 0; i < count * size; ++i)
+            from[i] = patterns32[i % 7] + std::uint32_t(i / 7);
+        for (int n = 0; n < count; ++n)
+            for (int r = 0; r < order; ++r)
+                for (int c = 0; c < order; ++c)
+                    expected[n * size + r * order + c] = from[n * size + c * order + r];
+        ASSERT_EQ(tarnmExtract_ta_32f(reinterpret_cast<const float*>(from.data()), 4 * size, 4 * order, 4,
+                                      reinterpret_cast<float*>(to.data()), order, order, count),
+                  StatusOk);
+        EXPECT_EQ(to, expected) << order << " rows";
+    }
 }
 
 TEST(Extract, TestsSizesAheadOfTheCount)
