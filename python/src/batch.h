@@ -21,7 +21,8 @@ struct operand {
     std::ptrdiff_t rows = 1;
     std::ptrdiff_t columns = 1;
     bool many = false;
-    // The addresses of the elements of the first object, where the batch is planar.
+    // The addresses of the elements of the first object, where the batch is planar; of the first elements of all objects, where
+    // it is listed.
     void** table = nullptr;
 };
 
@@ -35,6 +36,8 @@ struct batch {
     int core = 2;
     // Objects lie element beside element: every element of an object has a plane of its own.
     bool planar = false;
+    // Objects lie anywhere: each has an address of its own.
+    bool listed = false;
     // Set by the kernel where a result has an imaginary part.
     mutable bool complex_found = false;
 };

@@ -1,7 +1,8 @@
 // Some objects at a time, with scratch that stays near a first-level cache.
 //
 //   objects_per_block   as many objects as have their factors in scratch
-//   part                objects first, first + 1, ... of an operand that has one for each, or the one that serves all
+//   part                objects first, first + 1, ... of an operand that has one for each, or the one that serves all; not of
+//                       planes
 //   column              column k of right sides or of solutions, as vectors
 //   scratch_array       uninitialised elements, on the heap
 #ifndef TARNM_PYTHON_BLOCKS_H
@@ -23,7 +24,9 @@ inline std::ptrdiff_t objects_per_block(std::ptrdiff_t bytes_of_object, std::ptr
 
 inline operand part(operand o, std::ptrdiff_t first)
 {
-    if (o.many) o.data = static_cast<char*>(o.data) + first * o.object;
+    if (!o.many) return o;
+    o.data = static_cast<char*>(o.data) + first * o.object;
+    if (o.table != nullptr) o.table += first;
     return o;
 }
 

@@ -39,16 +39,18 @@ template <class T, class A, class D> tarnmStatus lower_scaled(const A& a, const 
 
 template <class T> std::ptrdiff_t lower_factors(const batch& work)
 {
-    const auto a = matrices<const T, strided>(work.in[0], work.count);
-    const auto lower = matrices<T, strided>(work.out[0], work.count);
-    std::ptrdiff_t failures = tarnm::cholesky(a, lower, statuses_of(work));
-    if (failures <= 0) return failures;
-    for (std::ptrdiff_t n = 0; n < work.count; ++n) {
-        if (work.statuses[n] == StatusOk) continue;
-        work.statuses[n] = lower_scaled<T>(a.objects(n, 1), lower.objects(n, 1));
-        failures -= work.statuses[n] == StatusOk;
-    }
-    return failures;
+    return by_place(work, [&](auto place) {
+        const auto a = matrices<const T, place.value>(work.in[0], work.count);
+        const auto lower = matrices<T, place.value>(work.out[0], work.count);
+        std::ptrdiff_t failures = tarnm::cholesky(a, lower, statuses_of(work));
+        if (failures <= 0) return failures;
+        for (std::ptrdiff_t n = 0; n < work.count; ++n) {
+            if (work.statuses[n] == StatusOk) continue;
+            work.statuses[n] = lower_scaled<T>(a.objects(n, 1), lower.objects(n, 1));
+            failures -= work.statuses[n] == StatusOk;
+        }
+        return failures;
+    });
 }
 
 // Copies of factors with the reciprocals of the diagonal, as the solver wants them.

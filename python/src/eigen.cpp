@@ -10,15 +10,16 @@ namespace {
 
 constexpr auto strided = layout::strided;
 
-// The C++ layer's values in descending order, turned.
 template <class T> std::ptrdiff_t values_of_symmetric(const batch& work)
 {
     const std::ptrdiff_t order = work.in[0].rows;
     const auto values = packed<T>(work.out[0], work.count * order);
     const auto statuses = statuses_of(work);
-    return detail::symmetric_values_right(matrices<const T, strided>(work.in[0], work.count),
-                                          detail::make_run(values, order), nullptr, std::tie(statuses, std::nothrow),
-                                          detail::sorting::ascending);
+    return by_place(work, [&](auto place) {
+        return detail::symmetric_values_right(matrices<const T, place.value>(work.in[0], work.count),
+                                              detail::make_run(values, order), nullptr, std::tie(statuses, std::nothrow),
+                                              detail::sorting::ascending);
+    });
 }
 
 template <class T> std::ptrdiff_t vectors_of_symmetric(const batch& work)
@@ -26,10 +27,12 @@ template <class T> std::ptrdiff_t vectors_of_symmetric(const batch& work)
     const std::ptrdiff_t order = work.in[0].rows;
     const auto values = packed<T>(work.out[0], work.count * order);
     const auto statuses = statuses_of(work);
-    return detail::symmetric_vectors_right(matrices<const T, strided>(work.in[0], work.count),
-                                           detail::make_run(values, order),
-                                           matrices<T, strided>(work.out[1], work.count), nullptr,
-                                           std::tie(statuses, std::nothrow), detail::sorting::ascending);
+    return by_place(work, [&](auto place) {
+        return detail::symmetric_vectors_right(matrices<const T, place.value>(work.in[0], work.count),
+                                               detail::make_run(values, order),
+                                               matrices<T, place.value>(work.out[1], work.count), nullptr,
+                                               std::tie(statuses, std::nothrow), detail::sorting::ascending);
+    });
 }
 
 // Complex numbers are pairs.
@@ -49,9 +52,10 @@ template <class T> std::ptrdiff_t values_of_general(const batch& work)
 {
     const std::ptrdiff_t size = work.count * work.in[0].rows;
     scratch_array<T> real(size), imaginary(size);
-    const std::ptrdiff_t failures = eigenvalues(
-        matrices<const T, strided>(work.in[0], work.count), std::span(real.data(), static_cast<std::size_t>(size)),
-        std::span(imaginary.data(), static_cast<std::size_t>(size)), statuses_of(work));
+    const std::span re(real.data(), static_cast<std::size_t>(size)), im(imaginary.data(), static_cast<std::size_t>(size));
+    const std::ptrdiff_t failures = by_place(work, [&](auto place) {
+        return eigenvalues(matrices<const T, place.value>(work.in[0], work.count), re, im, statuses_of(work));
+    });
     if (failures >= 0) join(real.data(), imaginary.data(), size, work);
     return failures;
 }

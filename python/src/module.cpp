@@ -3,6 +3,8 @@
 #include "stack_call.h"
 #include "threads.h"
 
+#include <algorithm>
+
 namespace tarnm::python {
 namespace {
 
@@ -38,8 +40,10 @@ object out_of(const options& o, const char* function, int i, int number)
     return py::reinterpret_borrow<py::tuple>(o.out)[static_cast<std::size_t>(i)];
 }
 
+// A list of arrays has those of its items and one for the stack.
 int axes_of(const object& array)
 {
+    if (is_list(array) && py::len(array) > 0) return 1 + std::max(0, axes_of(array[py::int_(0)]));
     return PyArray_Check(array.ptr()) ? PyArray_NDIM(reinterpret_cast<PyArrayObject*>(array.ptr())) : -1;
 }
 
@@ -62,7 +66,7 @@ object matvec_of(const char* function, const object& a, const object& x, bool tr
                  {0, 1});
     call.broadcast();
     call.output("out", o.out, {call.rows(0)});
-    call.run(multiply_vectors, {.planar = true});
+    call.run(multiply_vectors, {.planar = true, .lists = true});
     return call.result(0);
 }
 
@@ -83,7 +87,7 @@ object matmul(const object& a, const object& b, const object& out, const object&
     call.require(call.columns(0) == call.rows(1), "the columns of a and the rows of b differ", {0, 1});
     call.broadcast();
     call.output("out", o.out, {call.rows(0), call.columns(1)});
-    call.run(multiply_matrices, {.planar = true});
+    call.run(multiply_matrices, {.planar = true, .lists = true});
     return call.result(0);
 }
 
@@ -98,7 +102,7 @@ object dot(const object& a, const object& b, const object& out, const object& th
     call.require(call.columns(0) == call.columns(1), "vectors differ in length", {0, 1});
     call.broadcast();
     call.output("out", out, {}, content::elements, true);
-    call.run(dot_products, {.planar = true});
+    call.run(dot_products, {.planar = true, .lists = true});
     return call.result(0);
 }
 
@@ -109,7 +113,7 @@ object norm(const object& a, const object& out, const object& threads, bool copy
     call.input("a", a, 1);
     call.broadcast();
     call.output("out", out, {}, content::elements, true);
-    call.run(norms, {.planar = true});
+    call.run(norms, {.planar = true, .lists = true});
     return call.result(0);
 }
 
@@ -122,7 +126,7 @@ object cross(const object& a, const object& b, const object& out, const object& 
     call.require(call.columns(0) == 3 && call.columns(1) == 3, "vectors must have 3 elements", {0, 1});
     call.broadcast();
     call.output("out", out, {3});
-    call.run(cross_products, {.planar = true});
+    call.run(cross_products, {.planar = true, .lists = true});
     return call.result(0);
 }
 
@@ -133,21 +137,50 @@ bool is_number(const object& x)
     return PyFloat_Check(x.ptr()) || PyLong_Check(x.ptr()) || PyArray_IsScalar(x.ptr(), Generic) || axes_of(x) == 0;
 }
 
+// A list of matrices and a number: the rows of all matrices are a list of vectors.
+object with_number(const char* function, const object& a, const object& number, const kernel_pair& kernels,
+                   const options& o);
+
+py::list rows_of(const object& matrices)
+{
+    py::list rows;
+    for (const py::handle matrix : matrices)
+        for (const py::handle row : matrix)
+            rows.append(row);
+    return rows;
+}
+
+object scaled_list(const char* function, const object& a, const object& number, const kernel_pair& kernels,
+                   const options& o)
+{
+    const bool to_list = is_list(o.out);
+    const py::tuple shape = object(a[py::int_(0)]).attr("shape");
+    const py::tuple by_rows = py::make_tuple(-1, shape[1]);
+    options inner = o;
+    if (to_list) inner.out = rows_of(o.out);
+    else if (!o.out.is_none()) inner.out = o.out.attr("reshape")(by_rows);
+    const object rows = with_number(function, rows_of(a), number, kernels, inner);
+    if (!o.out.is_none()) return o.out;
+    return rows.attr("reshape")(py::make_tuple(py::len(a), shape[0], shape[1]));
+}
+
 object with_number(const char* function, const object& a, const object& number, const kernel_pair& kernels,
                    const options& o)
 {
+    if (is_list(a) && axes_of(a) == 3) return scaled_list(function, a, number, kernels, o);
     stack_call call(function, o);
     call.input("a", a, 1);
     call.may_be_result(0);
     call.broadcast();
     call.output("out", o.out, {call.columns(0)});
-    call.run(kernels, {.planar = true, .number = number.cast<double>(), .core = 1});
+    call.run(kernels, {.planar = true, .lists = true, .number = number.cast<double>(), .core = 1});
     return call.result(0);
 }
 
 // What the two arrays have in common at their ends: matrices, vectors, or less.
 int common_core(const object& a, const object& b)
 {
+    if (is_list(a) || is_list(b)) return std::clamp(axes_of(is_list(a) ? a : b) - 1, 1, 2);
     auto* const x = reinterpret_cast<PyArrayObject*>(a.ptr());
     auto* const y = reinterpret_cast<PyArrayObject*>(b.ptr());
     const int m = axes_of(a), n = axes_of(b);
@@ -175,12 +208,14 @@ object combined(const char* function, object a, object b, const kernel_pair& ker
     call.input("b", b, core);
     call.may_be_result(0);
     call.may_be_result(1);
+    call.require(call.columns(0) == call.columns(1) && (core == 1 || call.rows(0) == call.rows(1)),
+                 "objects differ in shape", {0, 1});
     call.broadcast();
     if (core == 2)
         call.output("out", o.out, {call.rows(0), call.columns(0)});
     else
         call.output("out", o.out, {call.columns(0)});
-    call.run(kernels, {.planar = true, .core = core});
+    call.run(kernels, {.planar = true, .lists = true, .core = core});
     return call.result(0);
 }
 
@@ -216,7 +251,7 @@ object one_number(const char* function, const object& a, const kernel_pair& kern
     must_be_square(call);
     call.broadcast();
     call.output("out", o.out, {}, content::elements, true);
-    call.run(kernels, {.planar = true});
+    call.run(kernels, {.planar = true, .lists = true});
     return call.result(0);
 }
 
@@ -237,7 +272,7 @@ object transpose(const object& a, const object& out, const object& threads, bool
     call.input("a", a, 2);
     call.broadcast();
     call.output("out", out, {call.columns(0), call.rows(0)});
-    call.run(transposes, {.planar = true});
+    call.run(transposes, {.planar = true, .lists = true});
     return call.result(0);
 }
 
@@ -249,14 +284,22 @@ object inv(const object& a, const object& out, const object& errors, const objec
     must_be_square(call);
     call.broadcast();
     call.output("out", out, {call.rows(0), call.rows(0)});
-    call.run(inverses, {.can_fail = true, .planar = true});
+    call.run(inverses, {.can_fail = true, .planar = true, .lists = true});
     return call.results(1);
 }
 
 // ---- systems of equations
 
 // The right side b: vectors where it has one axis, or one less than a, as NumPy has it; matrices otherwise. Vectors pass as matrices of one column.
-object with_column_axis(const object& b) { return b[py::make_tuple(py::ellipsis(), py::none())]; }
+object with_column_axis(const object& b)
+{
+    const py::tuple place = py::make_tuple(py::ellipsis(), py::none());
+    if (!is_list(b)) return b[place];
+    py::list columns;
+    for (const py::handle item : b)
+        columns.append(item[place]);
+    return columns;
+}
 
 struct system {
     const char* function;
@@ -344,7 +387,7 @@ object cholesky(const object& a, const object& out, const object& errors, const 
     must_be_square(call);
     call.broadcast();
     call.output("out", out, {call.rows(0), call.rows(0)});
-    call.run(cholesky_lower, {.can_fail = true});
+    call.run(cholesky_lower, {.can_fail = true, .lists = true});
     return call.results(1);
 }
 
@@ -375,7 +418,7 @@ object qr(const object& a, const object& out, const object& errors, const object
     call.broadcast();
     call.output("out[0]", out_of(o, "qr", 0, 2), {call.rows(0), call.columns(0)});
     call.output("out[1]", out_of(o, "qr", 1, 2), {call.columns(0), call.columns(0)});
-    call.run(qr_matrices, {.can_fail = true, .in_blocks = true});
+    call.run(qr_matrices, {.can_fail = true, .in_blocks = true, .lists = true});
     return call.results(2);
 }
 
@@ -400,7 +443,7 @@ object eigvalsh(const object& a, const std::string& triangle, const object& out,
     choose_triangle(call, "eigvalsh", triangle);
     call.broadcast();
     call.output("out", out, {call.rows(0)}, content::elements, true);
-    call.run(symmetric_values, {.can_fail = true, .in_blocks = true});
+    call.run(symmetric_values, {.can_fail = true, .in_blocks = true, .lists = true});
     return call.results(1);
 }
 
@@ -415,7 +458,7 @@ object eigh(const object& a, const std::string& triangle, const object& out, con
     call.broadcast();
     call.output("out[0]", out_of(o, "eigh", 0, 2), {call.rows(0)}, content::elements, true);
     call.output("out[1]", out_of(o, "eigh", 1, 2), {call.rows(0), call.rows(0)});
-    call.run(symmetric_vectors, {.can_fail = true, .in_blocks = true});
+    call.run(symmetric_vectors, {.can_fail = true, .in_blocks = true, .lists = true});
     return call.results(2);
 }
 
@@ -440,7 +483,7 @@ object eigvals(const object& a, const object& out, const object& errors, const o
     must_be_square(call);
     call.broadcast();
     call.output("out", out, {call.rows(0)}, content::complex_elements, true);
-    call.run(general_values, {.can_fail = true, .in_blocks = true});
+    call.run(general_values, {.can_fail = true, .in_blocks = true, .lists = true});
     return real_results(call, 1, o);
 }
 

@@ -255,30 +255,24 @@ bool q_and_r_in_planes(const A& a, const Q& q, const R& r, const planar_block<T>
     return true;
 }
 
-// Q and R of matrices that are looked at one by one.
+// Q and R of one matrix. Gives the number of failures.
 template <class T, class A, class Q, class R>
-std::ptrdiff_t q_and_r_one_by_one(const A& a, const Q& q, const R& r, const operand& source, tarnmStatus* statuses)
+std::ptrdiff_t q_and_r_alone(const A& a, const Q& q, const R& r, tarnmStatus& status)
 {
-    const std::ptrdiff_t rows = a.rows(), columns = a.columns(), size = rows * columns, count = a.count();
-    scratch_array<T> factors(count * size), orthogonal(size);
-    scratch_array<std::int32_t> exponents(count);
-    const std::ptrdiff_t failed = factor_block<T>(source, count, factors.data(), exponents.data(), statuses);
-    if (failed < 0) return failed;
-    std::ptrdiff_t failures = 0;
-    for (std::ptrdiff_t n = 0; n < count; ++n) {
-        if (statuses[n] != StatusOk) {
-            matrices_of_refused<T>(a.objects(n, 1), q.objects(n, 1), r.objects(n, 1));
-            scratch_array<T> elements(size);
-            detail::read_object(a, n, elements.data());
-            if (detail::all_finite(elements.data(), size)) statuses[n] = StatusOk;
-            failures += statuses[n] != StatusOk;
-            continue;
-        }
-        form_q(factors + n * size, orthogonal.data(), rows, columns);
-        detail::write_object(q, n, orthogonal.data());
-        upper_triangle(factors + n * size, r, n, exponents.data()[n]);
+    const std::ptrdiff_t rows = a.rows(), columns = a.columns(), size = rows * columns;
+    scratch_array<T> source(size), factors(size), orthogonal(size);
+    std::int32_t exponent = 0;
+    detail::read_object(a, 0, source.data());
+    factor_block<T>(packed_matrices(source.data(), rows, columns), 1, factors.data(), &exponent, &status);
+    if (status != StatusOk) {
+        matrices_of_refused<T>(a, q, r);
+        if (detail::all_finite(source.data(), size)) status = StatusOk;
+        return status != StatusOk;
     }
-    return failures;
+    form_q(factors.data(), orthogonal.data(), rows, columns);
+    detail::write_object(q, 0, orthogonal.data());
+    upper_triangle(factors.data(), r, 0, exponent);
+    return 0;
 }
 
 // out: Q, R.
@@ -296,15 +290,20 @@ template <class T> std::ptrdiff_t q_and_r(const batch& work)
     std::ptrdiff_t failures = 0;
     for (std::ptrdiff_t first = 0; first < work.count; first += step) {
         const std::ptrdiff_t count = std::min(step, work.count - first);
-        const auto q = matrices<T, strided>(part(work.out[0], first), count);
-        const auto r = matrices<T, strided>(part(work.out[1], first), count);
-        const auto a = matrices<const T, strided>(part(work.in[0], first), count);
-        if (q_and_r_in_planes(a, q, r, block)) {
-            std::fill_n(work.statuses + first, count, StatusOk);
-            continue;
-        }
-        const std::ptrdiff_t failed = q_and_r_one_by_one<T>(a, q, r, part(work.in[0], first), work.statuses + first);
-        if (failed < 0) return failed;
+        const operand source = part(work.in[0], first);
+        const std::ptrdiff_t failed = by_place(work, [&](auto place) -> std::ptrdiff_t {
+            const auto q = matrices<T, place.value>(part(work.out[0], first), count);
+            const auto r = matrices<T, place.value>(part(work.out[1], first), count);
+            const auto a = matrices<const T, place.value>(source, count);
+            if (q_and_r_in_planes(a, q, r, block)) {
+                std::fill_n(work.statuses + first, count, StatusOk);
+                return 0;
+            }
+            std::ptrdiff_t refused = 0;
+            for (std::ptrdiff_t n = 0; n < count; ++n)
+                refused += q_and_r_alone<T>(a.objects(n, 1), q.objects(n, 1), r.objects(n, 1), work.statuses[first + n]);
+            return refused;
+        });
         failures += failed;
     }
     return failures;

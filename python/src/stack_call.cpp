@@ -8,6 +8,7 @@
 #include <tarncore/tarncore.h>
 #include <tarnm/detail/error.h>
 
+#include "blocks.h"
 #include "threads.h"
 
 namespace tarnm::python {
@@ -55,11 +56,19 @@ std::pair<const char*, const char*> bytes_of(PyArrayObject* array)
     return {low, high};
 }
 
-bool overlap(PyArrayObject* a, PyArrayObject* b)
+// Whether a range of one meets a range of the other. They get sorted.
+bool overlap(std::vector<byte_range>& a, std::vector<byte_range>& b)
 {
-    const auto [a_low, a_high] = bytes_of(a);
-    const auto [b_low, b_high] = bytes_of(b);
-    return a_low != nullptr && b_low != nullptr && a_low <= b_high && b_low <= a_high;
+    std::sort(a.begin(), a.end());
+    std::sort(b.begin(), b.end());
+    for (auto x = a.begin(), y = b.begin(); x != a.end() && y != b.end();) {
+        if (x->first <= y->second && y->first <= x->second) return true;
+        if (x->second < y->second)
+            ++x;
+        else
+            ++y;
+    }
+    return false;
 }
 
 bool same_places(PyArrayObject* a, PyArrayObject* b)
@@ -89,28 +98,99 @@ void stack_call::raise(PyObject* kind, const std::string& reason) const
     throw py::error_already_set();
 }
 
-int stack_call::input(const char* name, const py::object& object, int core)
+bool is_list(const py::object& object) { return PyList_Check(object.ptr()) || PyTuple_Check(object.ptr()); }
+
+void stack_call::check_type(const std::string& name, const py::object& object) const
 {
     if (!PyArray_Check(object.ptr()))
         raise(PyExc_TypeError,
-              std::string(name) + " must be an array of float32 or float64, not " + Py_TYPE(object.ptr())->tp_name);
+              name + " must be an array of float32 or float64, not " + Py_TYPE(object.ptr())->tp_name);
     PyArrayObject* const array = array_of(object);
     const int type = PyArray_TYPE(array);
-    const bool is_pivots = type == NPY_INT32 && name == std::string_view("pivots");
-    if (!is_pivots && ((type != NPY_FLOAT && type != NPY_DOUBLE) || PyArray_ISBYTESWAPPED(array)))
-        raise(PyExc_TypeError,
-              std::string(name) + " must be an array of float32 or float64, not of " + type_text(array));
-    if (!is_pivots && number_of_inputs_ > 0 && type != type_)
+    if ((type != NPY_FLOAT && type != NPY_DOUBLE) || PyArray_ISBYTESWAPPED(array))
+        raise(PyExc_TypeError, name + " must be an array of float32 or float64, not of " + type_text(array));
+}
+
+// The items of a list are objects without a stack, of one type and shape. Where they have one set of strides, too, they are
+// taken as they lie; else they are copied into a stack.
+void stack_call::take_list(place& p, const py::object& list)
+{
+    const py::list items(list);
+    const std::string name = p.name;
+    if (items.empty()) raise(PyExc_ValueError, name + " is an empty list");
+    bool alike = true;
+    PyArrayObject* first = nullptr;
+    for (std::size_t n = 0; n < items.size(); ++n) {
+        const std::string item_name = name + "[" + std::to_string(n) + "]";
+        const py::object item = items[n];
+        check_type(item_name, item);
+        PyArrayObject* const array = array_of(item);
+        if (n == 0) first = array;
+        if (PyArray_TYPE(array) != PyArray_TYPE(first))
+            raise(PyExc_TypeError, item_name + " is of " + type_text(array) + ", " + name + "[0] of " + type_text(first));
+        if (PyArray_NDIM(array) != p.core)
+            raise(PyExc_ValueError, item_name + " with shape " + shape_text(array) + " must have " +
+                                        std::to_string(p.core) + (p.core == 1 ? " axis" : " axes") +
+                                        ", as an item of a list");
+        if (!std::equal(PyArray_DIMS(array), PyArray_DIMS(array) + p.core, PyArray_DIMS(first)))
+            raise(PyExc_ValueError, item_name + " has shape " + shape_text(array) + ", " + name + "[0] has shape " +
+                                        shape_text(first));
+        for (int axis = 0; axis < p.core; ++axis)
+            alike = alike && (PyArray_DIM(array, axis) <= 1 || PyArray_STRIDE(array, axis) == PyArray_STRIDE(first, axis));
+        p.addresses.push_back(PyArray_DATA(array));
+    }
+    npy_intp shape[3] = {static_cast<npy_intp>(items.size())}, strides[3] = {0};
+    std::copy_n(PyArray_DIMS(first), p.core, shape + 1);
+    std::copy_n(PyArray_STRIDES(first), p.core, strides + 1);
+    p.items = list;
+    p.array = stolen(PyArray_New(&PyArray_Type, p.core + 1, shape, PyArray_TYPE(first), strides, PyArray_DATA(first), 0,
+                                 NPY_ARRAY_WRITEABLE, nullptr));
+    if (alike && usable(p)) return;
+    p.addresses.clear();
+    if (!options_.copy)
+        raise(PyExc_ValueError, name + " is a list of arrays whose strides differ or cannot pass; they would have to be "
+                                       "copied, which copy=False forbids");
+    p.array = py::module_::import("numpy").attr("stack")(list);
+}
+
+// A view of object n of a list.
+py::object stack_call::item_of(const place& p, npy_intp n) const
+{
+    return stolen(PyArray_New(&PyArray_Type, p.core, PyArray_DIMS(p.get()) + 1, PyArray_TYPE(p.get()),
+                              PyArray_STRIDES(p.get()) + 1, p.addresses[static_cast<std::size_t>(n)], 0,
+                              NPY_ARRAY_WRITEABLE, nullptr));
+}
+
+// The objects of a list in an array of its own.
+py::object stack_call::stacked(const place& p) const
+{
+    const py::object full = stolen(PyArray_SimpleNew(p.core + 1, PyArray_DIMS(p.get()), PyArray_TYPE(p.get())));
+    for (npy_intp n = 0; n < PyArray_DIM(p.get(), 0); ++n)
+        full[py::int_(n)] = item_of(p, n);
+    return full;
+}
+
+int stack_call::input(const char* name, const py::object& object, int core)
+{
+    place& p = inputs_[number_of_inputs_];
+    p.name = name;
+    p.core = core;
+    if (is_list(object)) {
+        take_list(p, object);
+    } else {
+        p.is_pivots = name == std::string_view("pivots") && PyArray_Check(object.ptr()) &&
+                      PyArray_TYPE(array_of(object)) == NPY_INT32;
+        if (!p.is_pivots) check_type(name, object);
+        p.array = object;
+    }
+    PyArrayObject* const array = p.get();
+    const int type = PyArray_TYPE(array);
+    if (!p.is_pivots && number_of_inputs_ > 0 && type != type_)
         raise(PyExc_TypeError, std::string(name) + " is of " + type_text(array) + ", " + inputs_[0].name + " of " +
                                    type_text(inputs_[0].get()) + "; both must be of one type");
     if (PyArray_NDIM(array) < core)
         raise(PyExc_ValueError, std::string(name) + " with shape " + shape_text(array) + " needs at least " +
                                     std::to_string(core) + (core == 1 ? " axis" : " axes"));
-    place& p = inputs_[number_of_inputs_];
-    p.name = name;
-    p.array = object;
-    p.core = core;
-    p.is_pivots = is_pivots;
     if (number_of_inputs_ == 0) type_ = type;
     for (int i = PyArray_NDIM(array) - core; i < PyArray_NDIM(array); ++i)
         if (PyArray_DIM(array, i) == 0)
@@ -184,7 +264,7 @@ bool stack_call::usable(const place& p) const
         if (!PyArray_IS_C_CONTIGUOUS(array) || !PyArray_ISALIGNED(array)) return false;
     }
     for (int axis = 0; axis < dimensions; ++axis) {
-        if (PyArray_DIM(array, axis) <= 1) continue;
+        if (PyArray_DIM(array, axis) <= 1 || (p.listed() && axis < stack)) continue;
         const npy_intp stride = PyArray_STRIDE(array, axis);
         const bool repeats = stride == 0 && axis < stack && !p.must_be_stack && !p.packed;
         if (!repeats && (stride < size || stride % size != 0 || stride > largest_stride)) return false;
@@ -197,6 +277,11 @@ void stack_call::copy_input(place& p, bool whole_stack)
     if (!options_.copy)
         raise(PyExc_ValueError, std::string(p.name) + " with shape " + shape_text(p.get()) +
                                     " would have to be copied, which copy=False forbids");
+    if (p.listed()) {
+        p.array = stacked(p);
+        p.addresses.clear();
+        if (!whole_stack) return;
+    }
     if (!whole_stack) {
         p.array = stolen(PyArray_NewCopy(p.get(), NPY_CORDER));
         return;
@@ -225,6 +310,10 @@ int stack_call::output(const char* name, const py::object& object, std::initiali
         p.array = stolen(PyArray_SimpleNew(dimensions, shape, type));
         return number_of_outputs_++;
     }
+    if (is_list(object) && p.core > 0 && kind == content::elements) {
+        output_list(p, object, shape, dimensions);
+        return number_of_outputs_++;
+    }
     if (!PyArray_Check(object.ptr()))
         raise(PyExc_TypeError, std::string(name) + " must be an array, not " + Py_TYPE(object.ptr())->tp_name);
     PyArrayObject* const array = array_of(object);
@@ -249,15 +338,84 @@ int stack_call::output(const char* name, const py::object& object, std::initiali
     return number_of_outputs_++;
 }
 
+// A list for results, whose items are those of a stack of one axis.
+void stack_call::output_list(place& p, const py::object& list, const npy_intp* shape, int dimensions)
+{
+    for (const py::handle item : py::list(list)) {
+        if (!PyArray_Check(item.ptr()))
+            raise(PyExc_TypeError, std::string(p.name) + " must be an array, or a list of arrays");
+        if (!PyArray_ISWRITEABLE(reinterpret_cast<PyArrayObject*>(item.ptr())))
+            raise(PyExc_ValueError, std::string(p.name) + " holds an array that is read-only");
+    }
+    take_list(p, list);
+    if (PyArray_TYPE(p.get()) != type_)
+        raise(PyExc_TypeError, std::string(p.name) + " is of " + type_text(p.get()) + ", the result is of another type");
+    if (PyArray_NDIM(p.get()) != dimensions || !std::equal(shape, shape + dimensions, PyArray_DIMS(p.get())))
+        raise(PyExc_ValueError, std::string(p.name) + " has shape " + shape_text(p.get()) + ", the result has shape " +
+                                    text_of(shape, dimensions));
+    p.must_be_stack = true;
+    if (p.listed()) return;
+    // Its arrays cannot be written as they lie.
+    p.given = list;
+}
+
+bool stack_call::can_list() const
+{
+    if (dimensions_ != 1) return false;
+    for (int i = 0; i < number_of_inputs_; ++i) {
+        const place& p = inputs_[i];
+        const bool single = PyArray_NDIM(p.get()) == p.core;
+        if (p.is_pivots || (single && p.must_be_stack)) return false;
+        if (!single && PyArray_DIM(p.get(), 0) != objects_) return false;
+    }
+    return true;
+}
+
+// Lists become stacks where the call cannot take them as they are.
+void stack_call::dissolve_lists(const settings& how)
+{
+    bool any = false;
+    for (int k = 0; k < 3; ++k)
+        any = any || inputs_[k].listed() || outputs_[k].listed();
+    // One object is taken where it lies, as by itself.
+    if (!any || objects_ == 1 || (how.lists && can_list())) return;
+    for (int i = 0; i < number_of_inputs_; ++i)
+        if (inputs_[i].listed()) copy_input(inputs_[i], false);
+    for (int o = 0; o < number_of_outputs_; ++o) {
+        place& p = outputs_[o];
+        if (!p.listed()) continue;
+        if (!options_.copy)
+            raise(PyExc_ValueError, std::string(p.name) + " would have to be written by a copy, which copy=False forbids");
+        p.given = p.items;
+        p.addresses.clear();
+        p.array = stolen(PyArray_SimpleNew(PyArray_NDIM(p.get()), PyArray_DIMS(p.get()), type_));
+    }
+}
+
+std::vector<byte_range> stack_call::ranges_of(const place& p) const
+{
+    if (!p.listed()) return {bytes_of(p.get())};
+    const auto [low, high] = bytes_of(p.get());
+    const char* const first = PyArray_BYTES(p.get());
+    std::vector<byte_range> ranges;
+    for (void* const address : p.addresses)
+        ranges.emplace_back(static_cast<char*>(address) + (low - first), static_cast<char*>(address) + (high - first));
+    return ranges;
+}
+
 // Results are written while inputs are read: an input that shares memory with a result is read from a copy.
 void stack_call::separate_from_results()
 {
     for (int o = 0; o < number_of_outputs_; ++o) {
-        if (outputs_[o].given) continue;
+        // New memory is nobody's.
+        if (outputs_[o].given || !outputs_[o].must_be_stack || PyArray_SIZE(outputs_[o].get()) == 0) continue;
+        std::vector<byte_range> written = ranges_of(outputs_[o]);
         for (int i = 0; i < number_of_inputs_; ++i) {
             place& p = inputs_[i];
-            if (!overlap(outputs_[o].get(), p.get())) continue;
-            if (p.may_be_result && same_places(outputs_[o].get(), p.get())) continue;
+            if (PyArray_SIZE(p.get()) == 0) continue;
+            std::vector<byte_range> read = ranges_of(p);
+            if (!overlap(read, written)) continue;
+            if (p.may_be_result && p.addresses == outputs_[o].addresses && same_places(outputs_[o].get(), p.get())) continue;
             copy_input(p, false);
         }
     }
@@ -312,13 +470,13 @@ namespace {
 // Objects first, first + 1, ... of a batch.
 batch part_of(const batch& whole, std::ptrdiff_t first, std::ptrdiff_t count)
 {
-    batch part = whole;
-    part.count = count;
-    for (operand* operands : {part.in, part.out})
+    batch some = whole;
+    some.count = count;
+    for (operand* operands : {some.in, some.out})
         for (int k = 0; k < 3; ++k)
-            if (operands[k].many) operands[k].data = static_cast<char*>(operands[k].data) + first * operands[k].object;
-    if (part.statuses != nullptr) part.statuses += first;
-    return part;
+            operands[k] = part(operands[k], first);
+    if (some.statuses != nullptr) some.statuses += first;
+    return some;
 }
 
 // Threads share the objects of a batch. The library takes one thread for what it is called for within.
@@ -359,12 +517,46 @@ int threads_for(const batch& work)
 
 } // namespace
 
+// One call for operands of which some are lists: every object has an address.
+void stack_call::walk_list(kernel compute, batch& work, const settings& how)
+{
+    const auto count = static_cast<std::size_t>(objects_);
+    std::vector<void*> tables[6];
+    int next = 0;
+    const auto take = [&](const place& p, operand& o) {
+        o = operand_of(p);
+        o.many = PyArray_NDIM(p.get()) > p.core;
+        o.object = PyArray_NDIM(p.get()) > p.core ? PyArray_STRIDE(p.get(), 0) : 0;
+        // Numbers and statuses lie one behind the other in every layout.
+        if (!o.many || p.packed) return;
+        std::vector<void*>& table = tables[next++];
+        table = p.addresses;
+        for (std::size_t n = table.size(); n < count; ++n)
+            table.push_back(static_cast<char*>(o.data) + static_cast<std::ptrdiff_t>(n) * o.object);
+        o.table = table.data();
+    };
+    for (int i = 0; i < number_of_inputs_; ++i)
+        take(inputs_[i], work.in[i]);
+    for (int o = 0; o < number_of_outputs_; ++o)
+        take(outputs_[o], work.out[o]);
+    work.count = objects_;
+    work.listed = true;
+    if (how.can_fail) work.statuses = static_cast<tarnmStatus*>(PyArray_DATA(array_of(statuses_)));
+    const int threads = how.in_blocks ? threads_for(work) : 1;
+    failures_ = threads > 1 ? compute_in_parts(compute, work, threads) : compute(work);
+    complex_found_ = work.complex_found;
+}
+
 void stack_call::walk(const kernel_pair& kernels, const settings& how)
 {
     const int operands = number_of_inputs_ + number_of_outputs_;
+    const kernel compute = type_ == NPY_FLOAT ? kernels.single : kernels.wide;
     batch work;
     work.number = how.number;
     work.core = how.core;
+    for (const place* places : {inputs_, outputs_})
+        for (int k = 0; k < 3; ++k)
+            if (places[k].listed() && objects_ > 1) return walk_list(compute, work, how);
     walker stack;
     {
         place* places[walker::most];
@@ -403,7 +595,6 @@ void stack_call::walk(const kernel_pair& kernels, const settings& how)
         items[k]->object = inner && stack.steps[0][k] != 0 ? stack.steps[0][k] : items[k]->rows * items[k]->columns * 8;
     }
     tarnmStatus* const statuses = how.can_fail ? static_cast<tarnmStatus*>(PyArray_DATA(array_of(statuses_))) : nullptr;
-    const kernel compute = type_ == NPY_FLOAT ? kernels.single : kernels.wide;
 
     // The places of the first elements of a planar batch.
     std::vector<void*> tables;
@@ -465,6 +656,7 @@ void stack_call::walk(const kernel_pair& kernels, const settings& how)
 
 void stack_call::run(const kernel_pair& kernels, const settings& how)
 {
+    dissolve_lists(how);
     for (int i = 0; i < number_of_inputs_; ++i) {
         place& p = inputs_[i];
         const bool whole = p.must_be_stack && PyArray_SIZE(p.get()) != 0 && objects_ > 1 &&
@@ -487,6 +679,12 @@ void stack_call::run(const kernel_pair& kernels, const settings& how)
     for (int o = 0; o < number_of_outputs_; ++o) {
         place& p = outputs_[o];
         if (!p.given) continue;
+        if (is_list(p.given)) {
+            const py::object all = p.array;
+            for (npy_intp n = 0; n < objects_; ++n)
+                p.given[py::int_(n)][py::ellipsis()] = all[py::int_(n)];
+            continue;
+        }
         if (PyArray_CopyInto(array_of(p.given), p.get()) < 0) throw py::error_already_set();
         p.array = p.given;
     }
@@ -514,6 +712,7 @@ void stack_call::report_failures(npy_intp failures)
 
 py::object stack_call::result(int i) const
 {
+    if (outputs_[i].items) return outputs_[i].items;
     if (PyArray_NDIM(outputs_[i].get()) > 0) return outputs_[i].array;
     // A number in place of an array without axes, but not in place of the caller's own.
     if (outputs_[i].must_be_stack) return outputs_[i].array;

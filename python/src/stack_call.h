@@ -6,8 +6,8 @@
 //   const int x = call.output("out", object, {rows, columns});
 //   return call.run(inverses, ...);
 //
-// The axes before those of an object are the stack; stacks broadcast as NumPy does it. Arrays go through as they lie; one
-// that cannot is copied, unless the caller forbids it.
+// The axes before those of an object are the stack; stacks broadcast as NumPy does it. A list of arrays is a stack of one
+// axis. Arrays go through as they lie; one that cannot is copied, unless the caller forbids it.
 #ifndef TARNM_PYTHON_STACK_CALL_H
 #define TARNM_PYTHON_STACK_CALL_H
 
@@ -22,6 +22,8 @@
 
 #include <initializer_list>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <pybind11/pybind11.h>
 
@@ -30,6 +32,9 @@
 namespace tarnm::python {
 
 namespace py = pybind11;
+
+// The first and the last byte.
+using byte_range = std::pair<const char*, const char*>;
 
 struct options {
     py::object out;      // None, an array, or a tuple of arrays
@@ -69,6 +74,8 @@ public:
         bool planar = false;
         // The kernel works block by block: threads share the objects, which the library would not do within a block.
         bool in_blocks = false;
+        // The kernel takes objects that lie anywhere.
+        bool lists = false;
         double number = 0;
         int core = 2;
     };
@@ -89,11 +96,25 @@ private:
         bool may_be_result = false;
         bool packed = false;
         bool is_pivots = false;
-        py::object given; // the caller's array, where the result has to be copied into it
+        py::object given; // the caller's array or list, where the result has to be copied into it
+        // Of a list of arrays: its items, where they begin, and `array` a view of the first one with an axis for the stack,
+        // whose step means nothing.
+        py::object items;
+        std::vector<void*> addresses;
+        bool listed() const { return !addresses.empty(); }
         PyArrayObject* get() const { return reinterpret_cast<PyArrayObject*>(array.ptr()); }
     };
 
     [[noreturn]] void raise(PyObject* kind, const std::string& reason) const;
+    void check_type(const std::string& name, const py::object& object) const;
+    void take_list(place& p, const py::object& list);
+    py::object item_of(const place& p, npy_intp n) const;
+    py::object stacked(const place& p) const;
+    void output_list(place& p, const py::object& list, const npy_intp* shape, int dimensions);
+    std::vector<byte_range> ranges_of(const place& p) const;
+    void dissolve_lists(const settings& how);
+    bool can_list() const;
+    void walk_list(kernel compute, batch& work, const settings& how);
     void copy_input(place& p, bool whole_stack);
     void separate_from_results();
     bool usable(const place& p) const;
@@ -117,6 +138,7 @@ private:
     friend struct walker;
 };
 
+bool is_list(const py::object& object);
 std::string shape_text(PyArrayObject* array);
 
 } // namespace tarnm::python

@@ -2,7 +2,7 @@
 //
 //   matrices, matrix, vectors, vector   the view of an operand: of all objects, of the one that serves all
 //   pair_of_matrices, ...               calls with views of both inputs, of which at least one is an array
-//   by_layout                           calls with the layout of a batch
+//   by_layout, by_place                 calls with the layout of a batch
 #ifndef TARNM_PYTHON_VIEWS_H
 #define TARNM_PYTHON_VIEWS_H
 
@@ -25,6 +25,8 @@ template <class T, layout Layout> auto matrices(const operand& o, std::ptrdiff_t
     if constexpr (Layout == layout::elements)
         return matrix_elements_array<T>(reinterpret_cast<T* const*>(o.table), count, o.rows, o.columns,
                                         {.object = o.object});
+    else if constexpr (Layout == layout::list)
+        return matrix_list<T>(reinterpret_cast<T* const*>(o.table), count, o.rows, o.columns, strides_of(o));
     else
         return matrix_array<T>(static_cast<T*>(o.data), count, o.rows, o.columns, strides_of(o));
 }
@@ -41,6 +43,8 @@ template <class T, layout Layout> auto vectors(const operand& o, std::ptrdiff_t 
 {
     if constexpr (Layout == layout::elements)
         return vector_elements_array<T>(reinterpret_cast<T* const*>(o.table), count, o.columns, {.object = o.object});
+    else if constexpr (Layout == layout::list)
+        return vector_list<T>(reinterpret_cast<T* const*>(o.table), count, o.columns, {.element = o.element});
     else
         return vector_array<T>(static_cast<T*>(o.data), count, o.columns, {.object = o.object, .element = o.element});
 }
@@ -64,8 +68,15 @@ inline std::span<tarnmStatus> statuses_of(const batch& work)
     return {work.statuses, static_cast<std::size_t>(work.count)};
 }
 
+// For kernels that have no use for planes.
+template <class Call> std::ptrdiff_t by_place(const batch& work, Call call)
+{
+    return work.listed ? call(layout_constant<layout::list>()) : call(layout_constant<layout::strided>());
+}
+
 template <class Call> std::ptrdiff_t by_layout(const batch& work, Call call)
 {
+    if (work.listed) return call(layout_constant<layout::list>());
     return work.planar ? call(layout_constant<layout::elements>()) : call(layout_constant<layout::strided>());
 }
 

@@ -8,15 +8,18 @@ broadcast as NumPy does it, float32 stays float32, and every function takes ``ou
     >>> tarnm.det(a)
     array([ 1.,  8., 27., 64.], dtype=float32)
 
+A list of arrays of one shape, each one vector or matrix, is a stack too: tarnm.inv([a, b, c]). It is taken as it lies, without
+being gathered, by all functions but solve, lstsq, lu, eig, qr_factor and those that solve with factors.
+
 Arguments that functions have in common:
 
-out      an array for the result, or a tuple of arrays where there are several results
+out      an array for the result, or a list of arrays, one for each object; a tuple of these where there are several results
 errors   'raise': numpy.linalg.LinAlgError names the first object that failed; 'return': the result and an int32 array with a
          status for each object, 0 where it succeeded, and those results complete
 threads  how many threads the call may use. The setting is one of the process, set for the duration of the call: calls from
          other threads at the same time see it too.
 copy     False: raise where an array would have to be copied, because a stride is negative, zero within an object or no
-         multiple of the element size, or because it shares memory with a result
+         multiple of the element size, because it shares memory with a result, or because a list has to be gathered
 """
 
 from . import geometry, raw

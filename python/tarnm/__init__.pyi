@@ -1,6 +1,6 @@
 """Types of the package; what the functions do stands in their docstrings."""
 
-from typing import Any, Literal, Optional, Union
+from typing import Any, Literal, Optional, Sequence, Union
 
 from numpy.typing import NDArray
 
@@ -12,68 +12,70 @@ from ._statuses import Status as Status
 __version__: str
 
 Array = NDArray[Any]
+# A stack, or a list of arrays that is one.
+Stack = Union[Array, Sequence[Array]]
 Errors = Literal["raise", "return"]
 Triangle = Literal["L", "U"]
 
 def matmul(
-    a: Array, b: Array, *, out: Optional[Array] = None, threads: Optional[int] = None, copy: bool = True
+    a: Stack, b: Stack, *, out: Optional[Stack] = None, threads: Optional[int] = None, copy: bool = True
 ) -> Any: ...
 def matvec(
-    a: Array, x: Array, *, out: Optional[Array] = None, threads: Optional[int] = None, copy: bool = True
-) -> Array: ...
+    a: Stack, x: Stack, *, out: Optional[Stack] = None, threads: Optional[int] = None, copy: bool = True
+) -> Any: ...
 def dot(
-    a: Array, b: Array, *, out: Optional[Array] = None, threads: Optional[int] = None, copy: bool = True
+    a: Stack, b: Stack, *, out: Optional[Stack] = None, threads: Optional[int] = None, copy: bool = True
 ) -> Any: ...
 def norm(
-    a: Array, *, out: Optional[Array] = None, threads: Optional[int] = None, copy: bool = True
+    a: Stack, *, out: Optional[Stack] = None, threads: Optional[int] = None, copy: bool = True
 ) -> Any: ...
 def cross(
-    a: Array, b: Array, *, out: Optional[Array] = None, threads: Optional[int] = None, copy: bool = True
-) -> Array: ...
+    a: Stack, b: Stack, *, out: Optional[Stack] = None, threads: Optional[int] = None, copy: bool = True
+) -> Any: ...
 def add(
-    a: Union[Array, float], b: Union[Array, float], *, out: Optional[Array] = None, threads: Optional[int] = None, copy: bool = True
-) -> Array: ...
+    a: Union[Stack, float], b: Union[Stack, float], *, out: Optional[Stack] = None, threads: Optional[int] = None, copy: bool = True
+) -> Any: ...
 def subtract(
-    a: Union[Array, float], b: Union[Array, float], *, out: Optional[Array] = None, threads: Optional[int] = None, copy: bool = True
-) -> Array: ...
+    a: Union[Stack, float], b: Union[Stack, float], *, out: Optional[Stack] = None, threads: Optional[int] = None, copy: bool = True
+) -> Any: ...
 def scale(
-    a: Array, c: float, *, out: Optional[Array] = None, threads: Optional[int] = None, copy: bool = True
-) -> Array: ...
+    a: Stack, c: float, *, out: Optional[Stack] = None, threads: Optional[int] = None, copy: bool = True
+) -> Any: ...
 def det(
-    a: Array, *, out: Optional[Array] = None, threads: Optional[int] = None, copy: bool = True
+    a: Stack, *, out: Optional[Stack] = None, threads: Optional[int] = None, copy: bool = True
 ) -> Any: ...
 def trace(
-    a: Array, *, out: Optional[Array] = None, threads: Optional[int] = None, copy: bool = True
+    a: Stack, *, out: Optional[Stack] = None, threads: Optional[int] = None, copy: bool = True
 ) -> Any: ...
 def transpose(
-    a: Array, *, out: Optional[Array] = None, threads: Optional[int] = None, copy: bool = True
-) -> Array: ...
+    a: Stack, *, out: Optional[Stack] = None, threads: Optional[int] = None, copy: bool = True
+) -> Any: ...
 def inv(
-    a: Array, *, out: Optional[Array] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
+    a: Stack, *, out: Optional[Stack] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
 ) -> Any: ...
 def solve(
-    a: Array, b: Array, *, out: Optional[Array] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
+    a: Stack, b: Stack, *, out: Optional[Stack] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
 ) -> Any: ...
 def lstsq(
-    a: Array, b: Array, *, out: Optional[Array] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
+    a: Stack, b: Stack, *, out: Optional[Stack] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
 ) -> Any: ...
 def cholesky(
-    a: Array, *, out: Optional[Array] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
+    a: Stack, *, out: Optional[Stack] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
 ) -> Any: ...
 def qr(
-    a: Array, *, out: Optional[tuple[Array, ...]] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
-) -> tuple[Array, ...]: ...
+    a: Stack, *, out: Optional[tuple[Stack, ...]] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
+) -> tuple[Any, ...]: ...
 def eigvalsh(
-    a: Array, UPLO: Triangle = "L", *, out: Optional[Array] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
+    a: Stack, UPLO: Triangle = "L", *, out: Optional[Stack] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
 ) -> Any: ...
 def eigh(
-    a: Array, UPLO: Triangle = "L", *, out: Optional[tuple[Array, ...]] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
-) -> tuple[Array, ...]: ...
+    a: Stack, UPLO: Triangle = "L", *, out: Optional[tuple[Stack, ...]] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
+) -> tuple[Any, ...]: ...
 def eigvals(
-    a: Array, *, out: Optional[Array] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
+    a: Stack, *, out: Optional[Stack] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
 ) -> Any: ...
 def eig(
-    a: Array, left: bool = False, right: bool = True, *, out: Optional[tuple[Array, ...]] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
-) -> tuple[Array, ...]: ...
+    a: Stack, left: bool = False, right: bool = True, *, out: Optional[tuple[Stack, ...]] = None, errors: Errors = "raise", threads: Optional[int] = None, copy: bool = True
+) -> tuple[Any, ...]: ...
 def set_num_threads(threads: int) -> None: ...
 def get_num_threads() -> int: ...

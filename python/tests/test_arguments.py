@@ -1,5 +1,8 @@
 """What functions tell of wrong arguments, of objects that fail, and where results are written."""
 
+import sys
+import threading
+
 import numpy
 import pytest
 
@@ -252,3 +255,31 @@ def test_threads(random, dtype):
     assert tarnm.get_num_threads() == 2
     tarnm.set_num_threads(0)
     assert tarnm.get_num_threads() == before
+
+
+def test_other_threads_of_python_run_meanwhile(random):
+    a = stack_of(random, (5000, 6, 6), numpy.float64)
+    before = sys.getswitchinterval()
+    # Whoever holds the lock of the interpreter has to give it up after a microsecond: some steps of the loop below, not many.
+    sys.setswitchinterval(1e-6)
+    try:
+        for _ in range(50):
+            started, finished = threading.Event(), threading.Event()
+
+            def work():
+                started.set()
+                tarnm.eigvals(a, threads=1)
+                finished.set()
+
+            worker = threading.Thread(target=work)
+            worker.start()
+            started.wait()
+            steps = 0
+            while not finished.is_set():
+                steps += 1
+            worker.join()
+            if steps > 3000:
+                return
+    finally:
+        sys.setswitchinterval(before)
+    raise AssertionError(f"only {steps} steps while the library worked")

@@ -19,6 +19,18 @@ namespace detail {
 template <class D> void complete_lower(const D& lower)
 {
     using T = typename D::value_type;
+    if constexpr (D::place == layout::strided && D::is_array) {
+        auto* object = reinterpret_cast<std::byte*>(lower.origin());
+        const std::ptrdiff_t order = lower.rows(), row = lower.row_stride(), element = lower.element_stride();
+        for (std::ptrdiff_t n = 0; n < lower.count(); ++n, object += lower.object_stride())
+            for (std::ptrdiff_t r = 0; r < order; ++r) {
+                std::byte* place = object + r * (row + element);
+                store(reinterpret_cast<T*>(place), 1 / load(reinterpret_cast<T*>(place)));
+                for (std::ptrdiff_t c = r + 1; c < order; ++c)
+                    store(reinterpret_cast<T*>(place += element), T(0));
+            }
+        return;
+    }
     for (std::ptrdiff_t n = 0; n < lower.count(); ++n)
         for (std::ptrdiff_t r = 0; r < lower.rows(); ++r) {
             T* const diagonal = lower.address(n, r, r);
