@@ -17,8 +17,8 @@ template <class T> std::ptrdiff_t values_of_symmetric(const batch& work)
     const auto statuses = statuses_of(work);
     return by_place(work, [&](auto place) {
         return detail::symmetric_values_right(matrices<const T, place.value>(work.in[0], work.count),
-                                              detail::make_run(values, order), nullptr, std::tie(statuses, std::nothrow),
-                                              detail::sorting::ascending);
+                                              detail::make_run(values, order), nullptr,
+                                              std::tie(statuses, std::nothrow), detail::sorting::ascending);
     });
 }
 
@@ -52,7 +52,8 @@ template <class T> std::ptrdiff_t values_of_general(const batch& work)
 {
     const std::ptrdiff_t size = work.count * work.in[0].rows;
     scratch_array<T> real(size), imaginary(size);
-    const std::span re(real.data(), static_cast<std::size_t>(size)), im(imaginary.data(), static_cast<std::size_t>(size));
+    const std::span re(real.data(), static_cast<std::size_t>(size)),
+        im(imaginary.data(), static_cast<std::size_t>(size));
     const std::ptrdiff_t failures = by_place(work, [&](auto place) {
         return eigenvalues(matrices<const T, place.value>(work.in[0], work.count), re, im, statuses_of(work));
     });

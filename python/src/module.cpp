@@ -157,8 +157,10 @@ object scaled_list(const char* function, const object& a, const object& number, 
     const py::tuple shape = object(a[py::int_(0)]).attr("shape");
     const py::tuple by_rows = py::make_tuple(-1, shape[1]);
     options inner = o;
-    if (to_list) inner.out = rows_of(o.out);
-    else if (!o.out.is_none()) inner.out = o.out.attr("reshape")(by_rows);
+    if (to_list)
+        inner.out = rows_of(o.out);
+    else if (!o.out.is_none())
+        inner.out = o.out.attr("reshape")(by_rows);
     const object rows = with_number(function, rows_of(a), number, kernels, inner);
     if (!o.out.is_none()) return o.out;
     return rows.attr("reshape")(py::make_tuple(py::len(a), shape[0], shape[1]));

@@ -301,7 +301,8 @@ template <class T> std::ptrdiff_t q_and_r(const batch& work)
             }
             std::ptrdiff_t refused = 0;
             for (std::ptrdiff_t n = 0; n < count; ++n)
-                refused += q_and_r_alone<T>(a.objects(n, 1), q.objects(n, 1), r.objects(n, 1), work.statuses[first + n]);
+                refused +=
+                    q_and_r_alone<T>(a.objects(n, 1), q.objects(n, 1), r.objects(n, 1), work.statuses[first + n]);
             return refused;
         });
         failures += failed;

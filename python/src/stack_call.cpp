@@ -103,8 +103,7 @@ bool is_list(const py::object& object) { return PyList_Check(object.ptr()) || Py
 void stack_call::check_type(const std::string& name, const py::object& object) const
 {
     if (!PyArray_Check(object.ptr()))
-        raise(PyExc_TypeError,
-              name + " must be an array of float32 or float64, not " + Py_TYPE(object.ptr())->tp_name);
+        raise(PyExc_TypeError, name + " must be an array of float32 or float64, not " + Py_TYPE(object.ptr())->tp_name);
     PyArrayObject* const array = array_of(object);
     const int type = PyArray_TYPE(array);
     if ((type != NPY_FLOAT && type != NPY_DOUBLE) || PyArray_ISBYTESWAPPED(array))
@@ -127,16 +126,18 @@ void stack_call::take_list(place& p, const py::object& list)
         PyArrayObject* const array = array_of(item);
         if (n == 0) first = array;
         if (PyArray_TYPE(array) != PyArray_TYPE(first))
-            raise(PyExc_TypeError, item_name + " is of " + type_text(array) + ", " + name + "[0] of " + type_text(first));
+            raise(PyExc_TypeError,
+                  item_name + " is of " + type_text(array) + ", " + name + "[0] of " + type_text(first));
         if (PyArray_NDIM(array) != p.core)
             raise(PyExc_ValueError, item_name + " with shape " + shape_text(array) + " must have " +
                                         std::to_string(p.core) + (p.core == 1 ? " axis" : " axes") +
                                         ", as an item of a list");
         if (!std::equal(PyArray_DIMS(array), PyArray_DIMS(array) + p.core, PyArray_DIMS(first)))
-            raise(PyExc_ValueError, item_name + " has shape " + shape_text(array) + ", " + name + "[0] has shape " +
-                                        shape_text(first));
+            raise(PyExc_ValueError,
+                  item_name + " has shape " + shape_text(array) + ", " + name + "[0] has shape " + shape_text(first));
         for (int axis = 0; axis < p.core; ++axis)
-            alike = alike && (PyArray_DIM(array, axis) <= 1 || PyArray_STRIDE(array, axis) == PyArray_STRIDE(first, axis));
+            alike =
+                alike && (PyArray_DIM(array, axis) <= 1 || PyArray_STRIDE(array, axis) == PyArray_STRIDE(first, axis));
         p.addresses.push_back(PyArray_DATA(array));
     }
     npy_intp shape[3] = {static_cast<npy_intp>(items.size())}, strides[3] = {0};
@@ -148,8 +149,9 @@ void stack_call::take_list(place& p, const py::object& list)
     if (alike && usable(p)) return;
     p.addresses.clear();
     if (!options_.copy)
-        raise(PyExc_ValueError, name + " is a list of arrays whose strides differ or cannot pass; they would have to be "
-                                       "copied, which copy=False forbids");
+        raise(PyExc_ValueError, name +
+                                    " is a list of arrays whose strides differ or cannot pass; they would have to be "
+                                    "copied, which copy=False forbids");
     p.array = py::module_::import("numpy").attr("stack")(list);
 }
 
@@ -349,7 +351,8 @@ void stack_call::output_list(place& p, const py::object& list, const npy_intp* s
     }
     take_list(p, list);
     if (PyArray_TYPE(p.get()) != type_)
-        raise(PyExc_TypeError, std::string(p.name) + " is of " + type_text(p.get()) + ", the result is of another type");
+        raise(PyExc_TypeError,
+              std::string(p.name) + " is of " + type_text(p.get()) + ", the result is of another type");
     if (PyArray_NDIM(p.get()) != dimensions || !std::equal(shape, shape + dimensions, PyArray_DIMS(p.get())))
         raise(PyExc_ValueError, std::string(p.name) + " has shape " + shape_text(p.get()) + ", the result has shape " +
                                     text_of(shape, dimensions));
@@ -385,7 +388,8 @@ void stack_call::dissolve_lists(const settings& how)
         place& p = outputs_[o];
         if (!p.listed()) continue;
         if (!options_.copy)
-            raise(PyExc_ValueError, std::string(p.name) + " would have to be written by a copy, which copy=False forbids");
+            raise(PyExc_ValueError,
+                  std::string(p.name) + " would have to be written by a copy, which copy=False forbids");
         p.given = p.items;
         p.addresses.clear();
         p.array = stolen(PyArray_SimpleNew(PyArray_NDIM(p.get()), PyArray_DIMS(p.get()), type_));
@@ -415,7 +419,8 @@ void stack_call::separate_from_results()
             if (PyArray_SIZE(p.get()) == 0) continue;
             std::vector<byte_range> read = ranges_of(p);
             if (!overlap(read, written)) continue;
-            if (p.may_be_result && p.addresses == outputs_[o].addresses && same_places(outputs_[o].get(), p.get())) continue;
+            if (p.may_be_result && p.addresses == outputs_[o].addresses && same_places(outputs_[o].get(), p.get()))
+                continue;
             copy_input(p, false);
         }
     }
