@@ -66,7 +66,7 @@ def compared(ours, theirs, count, budget):
         times = [seconds(ours, repeat), seconds(theirs, repeat)]
         if turn > 0:
             best = [min(pair) for pair in zip(best, times)]
-        if turn >= 5 and time.perf_counter() > end:
+        if turn >= 3 and time.perf_counter() > end:
             return [1e9 * each / count for each in best]
 
 

@@ -9,6 +9,7 @@ TARNM_BUILD_JOBS      parallel jobs, by default the number of processors
 TARNM_BUILD_VARIANTS  OFF: the library for AVX alone, in a third of the time
 TARNM_BUILD_FOLDER    the absolute path of a build tree that is there already, configured with
                       TARNM_BUILD_PYTHON; by default build/wheel is made
+CMAKE_ARGS            more options for CMake
 """
 
 import base64
@@ -16,6 +17,7 @@ import hashlib
 import os
 import platform
 import re
+import shlex
 import subprocess
 import sys
 import sysconfig
@@ -65,6 +67,7 @@ def _build():
         "cmake", "-S", ROOT, "-B", folder, "-DCMAKE_BUILD_TYPE=Release", "-DTARNM_BUILD_PYTHON=ON",
         f"-DTARNM_BUILD_VARIANTS={variants}", "-DTARNM_BUILD_TESTS=OFF", "-DTARNM_BUILD_EXAMPLES=OFF",
         "-DTARNM_WARNINGS_AS_ERRORS=OFF", f"-DPython_EXECUTABLE={sys.executable}",
+        *shlex.split(os.environ.get("CMAKE_ARGS", "")),
     )
     jobs = os.environ.get("TARNM_BUILD_JOBS", os.cpu_count() or 1)
     _run("cmake", "--build", folder, "--parallel", jobs, "--target", *targets)
