@@ -184,7 +184,9 @@ int run(const Options& options)
             std::fprintf(stderr, "[%zu/%zu] %s: WRONG: %s\n", i + 1, plans.size(), plan.name.c_str(),
                          difference.c_str());
             ++wrong;
-        } else if (!options.check) {
+        } else if (options.check) {
+            std::fprintf(stderr, "[%zu/%zu] %s: agrees\n", i + 1, plans.size(), plan.name.c_str());
+        } else {
             findings.push_back(find(plan, row, machine, perRow));
             // As soon as it is known: an interrupted run leaves a table too.
             if (findings.size() == 1) std::fputs(tableHead(), stdout);
