@@ -4,10 +4,10 @@
 //   multiply      the kernel of all members that multiply a matrix by a matrix
 #pragma once
 
-#include "products/block_product.h"
 #include "products/one_product.h"
-#include "products/one_vector_product.h"
-#include "products/row_product.h"
+#include "products/planes.h"
+#include "products/side_by_side.h"
+#include "products/triples.h"
 #include "tarnm/tarnm.h"
 
 namespace tarnm {
@@ -47,68 +47,51 @@ void multiplyObjectOfCase(const A& a, const B& b, const D& d)
         multiplyCase<n, n == 5 ? plan.groupingOf5 : Grouping::none>(a, b, d);
 }
 
-template <class Object> Single<Transposed<Object>> transposedOnce(const Single<Object>& matrix)
-{
-    return {{matrix.object}};
-}
-template <class Object> Single<Object> transposedOnce(const Single<Transposed<Object>>& matrix)
-{
-    return {matrix.object.stored};
-}
-
-// The rows of many matrices times one matrix are many vectors times its transpose.
-template <int n, class A, class B, class D> bool multipliedAsVectors(const A& a, const B& b, const D& d, Place place)
+// Rows of 3 elements, packed over all objects, times one matrix are so many vectors times its transpose.
+template <class A, class B, class D> bool multipliedAsTriples(const A& a, const B& b, const D& d, Place place)
 {
     using T = typename D::ObjectView::Element;
-    if constexpr (
-        B::isSingle &&
-        requires {
-            requires A::ObjectView::isDense;
-            requires D::ObjectView::isDense;
-        } &&
-        requires {
-            a.first;
-            d.first;
-        }) {
-        using Rows = ObjectArray<StridedVector<const T, Spacing::dense>>;
-        using Results = ObjectArray<StridedVector<T, Spacing::dense>>;
-        const std::ptrdiff_t rowStride = a.first.rowStride, resultStride = d.first.rowStride;
-        const bool areEvenlySpaced = a.objectStride == n * rowStride && d.objectStride == n * resultStride;
-        if (!areEvenlySpaced || place.total > INT32_MAX / n) return false;
-        const Rows rows{{a.first.base, {}}, rowStride};
-        const Results results{{d.first.base, {}}, resultStride};
-        const Place allRows{place.first * n, place.count * n, place.total * n};
-        const auto matrix = transposedOnce(b);
-        multiplyVectorsInBlocks<n, RowGrouping::none>(
-            matrix, rows, NoSummand{}, results, allRows,
-            [&](std::ptrdiff_t r) { multiplyVectorCase<n>(matrix.object, rows[r], results[r]); });
+    if constexpr (requires {
+                      requires B::isSingle && hasQuickTriples<T>;
+                      a.first.rowStride;
+                      d.first.rowStride;
+                  }) {
+        constexpr std::ptrdiff_t row = 3 * sizeof(T);
+        const bool arePacked = a.first.rowStride == row && a.objectStride == 3 * row && d.first.rowStride == row &&
+                               d.objectStride == 3 * row;
+        if (!arePacked || place.total > INT32_MAX / 3) return false;
+        const ObjectArray<StridedVector<const T, Spacing::dense>> rows{{a.first.base, {}}, row};
+        const ObjectArray<StridedVector<T, Spacing::dense>> results{{d.first.base, {}}, row};
+        const Single<decltype(transposedView(b.object))> matrix{transposedView(b.object)};
+        const Place all{place.first * 3, place.count * 3, place.total * 3};
+        const Place rest = multiplyTriples(matrix.object, rows, NoSummand{}, results, all);
+        multiplyVectorsByRows<3, RowGrouping::none>(matrix, rows, NoSummand{}, results, rest);
         return true;
     } else
         return false;
 }
 
+template <int n, class A, class B, class D> void multiplyDense(const A& a, const B& b, const D& d, Place place)
+{
+    using T = typename D::ObjectView::Element;
+    if constexpr (n == 4 && hasRowsSideBySide<T>)
+        if (haveRowsSideBySide(a) && haveRowsSideBySide(d)) return multiplySideBySide(a, b, d, place);
+    if constexpr (n == 3)
+        if (multipliedAsTriples(a, b, d, place)) return;
+    multiplyByRows<n>(a, b, d, place);
+}
+
 template <ProductPlan plan, int n, class A, class B, class D>
 void multiplyObjectsOfCase(const A& a, const B& b, const D& d, Place place)
 {
-    using T = typename D::ObjectView::Element;
-    using Object = typename D::ObjectView;
-    constexpr bool isDense = requires { requires Object::isDense; };
-    constexpr bool isSinglePrecision = sizeof(T) == 4;
-    const auto object = [&](std::ptrdiff_t o) { multiplyObjectOfCase<plan, n>(a[o], b[o], d[o]); };
-    if constexpr (D::isSingle)
-        object(0);
-    else if constexpr (isDense && isSinglePrecision && n == 6)
-        multiplyByRows6(a, b, d, place);
+    constexpr bool isGrouped = n == 5 && plan.groupingOf5 != Grouping::none;
+    if constexpr (isDense<D> && !isGrouped)
+        multiplyDense<n>(a, b, d, place);
     else {
-        constexpr bool hasRowsOfVector = isDense && n == 4;
-        if constexpr (!isStrided<Object> && !hasRowsOfVector) {
-            if constexpr (n == 3)
-                if (multipliedAsVectors<n>(a, b, d, place)) return;
-            if (movesInBlocks(a) && movesInBlocks(b) && movesInBlocks(d))
-                return multiplyInBlocks<n>(a, b, d, place, object);
-        }
+        if constexpr (isOfTables<D>)
+            if (arePlanes(a) && arePlanes(b) && arePlanes(d)) return multiplyPlanes<n>(a, b, d, place);
         for (std::ptrdiff_t o = place.first; o < std::ptrdiff_t(place.first) + place.count; ++o)
-            object(o);
+            multiplyObjectOfCase<plan, n>(a[o], b[o], d[o]);
     }
 }
 
@@ -123,6 +106,19 @@ bool multipliedAsCase(const A& a, const B& b, const D& d, Extents extents, Place
     return false;
 }
 
+// Square matrices that fill vectors, where every sum is the ascending one.
+template <ProductPlan plan, int n, class A, class B, class D>
+bool multipliedByRows(const A& a, const B& b, const D& d, Extents extents, Place place)
+{
+    constexpr int shortestLanes = 2 * inner_lane_count<typename D::ObjectView::Element>;
+    if constexpr (isDense<D> && (plan.sum != Sum::innerLanes || n < shortestLanes))
+        if (extents.rows == n && extents.columns == n && extents.inner == n) {
+            multiplyByRowsFromZero<n>(a, b, d, place);
+            return true;
+        }
+    return false;
+}
+
 } // namespace products
 
 template <ProductPlan plan, class A, class B, class D>
@@ -131,7 +127,8 @@ tarnmStatus multiply(const A& a, const B& b, const D& d, Extents extents, Place 
     using namespace products;
     const bool done =
         multipliedAsCase<plan, 3>(a, b, d, extents, place) || multipliedAsCase<plan, 4>(a, b, d, extents, place) ||
-        multipliedAsCase<plan, 5>(a, b, d, extents, place) || multipliedAsCase<plan, 6>(a, b, d, extents, place);
+        multipliedAsCase<plan, 5>(a, b, d, extents, place) || multipliedAsCase<plan, 6>(a, b, d, extents, place) ||
+        multipliedByRows<plan, 8>(a, b, d, extents, place) || multipliedByRows<plan, 16>(a, b, d, extents, place);
     if (!done)
         for (std::ptrdiff_t o = place.first; o < std::ptrdiff_t(place.first) + place.count; ++o)
             multiplyObject<plan.sum>(a[o], b[o], d[o], extents);

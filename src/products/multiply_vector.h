@@ -7,8 +7,8 @@
 // the whole call: results do not depend on how it is spread over threads.
 #pragma once
 
-#include "products/block_product.h"
 #include "products/one_vector_product.h"
+#include "products/vectors_of_case.h"
 #include "tarnm/tarnm.h"
 
 namespace tarnm {
@@ -31,16 +31,13 @@ template <class... Address> bool areMultiplesOf(std::uintptr_t unit, Address... 
 template <int n, RowGrouping grouping, class M, class X, class D>
 void multiplyVectorsGrouped(const M& m, const X& x, const D& d, Place place)
 {
-    const auto object = [&](std::ptrdiff_t o) { multiplyVectorCase<n, grouping>(m[o], x[o], d[o]); };
-    if constexpr (!D::isSingle && !isStrided<typename D::ObjectView>)
-        if (movesInBlocks(m) && movesInBlocks(x) && movesInBlocks(d))
-            return multiplyVectorsInBlocks<n, grouping>(m, x, NoSummand{}, d, place, object);
-    for (std::ptrdiff_t o = place.first; o < std::ptrdiff_t(place.first) + place.count; ++o)
-        object(o);
+    multiplyVectorsOfCase<n, grouping>(m, x, NoSummand{}, d, place, [&](std::ptrdiff_t o) {
+        if constexpr (!isDense<D>) multiplyVectorCase<n>(m[o], x[o], d[o]);
+    });
 }
 
 template <VectorPlan plan, int n, class M, class X, class D>
-void multiplyVectorsOfCase(const M& m, const X& x, const D& d, Place place)
+void multiplyVectorsOfOrder(const M& m, const X& x, const D& d, Place place)
 {
     if constexpr (plan.looksAtAlignment && n == 4) {
         const auto& matrix = m.object;
@@ -75,13 +72,13 @@ tarnmStatus multiplyVector(const M& m, const X& x, const D& d, std::int32_t rows
     using namespace products;
     if (rows == inner) switch (rows) {
         case 3:
-            return multiplyVectorsOfCase<plan, 3>(m, x, d, place), StatusOk;
+            return multiplyVectorsOfOrder<plan, 3>(m, x, d, place), StatusOk;
         case 4:
-            return multiplyVectorsOfCase<plan, 4>(m, x, d, place), StatusOk;
+            return multiplyVectorsOfOrder<plan, 4>(m, x, d, place), StatusOk;
         case 5:
-            return multiplyVectorsOfCase<plan, 5>(m, x, d, place), StatusOk;
+            return multiplyVectorsOfOrder<plan, 5>(m, x, d, place), StatusOk;
         case 6:
-            return multiplyVectorsOfCase<plan, 6>(m, x, d, place), StatusOk;
+            return multiplyVectorsOfOrder<plan, 6>(m, x, d, place), StatusOk;
         }
     if constexpr (plan.looksAtAlignment) {
         const auto& matrix = m.object;

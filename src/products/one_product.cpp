@@ -7,6 +7,20 @@ namespace {
 
 constexpr int blockRows = 4;
 
+// Rows i and following, as long as they fill a block.
+template <int rows, class V, class A, class B, class D>
+TARNM_INLINE void multiplyBlocksOfRows(const A& a, const B& b, const D& d, Extents extents, std::ptrdiff_t& i,
+                                       std::ptrdiff_t j)
+{
+    for (; i + rows <= extents.rows; i += rows) {
+        V sums[rows];
+        ascendingSums(sums, a, b, i, j, extents.inner);
+        TARNM_UNROLL
+        for (int r = 0; r < rows; ++r)
+            setElementsAt(d, i + r, j, sums[r]);
+    }
+}
+
 template <Sum sum, class V, class A, class B, class D>
 TARNM_INLINE void multiplyStrip(const A& a, const B& b, const D& d, Extents extents, std::ptrdiff_t j)
 {
@@ -19,13 +33,8 @@ TARNM_INLINE void multiplyStrip(const A& a, const B& b, const D& d, Extents exte
                 setElementsAt(d, i, j, laneSum<2, V>(a, b, i, j, extents.inner, span));
     }
     const std::int32_t leftOver = extents.rows % blockRows;
-    for (; i + blockRows <= extents.rows; i += blockRows) {
-        V sums[blockRows];
-        ascendingSums(sums, a, b, i, j, extents.inner);
-        TARNM_UNROLL
-        for (int r = 0; r < blockRows; ++r)
-            setElementsAt(d, i + r, j, sums[r]);
-    }
+    if constexpr (lane_count_v < V >> 1) multiplyBlocksOfRows<2 * blockRows, V>(a, b, d, extents, i, j);
+    multiplyBlocksOfRows<blockRows, V>(a, b, d, extents, i, j);
     for (; i < extents.rows; ++i) {
         V sums[1];
         if (sum == Sum::paired && leftOver <= 2)
@@ -79,33 +88,9 @@ template <Sum sum, class A, class B, class D> void multiplyObject(const A& a, co
     }
 }
 
-namespace {
-
-// Whole rows of the result in one vector.
-template <class A, class B, class D> void multiplyCaseByRows(const A& a, const B& b, const D& d)
-{
-    constexpr int n = 4;
-    using V = lanes<typename D::Element, n>;
-    V rows[n], results[n];
-    TARNM_UNROLL
-    for (int k = 0; k < n; ++k)
-        rows[k] = elementsAt<V>(b, k, 0);
-    TARNM_UNROLL
-    for (int i = 0; i < n; ++i)
-        results[i] = rowOfCase<n, RowGrouping::none>(
-            [&](int k) __attribute__((always_inline)) { return V(a(i, k)); }, [&](int k) __attribute__((
-                                                                                  always_inline)) { return rows[k]; });
-    TARNM_UNROLL
-    for (int i = 0; i < n; ++i)
-        store(d.address(i, 0), results[i]);
-}
-
-} // namespace
-
 template <int n, Grouping grouping, class A, class B, class D> void multiplyCase(const A& a, const B& b, const D& d)
 {
     using T = typename D::Element;
-    if constexpr (n == 4 && requires { requires D::isDense; }) return multiplyCaseByRows(a, b, d);
     T x[n][n], y[n][n], z[n][n];
     for (int r = 0; r < n; ++r)
         for (int c = 0; c < n; ++c) {
@@ -165,7 +150,6 @@ template <class Matrix> using Stored = Matrix;
     TARNM_SUM(T, Scattered, Stored, Transposed, Sum::inMemory)                                                         \
     TARNM_SUM(T, Scattered, Transposed, Stored, Sum::inMemory)                                                         \
     TARNM_SUM(T, Scattered, Transposed, Transposed, Sum::inMemory)                                                     \
-    TARNM_CASES_OF_ALL_CODES(T, Dense)                                                                                 \
     TARNM_CASES_OF_ALL_CODES(T, Strided)                                                                               \
     TARNM_CASES_OF_ALL_CODES(T, Scattered)
 

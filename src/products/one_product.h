@@ -2,7 +2,7 @@
 //
 //   Sum               in which order the products of a sum are added outside the cases
 //   multiplyObject    any shape
-//   multiplyCase      n x n by n x n with n of 3, 4, 5 or 6
+//   multiplyCase      n x n by n x n with n of 3, 4, 5 or 6, where elements are not dense or sums are grouped
 //
 // a is seen at (i, k), b at (k, j) and the result at (i, j); a transposed operand arrives as Transposed. All sums
 // round each product and then add it. Defined and instantiated in one_product.cpp for the operands that members have.

@@ -119,8 +119,7 @@ void multiplyVectorObject(const M& m, const X& x, const D& d, std::int32_t rows,
     }
 }
 
-template <int n, RowGrouping grouping, class M, class X, class D>
-void multiplyVectorCase(const M& m, const X& x, const D& d)
+template <int n, class M, class X, class D> void multiplyVectorCase(const M& m, const X& x, const D& d)
 {
     using T = typename D::Element;
     T rows[n][n], vector[n], result[n];
@@ -130,7 +129,8 @@ void multiplyVectorCase(const M& m, const X& x, const D& d)
     for (int k = 0; k < n; ++k)
         vector[k] = x[k];
     for (int i = 0; i < n; ++i)
-        result[i] = rowOfCase<n, grouping>([&](int k) { return rows[i][k]; }, [&](int k) { return vector[k]; });
+        result[i] =
+            rowOfCase<n, RowGrouping::none>([&](int k) { return rows[i][k]; }, [&](int k) { return vector[k]; });
     for (int i = 0; i < n; ++i)
         d.set(i, result[i]);
 }
@@ -172,8 +172,6 @@ template <class Matrix> using Stored = Matrix;
     TARNM_SUM(T, Strided, StridedVectorOf, Transposed, RowSum::inMemory)                                               \
     TARNM_SUM(T, Scattered, ScatteredVectorOf, Stored, RowSum::inMemory)                                               \
     TARNM_SUM(T, Scattered, ScatteredVectorOf, Transposed, RowSum::inMemory)                                           \
-    TARNM_CASES(T, Dense, DenseVector, Stored)                                                                         \
-    TARNM_CASES(T, Dense, DenseVector, Transposed)                                                                     \
     TARNM_CASES(T, Strided, StridedVectorOf, Stored)                                                                   \
     TARNM_CASES(T, Strided, StridedVectorOf, Transposed)                                                               \
     TARNM_CASES(T, Scattered, ScatteredVectorOf, Stored)                                                               \
@@ -181,10 +179,5 @@ template <class Matrix> using Stored = Matrix;
 
 TARNM_PRODUCTS(float)
 TARNM_PRODUCTS(double)
-
-template void multiplyVectorCase<4, RowGrouping::evenAndOdd>(const Dense<const float>&, const DenseVector<const float>&,
-                                                             const DenseVector<float>&);
-template void multiplyVectorCase<5, RowGrouping::neighbours>(const Dense<const float>&, const DenseVector<const float>&,
-                                                             const DenseVector<float>&);
 
 } // namespace tarnm

@@ -2,7 +2,7 @@
 //
 //   RowSum                   in which order the products of an element are added outside the cases
 //   multiplyVectorObject     any shape
-//   multiplyVectorCase       n x n with n of 3, 4, 5 or 6
+//   multiplyVectorCase       n x n with n of 3, 4, 5 or 6, where elements are not dense
 //
 // The matrix is seen at (i, k); a transposed one arrives as Transposed. Defined and instantiated in
 // one_vector_product.cpp for the operands that members have.
@@ -34,7 +34,6 @@ enum class RowSum {
 template <RowSum sum, class M, class X, class D>
 void multiplyVectorObject(const M& m, const X& x, const D& d, std::int32_t rows, std::int32_t inner);
 
-template <int n, RowGrouping grouping = RowGrouping::none, class M, class X, class D>
-void multiplyVectorCase(const M& m, const X& x, const D& d);
+template <int n, class M, class X, class D> void multiplyVectorCase(const M& m, const X& x, const D& d);
 
 } // namespace tarnm

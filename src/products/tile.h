@@ -110,18 +110,21 @@ TARNM_INLINE V laneSum(const A& a, const B& b, std::ptrdiff_t i, std::ptrdiff_t 
     return sums[0];
 }
 
-// Calls strip(V{}, j) for the columns first .. end - 1: as many of the target's vectors as fit, then vectors of
-// 16 bytes, then single elements.
+// Strips as wide as V, from j on while they fit, and narrower ones behind them down to 16 bytes.
+template <class V, class Strip> TARNM_INLINE void inStripsOf(std::ptrdiff_t& j, std::int32_t end, const Strip& strip)
+{
+    constexpr int width = lane_count_v<V>;
+    for (; j + width <= end; j += width)
+        strip(V(scalar_t<V>(0)), j);
+    if constexpr (sizeof(V) > 16) inStripsOf<lanes<scalar_t<V>, width / 2>>(j, end, strip);
+}
+
+// Calls strip(V{}, j) for the columns first .. end - 1: as many of the target's vectors as fit, then smaller ones, then
+// single elements.
 template <class T, class Strip> TARNM_INLINE void inStrips(std::int32_t first, std::int32_t end, const Strip& strip)
 {
-    using Wide = native_lanes<T>;
-    using Narrow = lanes<T, 16 / sizeof(T)>;
     std::ptrdiff_t j = first;
-    for (; j + Wide::size() <= end; j += Wide::size())
-        strip(Wide(T(0)), j);
-    if constexpr (Narrow::size() < Wide::size())
-        for (; j + Narrow::size() <= end; j += Narrow::size())
-            strip(Narrow(T(0)), j);
+    inStripsOf<native_lanes<T>>(j, end, strip);
     for (; j < end; ++j)
         strip(T(0), j);
 }

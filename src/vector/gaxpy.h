@@ -7,9 +7,8 @@
 #pragma once
 
 #include "frame/operands.h"
-#include "products/block_product.h"
 #include "products/inner_lanes.h"
-#include "products/row_case.h"
+#include "products/vectors_of_case.h"
 #include "tarnm/tarnm.h"
 
 namespace tarnm {
@@ -21,15 +20,15 @@ struct GaxpyPlan {
 
 namespace products {
 
-template <int n, RowGrouping grouping, class M, class X, class U, class D>
-void gaxpyCase(const M& m, const X& x, const U& u, const D& d)
+template <int n, class M, class X, class U, class D> void gaxpyCase(const M& m, const X& x, const U& u, const D& d)
 {
     using T = typename D::Element;
     T factors[n], result[n];
     for (int k = 0; k < n; ++k)
         factors[k] = x[k];
     for (int i = 0; i < n; ++i) {
-        const T product = rowOfCase<n, grouping>([&](int k) { return m(i, k); }, [&](int k) { return factors[k]; });
+        const T product =
+            rowOfCase<n, RowGrouping::none>([&](int k) { return m(i, k); }, [&](int k) { return factors[k]; });
         result[i] = product + u[i];
     }
     for (int i = 0; i < n; ++i)
@@ -61,12 +60,9 @@ void gaxpyRow(const M& m, const X& x, const U& u, const D& d, std::ptrdiff_t i, 
 template <int n, RowGrouping grouping, class M, class X, class U, class D>
 void gaxpyObjectsOfCase(const M& m, const X& x, const U& u, const D& d, Place place)
 {
-    const auto object = [&](std::ptrdiff_t o) { gaxpyCase<n, grouping>(m[o], x[o], u[o], d[o]); };
-    if constexpr (!D::isSingle && !isStrided<typename D::ObjectView>)
-        if (movesInBlocks(m) && movesInBlocks(x) && movesInBlocks(u) && movesInBlocks(d))
-            return multiplyVectorsInBlocks<n, grouping>(m, x, u, d, place, object);
-    for (std::ptrdiff_t o = place.first; o < std::ptrdiff_t(place.first) + place.count; ++o)
-        object(o);
+    multiplyVectorsOfCase<n, grouping>(m, x, u, d, place, [&](std::ptrdiff_t o) {
+        if constexpr (!isDense<D>) gaxpyCase<n>(m[o], x[o], u[o], d[o]);
+    });
 }
 
 } // namespace products

@@ -1,0 +1,98 @@
+// Vectors that memory fills in part, more than once, or in threes. All memory ends at an inaccessible page.
+#include "frame/partial.h"
+#include "frame/triples.h"
+
+#include <cstring>
+
+#include <gtest/gtest.h>
+
+#include "guarded_memory.h"
+
+namespace tarnm {
+namespace {
+
+template <class T> T* elementsOf(const GuardedMemory& memory)
+{
+    T* const elements = reinterpret_cast<T*>(memory.data());
+    for (std::size_t i = 0; i < memory.size() / sizeof(T); ++i)
+        storeElement(elements + i, T(i + 1));
+    return elements;
+}
+
+template <class V> class Partial : public testing::Test {};
+
+using Vectors = testing::Types<lanes<float, 4>, lanes<float, 8>, lanes<double, 2>, lanes<double, 4>,
+                               native_lanes<float>, native_lanes<double>>;
+TYPED_TEST_SUITE(Partial, Vectors);
+
+template <int n, class V> void expectFirst(Flush flush)
+{
+    using T = scalar_t<V>;
+    const GuardedMemory source(n * sizeof(T), flush, 1), target(n * sizeof(T), flush, 1);
+    const T* const from = elementsOf<T>(source);
+    T* const to = elementsOf<T>(target);
+    const V loaded = loadFirst<n, V>(from);
+    for (int l = 0; l < V::size(); ++l)
+        EXPECT_EQ(loaded[l], l < n ? T(l + 1) : T(0)) << n << " of " << V::size() << ", lane " << l;
+    storeFirst<n>(to, V(T(7)) + loaded);
+    for (int l = 0; l < n; ++l)
+        EXPECT_EQ(loadElement(to + l), T(l + 8)) << n << " of " << V::size() << ", lane " << l;
+    if constexpr (n < V::size()) expectFirst<n + 1, V>(flush);
+}
+
+TYPED_TEST(Partial, MovesTheFirstLanesAndNothingElse)
+{
+    expectFirst<1, TypeParam>(Flush::begin);
+    expectFirst<1, TypeParam>(Flush::end);
+}
+
+template <int run, class V> void expectRepeated()
+{
+    using T = scalar_t<V>;
+    const GuardedMemory source(run * sizeof(T), Flush::end, 1);
+    const V loaded = loadRepeated<run, V>(elementsOf<T>(source));
+    for (int l = 0; l < V::size(); ++l)
+        EXPECT_EQ(loaded[l], T(l % run + 1)) << run << " in " << V::size() << ", lane " << l;
+    if constexpr (2 * run <= V::size()) expectRepeated<2 * run, V>();
+}
+
+TYPED_TEST(Partial, RepeatsARun) { expectRepeated<16 / sizeof(scalar_t<TypeParam>), TypeParam>(); }
+
+template <class V, class... Address> void expectPieces(const GuardedMemory& source, Address... address)
+{
+    using T = scalar_t<V>;
+    constexpr int length = 16 / sizeof(T);
+    const V loaded = loadFirstPieces<V>(address...);
+    const T* const places[] = {address...};
+    for (std::size_t l = 0; l < sizeof...(address) * length; ++l)
+        EXPECT_EQ(loaded[int(l)], loadElement(places[l / length] + l % length)) << "lane " << l;
+    if constexpr (sizeof...(address) * 16 < sizeof(V))
+        expectPieces<V>(source, address...,
+                        reinterpret_cast<const T*>(source.data()) + sizeof...(address) * (length - 1));
+}
+
+TYPED_TEST(Partial, JoinsPieces)
+{
+    using T = scalar_t<TypeParam>;
+    const GuardedMemory source(64, Flush::end, 1);
+    const T* const last = elementsOf<T>(source) + (64 - 16) / sizeof(T);
+    expectPieces<TypeParam>(source, last);
+}
+
+TYPED_TEST(Partial, MovesTriples)
+{
+    using T = scalar_t<TypeParam>;
+    constexpr int N = TypeParam::size();
+    const GuardedMemory source(3 * sizeof(TypeParam), Flush::end, 1), target(3 * sizeof(TypeParam), Flush::end, 1);
+    const T* const from = elementsOf<T>(source);
+    TypeParam xyz[3];
+    loadTriples(from, xyz);
+    for (int l = 0; l < N; ++l)
+        for (int k = 0; k < 3; ++k)
+            EXPECT_EQ(xyz[k][l], T(3 * l + k + 1)) << "lane " << l << " element " << k;
+    storeTriples(reinterpret_cast<T*>(target.data()), xyz);
+    EXPECT_EQ(target.contents(), source.contents());
+}
+
+} // namespace
+} // namespace tarnm
