@@ -4,7 +4,7 @@
 //   multiplyTriples   arrays of packed vectors, with packed summands or without
 #pragma once
 
-#include "frame/triples.h"
+#include "frame/blocks.h"
 #include "products/rows.h"
 
 namespace tarnm {
@@ -18,7 +18,7 @@ template <class V> TARNM_INLINE void addTriples(V (&)[3], NoSummand, std::ptrdif
 template <class V, class U> TARNM_INLINE void addTriples(V (&sums)[3], const ObjectArray<U>& u, std::ptrdiff_t o)
 {
     V summands[3];
-    loadTriples(u[o].address(0), summands);
+    blocks::loadPacked<3>(u[o].address(0), &summands[0]);
     TARNM_UNROLL
     for (int i = 0; i < 3; ++i)
         sums[i] = sums[i] + summands[i];
@@ -37,14 +37,14 @@ Place multiplyTriples(const M& m, const X x, const U u, const D d, Place place)
         matrix[i][k] = V(m(i, k));
     for (; place.count >= V::size(); place.first += V::size(), place.count -= V::size()) {
         V factors[3], sums[3];
-        loadTriples(x[place.first].address(0), factors);
+        blocks::loadPacked<3>(x[place.first].address(0), &factors[0]);
         TARNM_UNROLL
         for (int i = 0; i < 3; ++i)
             sums[i] = rowOfCase<3, RowGrouping::none>(
                 [&](int k) __attribute__((always_inline)) { return matrix[i][k]; },
                 [&](int k) __attribute__((always_inline)) { return factors[k]; });
         addTriples(sums, u, place.first);
-        storeTriples(d[place.first].address(0), sums);
+        blocks::storePacked<3>(d[place.first].address(0), &sums[0]);
     }
     return place;
 }

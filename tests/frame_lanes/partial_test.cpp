@@ -1,6 +1,6 @@
-// Vectors that memory fills in part, more than once, or in threes. All memory ends at an inaccessible page.
+// Vectors that memory fills in part or more than once. All memory ends at an inaccessible page.
+#include "frame/operands.h"
 #include "frame/partial.h"
-#include "frame/triples.h"
 
 #include <cstring>
 
@@ -77,21 +77,6 @@ TYPED_TEST(Partial, JoinsPieces)
     const GuardedMemory source(64, Flush::end, 1);
     const T* const last = elementsOf<T>(source) + (64 - 16) / sizeof(T);
     expectPieces<TypeParam>(source, last);
-}
-
-TYPED_TEST(Partial, MovesTriples)
-{
-    using T = scalar_t<TypeParam>;
-    constexpr int N = TypeParam::size();
-    const GuardedMemory source(3 * sizeof(TypeParam), Flush::end, 1), target(3 * sizeof(TypeParam), Flush::end, 1);
-    const T* const from = elementsOf<T>(source);
-    TypeParam xyz[3];
-    loadTriples(from, xyz);
-    for (int l = 0; l < N; ++l)
-        for (int k = 0; k < 3; ++k)
-            EXPECT_EQ(xyz[k][l], T(3 * l + k + 1)) << "lane " << l << " element " << k;
-    storeTriples(reinterpret_cast<T*>(target.data()), xyz);
-    EXPECT_EQ(target.contents(), source.contents());
 }
 
 } // namespace
