@@ -12,7 +12,6 @@
 #include <string>
 
 #include "peers/eigen_eigenproblems.h"
-#include "rows/eigenproblem_counts.h"
 #include "rows/lapack.h"
 #include "rows/rows.h"
 #include "rows/square.h"
@@ -145,16 +144,23 @@ template <class S> void bothVectors(Row& row)
     peers<S>(row, o, right, left);
 }
 
+// Objects take microseconds: at most 10000 of them, with one thread and with two.
+void addRow(Rows& rows, const std::string& name, const Rows::Prepare& prepare)
+{
+    rows.add(name, {1, 1000, 10000}, prepare);
+    rows.add(name + "/10000/2t", 10000, 2, prepare);
+}
+
 template <class T, int order> void valueRows(Rows& rows)
 {
     using S = Square<T, order>;
-    addEigenproblem(rows, "eigen_values/" + S::name(), values<S>);
+    addRow(rows, "eigen_values/" + S::name(), values<S>);
 }
 
 template <class T, int order> void rightRows(Rows& rows)
 {
     using S = Square<T, order>;
-    addEigenproblem(rows, "eigen_right/" + S::name(), rightVectors<S>);
+    addRow(rows, "eigen_right/" + S::name(), rightVectors<S>);
 }
 
 template <class T> void rowsOfType(Rows& rows)
@@ -166,7 +172,7 @@ template <class T> void rowsOfType(Rows& rows)
     rightRows<T, 3>(rows);
     rightRows<T, 4>(rows);
     rightRows<T, 6>(rows);
-    addEigenproblem(rows, "eigen_both/" + Square<T, 4>::name(), bothVectors<Square<T, 4>>);
+    addRow(rows, "eigen_both/" + Square<T, 4>::name(), bothVectors<Square<T, 4>>);
 }
 
 } // namespace
