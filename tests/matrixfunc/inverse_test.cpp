@@ -155,9 +155,9 @@ TEST(Inverse, ByCofactorsClearsTheFirstElementOfScratchAtASmallPivot)
         const int buffer = call.call.operandIndex("pBuffer");
         double first = -1;
         if (member.type == Type::f32)
-            first = *reinterpret_cast<const float*>(call.call.address(buffer, 0, 0, 0));
+            first = double(call.call.read<float>(buffer, 0, 0, 0));
         else
-            first = *reinterpret_cast<const double*>(call.call.address(buffer, 0, 0, 0));
+            first = call.call.read<double>(buffer, 0, 0, 0);
         EXPECT_EQ(first, member.layout == "P" && member.code == "ma" ? 3 : 0);
     });
 }
