@@ -13,7 +13,7 @@ results_of() {
     LD_LIBRARY_PATH=$work/$1 "$digest" >"$work/$1.txt"
 }
 
-runs_here() { /lib64/ld-linux-x86-64.so.2 --help | grep -q "$1 (supported"; }
+runs_here() { [[ $(/lib64/ld-linux-x86-64.so.2 --help) == *"$1 (supported"* ]]; }
 
 results_of baseline "$folder/libtarnm.so.7"
 compared=0

@@ -20,7 +20,7 @@ libdir=$(dirname "$(find "$prefix" -name libtarnm.so -not -path '*glibc-hwcaps*'
 for file in include/tarnm/tarnm.h include/tarnm/tarnm.hpp include/tarncore/tarncore.h; do
     [ -f "$prefix/$file" ] || { echo "$file is not installed"; exit 1; }
 done
-find "$prefix/share/doc" -name LICENSE | grep -q . || { echo "the licence is not installed"; exit 1; }
+[ -n "$(find "$prefix/share/doc" -name LICENSE)" ] || { echo "the licence is not installed"; exit 1; }
 if grep -rlF -e "$work/first" -e "$build_dir" "$prefix" --include='*.cmake' --include='*.pc'; then
     echo "these files hold an absolute path"
     exit 1
@@ -89,7 +89,7 @@ if [ -d "$libdir/glibc-hwcaps" ]; then
     echo "${taken#"$libdir"/}"
     for folder in "$libdir" "$libdir/glibc-hwcaps/x86-64-v3" "$libdir/glibc-hwcaps/x86-64-v4"; do
         # Each finds tarncore by its own run path, wherever the prefix lies.
-        env -u LD_LIBRARY_PATH ldd "$folder/libtarnm.so.7" | grep -q "libtarncore.so.7 => $prefix" ||
+        [[ $(env -u LD_LIBRARY_PATH ldd "$folder/libtarnm.so.7") == *"libtarncore.so.7 => $prefix"* ]] ||
             { echo "$folder/libtarnm.so.7 does not find tarncore"; exit 1; }
     done
 fi

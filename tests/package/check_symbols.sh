@@ -37,12 +37,12 @@ imports)
     sources=$1
     shift
     for name in "$@"; do
-        if defined "$library" | grep -qx "$name"; then
+        if grep -qx "$name" <<<"$(defined "$library")"; then
             echo "$library defines $name itself"
             exit 1
         fi
         if grep -rqw --include='*.cpp' --include='*.h' --exclude-dir=core "$name(" "$sources" &&
-            ! undefined "$library" | grep -qx "$name"; then
+            ! grep -qx "$name" <<<"$(undefined "$library")"; then
             echo "$library does not import $name"
             exit 1
         fi
