@@ -1,7 +1,7 @@
 // The geometry kit: arrays of points through one matrix, and single calls.
 //
 //   affine_m4v3a, coord_m4v3a     points through a 4x4 matrix, without and with the divide
-//   mul_mm4x4, look_at, perspective_fov, normalize_v3, hermite_v3
+//   mul_mm4x4, invert_m4, look_at, perspective_fov, normalize_v3, hermite_v3
 //                                 one call for one object; the peers are inlined
 //
 // Our matrices act on rows and lie row by row, those of GLM and cglm act on columns and lie column by column: the same
@@ -9,7 +9,7 @@
 #include "rows/rows.h"
 
 #ifdef BENCH_HAS_EIGEN
-#include <Eigen/Core>
+#include <Eigen/LU>
 #endif
 #ifdef BENCH_HAS_GLM
 #define GLM_ENABLE_EXPERIMENTAL
@@ -157,6 +157,26 @@ void product(Row& row)
 #endif
 }
 
+void inverse(Row& row)
+{
+    const float* const a = row.source<float>(16);
+    float* const d = row.result<float>(16);
+    row.tolerance(1e-2); // against closed forms in another order; the matrices are random
+    row.ours(FIXED_MEMBER(tarnmInvert_m4_32f), [=](auto invert, int) { return invert(a, nullptr, d); });
+#ifdef BENCH_HAS_EIGEN
+    row.peer("Eigen", [=](int, int) {
+        using Matrix = Eigen::Matrix<float, 4, 4, Eigen::RowMajor>;
+        Eigen::Map<Matrix>(d).noalias() = Eigen::Map<const Matrix>(a).inverse();
+    });
+#endif
+#ifdef BENCH_HAS_GLM
+    row.peer("GLM", [=](int, int) { as<glm::mat4>(d) = glm::inverse(as<glm::mat4>(a)); });
+#endif
+#ifdef BENCH_HAS_CGLM
+    row.peer("cglm", [=](int, int) { glm_mat4_inv(columns(a), columns(d)); });
+#endif
+}
+
 void lookAt(Row& row)
 {
     const float* const eye = row.source<float>(3);
@@ -237,6 +257,7 @@ void geometryRows(Rows& rows)
     rows.add("affine_m4v3a/32f", affine);
     rows.add("coord_m4v3a/32f", coord);
     rows.add("mul_mm4x4/32f", {1}, product);
+    rows.add("invert_m4/32f", {1}, inverse);
     rows.add("look_at/32f", {1}, lookAt);
     rows.add("perspective_fov/32f", {1}, perspectiveFov);
     rows.add("normalize_v3/32f", {1}, normalize);
