@@ -95,6 +95,21 @@ template <int order, class T, class Source, class Result> void leaveWorkRows(con
             to.set(r, c, a[r][c]);
 }
 
+// A single object gains from its own rows what an array gains from lanes.
+template <class Source, class Result> tarnmStatus invertByRows(const Source& from, const Result& to)
+{
+    FloatRow a[4], x[4];
+    float determinant;
+    TARNM_UNROLL
+    for (int r = 0; r < 4; ++r)
+        a[r] = load<FloatRow>(blocks::elementAddress(from, r, 0));
+    if (refinedInverse4(a, singularityTolerance<float>(4), x, determinant)) return StatusSingular;
+    TARNM_UNROLL
+    for (int r = 0; r < 4; ++r)
+        store(blocks::elementAddress(to, r, 0), x[r]);
+    return StatusOk;
+}
+
 template <int order, Path path, Layout layout, class S, class D>
 tarnmStatus closedForms(const S& from, const D& to, Place place)
 {
@@ -102,6 +117,8 @@ tarnmStatus closedForms(const S& from, const D& to, Place place)
     constexpr Form form = formOf<T, path, layout, S::isSingle, order>();
     constexpr bool isDense = path == Path::dense;
     constexpr Kernel<form, T, path, order> kernel;
+    if constexpr (form == Form::refined && order == 4)
+        if (place.total == 1) return invertByRows(from[0], to[0]);
     if constexpr (form == Form::refined && order == 4 && layout == Layout::standard && !S::isSingle)
         if (arePairs(from, to))
             return invertObjects<order, isDense, 2>(from, to, place, kernel) == place.count ? StatusOk : StatusSingular;
@@ -151,14 +168,17 @@ template <class S, class D> tarnmStatus inversesOfOne(const S& from, const D& to
 // `determinantTo` may be null; it is written first, and with 0 where the matrix is singular.
 inline tarnmStatus fixedInverse4(const float* from, float* determinantTo, float* to)
 {
-    float a[4][4], x[4][4], determinant;
-    for (int i = 0; i < 16; ++i)
-        a[i / 4][i % 4] = loadElement(from + i);
+    FloatRow a[4], x[4];
+    float determinant;
+    TARNM_UNROLL
+    for (int r = 0; r < 4; ++r)
+        a[r] = load<FloatRow>(from + 4 * r);
     const bool isSingular = refinedInverse4(a, singularityTolerance<float>(4), x, determinant);
     if (determinantTo != nullptr) storeElement(determinantTo, isSingular ? 0.0f : determinant);
     if (isSingular) return StatusSingular;
-    for (int i = 0; i < 16; ++i)
-        storeElement(to + i, x[i / 4][i % 4]);
+    TARNM_UNROLL
+    for (int r = 0; r < 4; ++r)
+        store(to + 4 * r, x[r]);
     return StatusOk;
 }
 
