@@ -46,9 +46,9 @@ template <class A, class L, class T> bool factored(const A& from, const L& to, i
     return choleskyRows<Loops::counted, RootForm::scaleFirst>(from, to, n, tolerance) == n;
 }
 
-// How many rows were finished. Out of line: it serves all layouts.
+// How many rows were finished.
 template <int n, RootForm form, class V>
-[[gnu::noinline]] int factoredRows(const V (&a)[n * n], V (&l)[n * n], scalar_t<V> tolerance)
+TARNM_INLINE int factoredRows(const V (&a)[n * n], V (&l)[n * n], scalar_t<V> tolerance)
 {
     return choleskyRows<Loops::unrolled, form>(HeldMatrix<const V, n>{a}, HeldMatrix<V, n>{l}, n, tolerance);
 }
@@ -68,7 +68,7 @@ TARNM_INLINE bool factoredBlock(const S& from, const D& to, std::ptrdiff_t first
 template <int n, class S, class D, class T>
 std::int32_t factoredInLanes(const S& from, const D& to, Place place, T tolerance)
 {
-    using V = native_lanes<T>;
+    using V = lanes_for_order<T, n>;
     return forEachTile<V>(
         place, [&](std::ptrdiff_t first, int live) __attribute__((always_inline)) {
             return factoredBlock<n, RootForm::scaleFirst, V>(from, to, first, live, tolerance);
@@ -120,7 +120,7 @@ template <int n, class S, class D>
 // How many objects were factored in whole groups, or -1 where a group fails.
 template <int n, class S, class D> std::int32_t factoredInGroups(const S& from, const D& to, Place place)
 {
-    using V = native_lanes<float>;
+    using V = lanes_for_order<float, n>;
     const std::int32_t end = place.count - place.count % groupSize;
     for (std::int32_t done = 0; done < end;) {
         const int live = end - done < lane_count_v<V> ? end - done : lane_count_v<V>;

@@ -18,8 +18,8 @@ namespace tarnm {
 
 namespace cholesky {
 
-// Out of line: it serves all layouts. A factor that all objects share is broadcast once.
-template <int n, class V> [[gnu::noinline]] void solveHeld(const V (&l)[n * n], const V (&b)[n], V (&x)[n])
+// A factor that all objects share is broadcast once.
+template <int n, class V> TARNM_INLINE void solveHeld(const V (&l)[n * n], const V (&b)[n], V (&x)[n])
 {
     choleskySolution<Loops::unrolled>(HeldMatrix<const V, n>{l}, b, HeldVector<V>{x}, n);
 }

@@ -150,32 +150,43 @@ template <int n, class V, class Array>
     }
 }
 
+template <int n, class V> TARNM_INLINE void selectNamedRows(const V (&stored)[n][n], const V (&rows)[n], V (&a)[n][n])
+{
+    TARNM_UNROLL
+    for (int k = 0; k < n; ++k)
+        TARNM_UNROLL
+    for (int c = 0; c < n; ++c) {
+        a[k][c] = stored[0][c];
+        TARNM_UNROLL
+        for (int r = 1; r < n; ++r)
+            a[k][c] = select(rows[k] == V(scalar_t<V>(r)), stored[r][c], a[k][c]);
+    }
+}
+
+// Whether rows that are all loaded and then selected come faster than rows that are gathered one by one: by measurement.
+template <class T, int n> inline constexpr bool selectsRows = sizeof(T) == sizeof(float) || n == 3;
+
 // `rows` holds the same numbers as `index`.
 template <int n, class V, class Array>
 TARNM_INLINE void loadNamedRows(const Array& array, std::ptrdiff_t first, int live, ConstRowIndex index,
                                 const V (&rows)[n], V (&a)[n][n])
 {
     constexpr int N = lane_count_v<V>;
-    if constexpr (isDense<Array>) {
+    const auto selected = [&]() __attribute__((always_inline))
+    {
+        V stored[n][n];
+        loadBlock(array, first, live, stored);
+        selectNamedRows(stored, rows, a);
+    };
+    if constexpr (isDense<Array> && selectsRows<scalar_t<V>, n>)
+        selected();
+    else if constexpr (isDense<Array>) {
         TARNM_UNROLL
         for (int k = 0; k < n; ++k)
             blocks::loadRuns<n>(basesOfRows<N>(array, first, live, index, n, k), a[k]);
     } else {
         if constexpr (blocks::isArray<Array>)
-            if (array.objectStride == sizeof(scalar_t<V>) && live == N) {
-                V stored[n][n];
-                loadBlock(array, first, N, stored);
-                TARNM_UNROLL
-                for (int k = 0; k < n; ++k)
-                    TARNM_UNROLL
-                for (int c = 0; c < n; ++c) {
-                    a[k][c] = stored[0][c];
-                    TARNM_UNROLL
-                    for (int r = 1; r < n; ++r)
-                        a[k][c] = select(rows[k] == V(scalar_t<V>(r)), stored[r][c], a[k][c]);
-                }
-                return;
-            }
+            if (array.objectStride == sizeof(scalar_t<V>) && live == N) return selected();
         V collected[n * n];
         collectNamedRows<n>(array, first, live, index, collected);
         TARNM_UNROLL

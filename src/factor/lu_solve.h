@@ -108,7 +108,7 @@ template <int n, class M, class B, class X>
 void solveCasesWithOwnFactors(const M& factors, ConstRowIndex index, const B& b, const X& x, Place place)
 {
     using Element = typename X::ObjectView::Element;
-    // The rows of a block are gathered, in which the wider vectors are slower up to order 4.
+    // The wider vectors are slower up to order 4.
     using V = std::conditional_t<(n <= 4), narrow_lanes<Element>, native_lanes<Element>>;
     const auto block = [&](std::ptrdiff_t o, int live) __attribute__((always_inline))
     {

@@ -36,8 +36,7 @@ bool factored(const S& from, const D& to, const Buffer& buffer, int width, int h
     return reflectColumns<Loops::counted>(to, buffer, width, height, tolerance<T>);
 }
 
-// Out of line: it serves all layouts.
-template <int n, class V> [[gnu::noinline]] bool factoredHeld(V (&a)[n][n])
+template <int n, class V> TARNM_INLINE bool factoredHeld(V (&a)[n][n])
 {
     V v[n];
     return reflectColumns<Loops::unrolled>(HeldMatrix<V, n>{&a[0][0]}, HeldVector<V>{v}, n, n, tolerance<scalar_t<V>>);

@@ -25,8 +25,8 @@ template <int n, class V> TARNM_INLINE void reflectionFactors(const HeldMatrix<c
         factors[k] = reflectionFactor<Loops::unrolled>(a, k, n);
 }
 
-// In place. `factors` are those of the reflections. Out of line: it serves all layouts.
-template <int n, class V> [[gnu::noinline]] void solveHeld(const V (&a)[n][n], const V (&factors)[n], V (&c)[n])
+// In place. `factors` are those of the reflections.
+template <int n, class V> TARNM_INLINE void solveHeld(const V (&a)[n][n], const V (&factors)[n], V (&c)[n])
 {
     constexpr int steps = reflectionCount(n, n);
     const HeldMatrix<const V, n> matrix{&a[0][0]};
@@ -37,7 +37,7 @@ template <int n, class V> [[gnu::noinline]] void solveHeld(const V (&a)[n][n], c
     solveUpperTriangle<Loops::unrolled>(matrix, vector, n);
 }
 
-template <int n, class V> [[gnu::noinline]] void factorAndSolveHeld(const V (&a)[n][n], V (&c)[n])
+template <int n, class V> TARNM_INLINE void factorAndSolveHeld(const V (&a)[n][n], V (&c)[n])
 {
     V factors[n];
     reflectionFactors<n>(HeldMatrix<const V, n>{&a[0][0]}, factors);
@@ -50,7 +50,8 @@ std::int32_t solvedInLanes(const A& matrices, const B& right, const X& solutions
 {
     using V = lanes_for_order<typename X::ObjectView::Element, n>;
     V a[n][n], factors[n];
-    if (A::isSingle && place.count > 1) {
+    if constexpr (A::isSingle) {
+        if (place.count < 2) return 0; // a vector by itself does not run in lanes
         loadBlock(matrices, 0, lane_count_v<V>, a);
         reflectionFactors<n>(HeldMatrix<const V, n>{&a[0][0]}, factors);
     }
