@@ -12,6 +12,7 @@
 #pragma once
 
 #include "frame/blocks.h"
+#include "frame/folds.h"
 #include "frame/path.h"
 #include "tarnm/tarnm.h"
 
@@ -80,8 +81,87 @@ TARNM_INLINE V sumOfSquares(std::int32_t rows, std::int32_t columns, const Eleme
         return sumRunning<hasBlocks, V>(rows, columns, element);
 }
 
+// ---- Four packed square matrices at a time, with the additions of sumOfSquares ----
+//
+// A sum that starts with the first square is the one that starts with 0: squares have no sign.
+
+template <int used, int from, class V> constexpr int rowPieceSource(int i)
+{
+    constexpr int W = blocks::pieceLength<V>;
+    return i % W < used ? i + from : V::size() + i;
+}
+
+// Elements c .. c + 3 of row r of two matrices, zero behind the end of the row. The piece at the end of a matrix reaches
+// back, so that it does not reach beyond.
+template <int order, class V> TARNM_INLINE V rowPieces(const scalar_t<V>* a, const scalar_t<V>* b, int r, int c)
+{
+    constexpr int W = blocks::pieceLength<V>, rest = order % W;
+    const bool isWhole = c + W <= order, isLast = !isWhole && r == order - 1;
+    const int k = isLast ? order * order - W : r * order + c;
+    const V piece = blocks::loadJoined<V>([&](int q) __attribute__((always_inline)) { return (q == 0 ? a : b) + k; });
+    if (isWhole) return piece;
+    if (isLast) return blocks::picked<rowPieceSource<rest, W - rest, V>>(piece, V(0));
+    return blocks::picked<rowPieceSource<rest, 0, V>>(piece, V(0));
+}
+
+template <int order, class V> TARNM_INLINE V sumsByColumns(const scalar_t<V>* a, const scalar_t<V>* b)
+{
+    constexpr int W = blocks::pieceLength<V>;
+    V sums = square(rowPieces<order, V>(a, b, 0, 0));
+    TARNM_UNROLL
+    for (int r = 0; r < order; ++r)
+        TARNM_UNROLL
+    for (int c = r == 0 ? W : 0; c < order; c += W)
+        sums = sums + square(rowPieces<order, V>(a, b, r, c));
+    return sums;
+}
+
+template <int order> TARNM_INLINE SumsTogether<float> sumsOfPacked(const float* base)
+{
+    using V = lanes<float, 8>;
+    constexpr int size = order * order;
+    return foldedPieces(sumsByColumns<order, V>(base, base + 2 * size),
+                        sumsByColumns<order, V>(base + size, base + 3 * size));
+}
+
+template <int order> TARNM_INLINE SumsTogether<double> sumsOfPacked(const double* base)
+{
+    using V = SumsTogether<double>;
+    constexpr int size = order * order, W = blocks::pieceLength<V>;
+    const blocks::PackedBases<const double, size * sizeof(double)> bases{base};
+    V v[W], sum;
+    TARNM_UNROLL
+    for (int k = 0; k < size; k += W) {
+        const int overlap = k + W <= size ? 0 : k + W - size;
+        blocks::loadPieces(bases, k - overlap, v);
+        TARNM_UNROLL
+        for (int j = overlap; j < W; ++j)
+            sum = k + j == 0 ? square(v[j]) : sum + square(v[j]);
+    }
+    return sum;
+}
+
+// How many were done.
+template <int order, class T>
+std::int32_t normsTogether(const ObjectArray<StridedMatrix<const T, Spacing::dense>>& from, const ScalarArray<T>& to,
+                           Place place)
+{
+    if (from.first.rowStride != order * sizeof(T) || from.objectStride != order * order * sizeof(T)) return 0;
+    std::int32_t done = 0;
+    for (; done + objectsTogether <= place.count; done += objectsTogether) {
+        const std::ptrdiff_t n = std::ptrdiff_t(place.first) + done;
+        store(to.base + n, sqrt(sumsOfPacked<order>(from.first.base + n * order * order)));
+    }
+    return done;
+}
+
+template <int order, class S, class D> std::int32_t normsTogether(const S&, const D&, Place) { return 0; }
+
 template <int order, Path path, class S, class D> void squareNorms(const S& from, const D& to, Place place)
 {
+    const std::int32_t done = normsTogether<order>(from, to, place);
+    place = {place.first + done, place.count - done, place.total};
+    if (place.count == 0) return;
     const auto kernel = [](const auto& a, auto& norm) __attribute__((always_inline))
     {
         using V = std::remove_cvref_t<decltype(norm)>;
