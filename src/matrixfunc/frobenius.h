@@ -4,15 +4,18 @@
 //   frobeniusNorms      the kernel of all members
 //
 // All sums are in the element type and nothing is scaled: a norm overflows where the sum of the squares does. The
-// order of additions differs between types and layouts and is the same for one object and for an array:
+// order of additions differs between types and layouts, and is the same for one object and for an array but for dense
+// arrays of order 6:
 //
 //   single precision     four partial sums by column modulo 4, folded as (0 + 1) + (2 + 3)
 //   double precision     one running sum; rows of 16 columns and more through eight partial sums per block of 16
 //   tables of elements   two partial sums, of the even and the odd elements; a last odd one is added at the end
+//   dense arrays of 6x6  eight partial sums by the number of the element modulo 8, folded as inner lanes are
 #pragma once
 
 #include "frame/blocks.h"
 #include "frame/folds.h"
+#include "frame/partial.h"
 #include "frame/path.h"
 #include "tarnm/tarnm.h"
 
@@ -69,6 +72,22 @@ TARNM_INLINE V sumByPairs(std::int32_t rows, std::int32_t columns, const Element
     const V sum = even + odd;
     return length % 2 == 0 ? sum : sum + square(element((length - 1) / columns, (length - 1) % columns));
 }
+
+inline constexpr int sumsByNumber = 8;
+
+template <int order, class V, class Element> TARNM_INLINE V sumByNumber(const Element& element)
+{
+    V s[sumsByNumber];
+    TARNM_UNROLL
+    for (int k = 0; k < order * order; ++k) {
+        V& sum = s[k % sumsByNumber];
+        const V x = square(element(k / order, k % order));
+        sum = k < sumsByNumber ? x : sum + x;
+    }
+    return ((s[0] + s[4]) + (s[1] + s[5])) + ((s[2] + s[6]) + (s[3] + s[7]));
+}
+
+template <int order, Path path> inline constexpr bool sumsGoByNumber = order == 6 && path == Path::dense;
 
 template <Path path, bool hasBlocks, class V, class Element>
 TARNM_INLINE V sumOfSquares(std::int32_t rows, std::int32_t columns, const Element& element)
@@ -141,32 +160,67 @@ template <int order> TARNM_INLINE SumsTogether<double> sumsOfPacked(const double
     return sum;
 }
 
+// The sums by number of one matrix, those of double precision already with the upper four onto the lower ones.
+template <int size, class T> TARNM_INLINE auto eightSums(const T* a)
+{
+    using V = lanes<T, 32 / sizeof(T)>;
+    constexpr int L = V::size(), vectors = sumsByNumber / L, rest = size % L;
+    V sums[vectors];
+    TARNM_UNROLL
+    for (int k = 0; k + L <= size; k += L) {
+        V& sum = sums[k / L % vectors];
+        sum = k < sumsByNumber ? square(load<V>(a + k)) : sum + square(load<V>(a + k));
+    }
+    if constexpr (rest != 0) {
+        V& sum = sums[size / L % vectors];
+        sum = sum + square(loadFirst<rest, V>(a + size - rest));
+    }
+    return vectors == 1 ? sums[0] : sums[0] + sums[vectors - 1];
+}
+
+template <int order, class T> TARNM_INLINE SumsTogether<T> sumsByNumberOfPacked(const T* base)
+{
+    constexpr int size = order * order;
+    const auto s0 = eightSums<size>(base), s1 = eightSums<size>(base + size);
+    const auto s2 = eightSums<size>(base + 2 * size), s3 = eightSums<size>(base + 3 * size);
+    if constexpr (sizeof(T) == 4)
+        return foldedPieces(halvesAdded(s0, s2), halvesAdded(s1, s3));
+    else
+        return halvesAdded(neighboursAdded(s0, s1), neighboursAdded(s2, s3));
+}
+
 // How many were done.
-template <int order, class T>
-std::int32_t normsTogether(const ObjectArray<StridedMatrix<const T, Spacing::dense>>& from, const ScalarArray<T>& to,
-                           Place place)
+template <int order, Path path, class T>
+std::int32_t normsTogether(ObjectArray<StridedMatrix<const T, Spacing::dense>> from, ScalarArray<T> to, Place place)
 {
     if (from.first.rowStride != order * sizeof(T) || from.objectStride != order * order * sizeof(T)) return 0;
     std::int32_t done = 0;
     for (; done + objectsTogether <= place.count; done += objectsTogether) {
         const std::ptrdiff_t n = std::ptrdiff_t(place.first) + done;
-        store(to.base + n, sqrt(sumsOfPacked<order>(from.first.base + n * order * order)));
+        const T* const base = from.first.base + n * order * order;
+        if constexpr (sumsGoByNumber<order, path>)
+            store(to.base + n, sqrt(sumsByNumberOfPacked<order>(base)));
+        else
+            store(to.base + n, sqrt(sumsOfPacked<order>(base)));
     }
     return done;
 }
 
-template <int order, class S, class D> std::int32_t normsTogether(const S&, const D&, Place) { return 0; }
+template <int order, Path path, class S, class D> std::int32_t normsTogether(const S&, const D&, Place) { return 0; }
 
 template <int order, Path path, class S, class D> void squareNorms(const S& from, const D& to, Place place)
 {
-    const std::int32_t done = normsTogether<order>(from, to, place);
+    const std::int32_t done = normsTogether<order, path>(from, to, place);
     place = {place.first + done, place.count - done, place.total};
     if (place.count == 0) return;
     const auto kernel = [](const auto& a, auto& norm) __attribute__((always_inline))
     {
         using V = std::remove_cvref_t<decltype(norm)>;
-        norm = sqrt(sumOfSquares<path, false, V>(
-            order, order, [&](int r, int c) __attribute__((always_inline)) { return a[r][c]; }));
+        const auto element = [&](int r, int c) __attribute__((always_inline)) { return a[r][c]; };
+        if constexpr (sumsGoByNumber<order, path>)
+            norm = sqrt(sumByNumber<order, V>(element));
+        else
+            norm = sqrt(sumOfSquares<path, false, V>(order, order, element));
     };
     forEachBlock(place, kernel, source<order, order>(from), result(to));
 }

@@ -84,6 +84,8 @@ template <int R, int C, class S, class D> bool copyInLanes(const S& from, const 
     std::ptrdiff_t n = place.first;
     for (; n + V::size() <= end; n += V::size()) {
         V elements[R][C];
+        if constexpr (isScatteredArray<S>)
+            fetchObject<true>(block[n + V::size()].base, R * C * std::ptrdiff_t(sizeof(V)));
         loadBlock(from, n, V::size(), elements);
         storeBlock(to, n, V::size(), elements);
     }

@@ -81,7 +81,7 @@ template <int n, class T> TARNM_INLINE void transposePackedSquare(const T* from,
 // those of this one.
 inline constexpr std::ptrdiff_t fewestBytesAhead = 256, mostBytesAhead = 4096;
 
-template <int forWriting, class T> TARNM_INLINE void fetchObject(T* begin, std::ptrdiff_t bytes)
+template <bool forWriting, class T> TARNM_INLINE void fetchObject(T* begin, std::ptrdiff_t bytes)
 {
     constexpr std::ptrdiff_t lineBytes = 64;
     if (bytes < fewestBytesAhead || bytes > mostBytesAhead) return;
@@ -93,8 +93,8 @@ template <int n, class T> void transposePackedSquares(const T* from, T* to, std:
 {
     constexpr int size = n * n;
     for (std::ptrdiff_t o = 0; o < count; ++o) {
-        fetchObject<0>(from + (o + 1) * size, size * sizeof(T));
-        fetchObject<1>(to + (o + 1) * size, size * sizeof(T));
+        fetchObject<false>(from + (o + 1) * size, size * sizeof(T));
+        fetchObject<true>(to + (o + 1) * size, size * sizeof(T));
         transposePackedSquare<n>(from + o * size, to + o * size);
     }
 }

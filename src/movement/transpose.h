@@ -120,8 +120,8 @@ tarnmStatus transposeObjects(const S& from, const D& to, std::int32_t width, std
     for (std::ptrdiff_t n = place.first; n < std::ptrdiff_t(place.first) + place.count; ++n) {
         if constexpr (isDenseArray<S> && isDenseArray<D>) {
             const std::ptrdiff_t bytes = std::ptrdiff_t(sizeof(T)) * width * height;
-            fetchObject<0>(from[n + 1].base, bytes);
-            fetchObject<1>(to[n + 1].base, bytes);
+            fetchObject<false>(from[n + 1].base, bytes);
+            fetchObject<true>(to[n + 1].base, bytes);
         }
         transposeObject(from[n], to[n], width, height);
     }

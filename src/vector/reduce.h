@@ -130,7 +130,8 @@ TARNM_INLINE V reduceCase(const A& a, const B& b)
     return finished<reduction>(groupedSum<grouping>(p));
 }
 
-// Arrays run in lanes, but for elements that would have to be gathered one by one anyway.
+// Arrays run in lanes, but for elements that would have to be gathered one by one anyway. The square roots of 64 bytes
+// of doubles take longer than those of twice 32.
 template <int n, Path path, Reduction reduction, Grouping grouping, class A, class B, class D>
 void reduceCases(const A& a, const B& b, const D& d, Place place)
 {
@@ -143,7 +144,9 @@ void reduceCases(const A& a, const B& b, const D& d, Place place)
         {
             sum = reduceCase<n, reduction, grouping, std::remove_cvref_t<decltype(sum)>>(x, x);
         };
-        forEachBlock(place, kernel, source<n>(a), result(d));
+        using T = typename A::ObjectView::Element;
+        using V = std::conditional_t<sizeof(T) == 8, narrow_lanes<T>, native_lanes<T>>;
+        forEachBlockOf<V>(place, kernel, source<n>(a), result(d));
     } else {
         const auto kernel = [](const auto& x, const auto& y, auto& sum) __attribute__((always_inline))
         {
@@ -155,24 +158,12 @@ void reduceCases(const A& a, const B& b, const D& d, Place place)
 
 // ---- Four long objects at a time ----
 
-// The halves of two vectors of partial sums: both lower or both upper ones.
-template <int half, int length> constexpr int halfOfBoth(int i)
-{
-    return i % (length / 2) + half * (length / 2) + i / (length / 2) * length;
-}
-
 // What foldedLanes gives for each of the four.
 template <class T> TARNM_INLINE SumsTogether<T> foldedTogether(const std::array<InnerLanes<T>, objectsTogether>& s)
 {
-    using namespace blocks;
-    constexpr int length = inner_lane_count<T>;
-    const auto halvesAdded = [](InnerLanes<T> x, InnerLanes<T> y) __attribute__((always_inline))
-    {
-        return picked<halfOfBoth<0, length>>(x, y) + picked<halfOfBoth<1, length>>(x, y);
-    };
     const InnerLanes<T> t02 = halvesAdded(s[0], s[2]), t13 = halvesAdded(s[1], s[3]);
-    if constexpr (length == 4)
-        return shuffled<0, 2>(t02, t13) + shuffled<1, 3>(t02, t13);
+    if constexpr (inner_lane_count<T> == 4)
+        return neighboursAdded(t02, t13);
     else
         return foldedPieces(t02, t13);
 }
