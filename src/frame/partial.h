@@ -167,7 +167,7 @@ template <class Wide, class Piece> TARNM_INLINE Wide joinedFirst(Piece a, Piece 
 // Bit l of `bits` stands for lane l.
 template <unsigned bits, class V> TARNM_INLINE V loadLanes(const scalar_t<V>* address)
 {
-    if constexpr (bits == (1u << lane_count_v<V>) - 1)
+    if constexpr (bits == (1u << lane_count_v<V>)-1)
         return load<V>(address);
     else {
 #if defined(__AVX__)

@@ -170,7 +170,8 @@ template <class T> TARNM_INLINE SumsTogether<T> foldedTogether(const std::array<
 
 template <class V> using Together = std::array<V, objectsTogether>;
 
-template <class Array> TARNM_INLINE Together<typename Array::ObjectView> objectsFrom(const Array& array, std::ptrdiff_t n)
+template <class Array>
+TARNM_INLINE Together<typename Array::ObjectView> objectsFrom(const Array& array, std::ptrdiff_t n)
 {
     if constexpr (Array::isSingle) {
         return {array.object, array.object, array.object, array.object};
@@ -188,8 +189,9 @@ void addSingly(SumsTogether<typename A::Element>& sums, const Together<A>& a, co
     for (std::ptrdiff_t k = from; k < to; ++k) {
         const auto elements = [&](const auto& objects) __attribute__((always_inline))
         {
-            return blocks::gathered<SumsTogether<typename A::Element>>(
-                [&](int o) __attribute__((always_inline)) { return objects[o].address(k); });
+            return blocks::gathered<SumsTogether<typename A::Element>>([&](int o) __attribute__((always_inline)) {
+                return objects[o].address(k);
+            });
         };
         sums += elements(a) * elements(b);
     }
@@ -199,8 +201,9 @@ void addSingly(SumsTogether<typename A::Element>& sums, const Together<A>& a, co
 template <class Sums, class A, class B> TARNM_INLINE void addStep(Sums& sums, const A& a, const B& b, std::ptrdiff_t k)
 {
     using Factors = InnerLanes<typename A::Element>;
-    sums.add([&](std::ptrdiff_t i) __attribute__((always_inline)) { return elementsFrom<Factors>(a, i); },
-             [&](std::ptrdiff_t i) __attribute__((always_inline)) { return elementsFrom<Factors>(b, i); }, k);
+    sums.add(
+        [&](std::ptrdiff_t i) __attribute__((always_inline)) { return elementsFrom<Factors>(a, i); },
+        [&](std::ptrdiff_t i) __attribute__((always_inline)) { return elementsFrom<Factors>(b, i); }, k);
 }
 
 // What sumOfProducts gives for each of four dense objects whose lanes begin and end alike. `steps`: of lanes that are
@@ -226,8 +229,8 @@ TARNM_INLINE auto sumsTogether(const Together<A>& a, const Together<B>& b, std::
         for (int s = 0; s < steps; ++s)
             addStep(partial[o], a[o], b[o], s * Sums::step);
     }
-    sums = foldedTogether<T>({partial[0].inOneVector(), partial[1].inOneVector(), partial[2].inOneVector(),
-                              partial[3].inOneVector()});
+    sums = foldedTogether<T>(
+        {partial[0].inOneVector(), partial[1].inOneVector(), partial[2].inOneVector(), partial[3].inOneVector()});
     if constexpr (steps == 0) addSingly(sums, a, b, span.end, length);
     return sums;
 }

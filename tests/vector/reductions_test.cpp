@@ -148,8 +148,9 @@ TYPED_TEST(LongVectors, InAnArrayHaveTheBitsOfEachAlone)
                             std::memcpy(b + n * stride + k * size, &y, size);
                         }
                     T dots[9], dotsWithOne[9], norms[9];
-                    ASSERT_EQ(M::dotOfArrays(object(a, 0), stride, size, object(b, 0), stride, size, dots, length, count),
-                              StatusOk);
+                    ASSERT_EQ(
+                        M::dotOfArrays(object(a, 0), stride, size, object(b, 0), stride, size, dots, length, count),
+                        StatusOk);
                     ASSERT_EQ(M::dotWithOne(object(a, 0), stride, size, object(b, 0), size, dotsWithOne, length, count),
                               StatusOk);
                     ASSERT_EQ(M::norms(object(a, 0), stride, size, norms, length, count), StatusOk);
