@@ -185,7 +185,8 @@ ROWS = [
         kernel="frobeniusNorms<{path}>({src}, {pDst}, height, width, {place})",
         headers=("matrixfunc/frobenius.h",),
         notes="""Sums are in the element type and nothing is scaled: the norm is an infinity where the sum of the squares overflows. The
-order of additions differs between layouts and types; the last bit is not promised to agree between them.""",
+order of additions differs between layouts and types and between a matrix alone and an array; the last bit is not
+promised to agree between them.""",
         purpose="Computes the square root of the sum of the squares of all elements of a matrix.",
     ),
     Row(

@@ -1,10 +1,11 @@
 // Vectors that memory fills in part or more than once.
 //
 //   loadFirst, storeFirst   the first n lanes; no byte beyond them is read or written
+//   loadLanes               the lanes of a constant pattern; no byte between them is read
 //   loadRepeated            a run shorter than the vector, over and over
 //   loadFirstPieces         up to four pieces of 16 bytes from different places
 //
-// Lanes that `loadFirst` does not fill are zero, those behind the last piece of `loadFirstPieces` are undefined.
+// Lanes that `loadFirst` and `loadLanes` do not fill are zero, those behind the last piece of `loadFirstPieces` are undefined.
 #pragma once
 
 #include "frame/lanes.h"
@@ -15,16 +16,17 @@ namespace machine {
 
 #if defined(__AVX__)
 
-template <int n, class Mask, std::size_t... I> TARNM_INLINE Mask firstLanesBy(std::index_sequence<I...>)
+// Bit l stands for lane l.
+template <unsigned bits, class Mask, std::size_t... I> TARNM_INLINE Mask laneMaskBy(std::index_sequence<I...>)
 {
-    return Mask{(int(I) < n ? -1 : 0)...};
+    return Mask{((bits >> I & 1) != 0 ? -1 : 0)...};
 }
 
-template <int n, class Raw> TARNM_INLINE auto firstLanes()
+template <unsigned bits, class Raw> TARNM_INLINE auto laneMask()
 {
     using Integer = std::conditional_t<sizeof(ElementOf<Raw>) == 4, int, long long>;
     typedef RawVector<Integer, lengthOf<Raw>> Mask;
-    return firstLanesBy<n, Mask>(std::make_index_sequence<lengthOf<Raw>>{});
+    return laneMaskBy<bits, Mask>(std::make_index_sequence<lengthOf<Raw>>{});
 }
 
 // The compilers declare the same builtins with pointers to elements or to vectors, const or not.
@@ -37,32 +39,32 @@ struct AnyPointer {
     }
 };
 
-template <int n, class Raw> TARNM_INLINE Raw loadMasked(const ElementOf<Raw>* address)
+template <unsigned bits, class Raw> TARNM_INLINE Raw loadMasked(const ElementOf<Raw>* address)
 {
     const AnyPointer from{address};
     constexpr bool isSingle = sizeof(ElementOf<Raw>) == 4;
 #if defined(__AVX512VL__)
     if constexpr (sizeof(Raw) == 64 && isSingle)
-        return __builtin_ia32_loadups512_mask(from, Raw{}, (1 << n) - 1);
+        return __builtin_ia32_loadups512_mask(from, Raw{}, bits);
     else if constexpr (sizeof(Raw) == 64)
-        return __builtin_ia32_loadupd512_mask(from, Raw{}, (1 << n) - 1);
+        return __builtin_ia32_loadupd512_mask(from, Raw{}, bits);
     else if constexpr (sizeof(Raw) == 32 && isSingle)
-        return __builtin_ia32_loadups256_mask(from, Raw{}, (1 << n) - 1);
+        return __builtin_ia32_loadups256_mask(from, Raw{}, bits);
     else if constexpr (sizeof(Raw) == 32)
-        return __builtin_ia32_loadupd256_mask(from, Raw{}, (1 << n) - 1);
+        return __builtin_ia32_loadupd256_mask(from, Raw{}, bits);
     else if constexpr (isSingle)
-        return __builtin_ia32_loadups128_mask(from, Raw{}, (1 << n) - 1);
+        return __builtin_ia32_loadups128_mask(from, Raw{}, bits);
     else
-        return __builtin_ia32_loadupd128_mask(from, Raw{}, (1 << n) - 1);
+        return __builtin_ia32_loadupd128_mask(from, Raw{}, bits);
 #else
     if constexpr (sizeof(Raw) == 32 && isSingle)
-        return __builtin_ia32_maskloadps256(from, firstLanes<n, Raw>());
+        return __builtin_ia32_maskloadps256(from, laneMask<bits, Raw>());
     else if constexpr (sizeof(Raw) == 32)
-        return __builtin_ia32_maskloadpd256(from, firstLanes<n, Raw>());
+        return __builtin_ia32_maskloadpd256(from, laneMask<bits, Raw>());
     else if constexpr (isSingle)
-        return __builtin_ia32_maskloadps(from, firstLanes<n, Raw>());
+        return __builtin_ia32_maskloadps(from, laneMask<bits, Raw>());
     else
-        return __builtin_ia32_maskloadpd(from, firstLanes<n, Raw>());
+        return __builtin_ia32_maskloadpd(from, laneMask<bits, Raw>());
 #endif
 }
 
@@ -85,13 +87,13 @@ template <int n, class Raw> TARNM_INLINE void storeMasked(ElementOf<Raw>* addres
         __builtin_ia32_storeupd128_mask(to, value, (1 << n) - 1);
 #else
     if constexpr (sizeof(Raw) == 32 && isSingle)
-        __builtin_ia32_maskstoreps256(to, firstLanes<n, Raw>(), value);
+        __builtin_ia32_maskstoreps256(to, laneMask<(1u << n) - 1, Raw>(), value);
     else if constexpr (sizeof(Raw) == 32)
-        __builtin_ia32_maskstorepd256(to, firstLanes<n, Raw>(), value);
+        __builtin_ia32_maskstorepd256(to, laneMask<(1u << n) - 1, Raw>(), value);
     else if constexpr (isSingle)
-        __builtin_ia32_maskstoreps(to, firstLanes<n, Raw>(), value);
+        __builtin_ia32_maskstoreps(to, laneMask<(1u << n) - 1, Raw>(), value);
     else
-        __builtin_ia32_maskstorepd(to, firstLanes<n, Raw>(), value);
+        __builtin_ia32_maskstorepd(to, laneMask<(1u << n) - 1, Raw>(), value);
 #endif
 }
 #endif
@@ -162,21 +164,27 @@ template <class Wide, class Piece> TARNM_INLINE Wide joinedFirst(Piece a, Piece 
 
 } // namespace machine
 
-template <int n, class V> TARNM_INLINE V loadFirst(const scalar_t<V>* address)
+// Bit l of `bits` stands for lane l.
+template <unsigned bits, class V> TARNM_INLINE V loadLanes(const scalar_t<V>* address)
 {
-    if constexpr (lane_count_v<V> == n)
+    if constexpr (bits == (1u << lane_count_v<V>)-1)
         return load<V>(address);
     else {
 #if defined(__AVX__)
-        return V(machine::loadMasked<n, typename V::Raw>(address));
+        return V(machine::loadMasked<bits, typename V::Raw>(address));
 #else
         V v(scalar_t<V>(0));
         TARNM_UNROLL
-        for (int l = 0; l < n; ++l)
-            v.set(l, load<scalar_t<V>>(address + l));
+        for (int l = 0; l < lane_count_v<V>; ++l)
+            if ((bits >> l & 1) != 0) v.set(l, load<scalar_t<V>>(address + l));
         return v;
 #endif
     }
+}
+
+template <int n, class V> TARNM_INLINE V loadFirst(const scalar_t<V>* address)
+{
+    return loadLanes<(1u << n) - 1, V>(address);
 }
 
 template <int n, class T, int N> TARNM_INLINE void storeFirst(T* address, lanes<T, N> v)

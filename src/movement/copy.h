@@ -12,6 +12,7 @@
 
 #include "frame/blocks.h"
 #include "frame/overlap.h"
+#include "frame/rearrange.h"
 #include "movement/squares.h"
 #include "tarnm/tarnm.h"
 
@@ -83,6 +84,8 @@ template <int R, int C, class S, class D> bool copyInLanes(const S& from, const 
     std::ptrdiff_t n = place.first;
     for (; n + V::size() <= end; n += V::size()) {
         V elements[R][C];
+        if constexpr (isScatteredArray<S>)
+            fetchObject<true>(block[n + V::size()].base, R * C * std::ptrdiff_t(sizeof(V)));
         loadBlock(from, n, V::size(), elements);
         storeBlock(to, n, V::size(), elements);
     }
@@ -117,6 +120,32 @@ bool copyTransposedSquares(const S& from, const D& to, std::int32_t rows, std::i
     return false;
 }
 
+constexpr int threeOfFour(int p) { return p / 3 * 4 + p % 3; }
+
+// The first three of every four elements, which go together without gaps.
+template <class T> void copyThreeOfFour(const T* from, T* to, std::ptrdiff_t rows)
+{
+    using V = native_lanes<T>;
+    std::ptrdiff_t r = 0;
+    if constexpr (rearrangesInVectors)
+        for (; r + V::size() <= rows; r += V::size()) {
+            const auto packed = loadRearranged<threeOfFour, 3, V, 4>(from + 4 * r);
+            TARNM_UNROLL
+            for (int j = 0; j < 3; ++j)
+                store(to + 3 * r + j * V::size(), packed[j]);
+        }
+    for (; r < rows; ++r)
+        __builtin_memcpy(to + 3 * r, from + 4 * r, 3 * sizeof(T));
+}
+
+// Whether all rows of all objects begin at the same distance from one another.
+template <class T>
+bool isEvenlySpaced(const ObjectArray<StridedMatrix<T, Spacing::dense>>& array, std::int32_t rows,
+                    std::ptrdiff_t distance)
+{
+    return (rows == 1 || array.first.rowStride == distance) && array.objectStride == distance * rows;
+}
+
 // Dense rows of few elements.
 template <int columns, class S, class D> bool copyShortRows(const S& from, const D& to, std::int32_t rows, Place place)
 {
@@ -143,6 +172,11 @@ bool copyRows(const S& from, const D& to, std::int32_t rows, std::int32_t column
     if (!apart(from[place.first].base, extentOf(from, rows, columns, place), to[place.first].base,
                extentOf(to, rows, columns, place)))
         return false;
+    using T = typename D::ObjectView::Element;
+    if (columns == 3 && isPacked(to, rows, columns) && isEvenlySpaced(from, rows, 4 * sizeof(T))) {
+        copyThreeOfFour<T>(from[place.first].base, to[place.first].base, std::ptrdiff_t(rows) * place.count);
+        return true;
+    }
     switch (columns) {
     case 3:
         return copyShortRows<3>(from, to, rows, place);

@@ -3,8 +3,8 @@
 //   transposeObjects    the kernel of all members
 //
 // Elements are moved as bit patterns. Source and result must not overlap. Square matrices of 3 to 6 rows have code of
-// their own, dense ones of 4 rows in vectors; larger dense ones go by blocks of rows and tiles of 4x4, so that both
-// sides are touched in runs.
+// their own, and so have those of 16 rows without gaps; other dense ones go by blocks of rows and tiles of four columns,
+// so that both sides are touched in runs.
 #pragma once
 
 #include "frame/blocks.h"
@@ -23,7 +23,7 @@ template <int n, class S, class D> TARNM_INLINE void transposeSquare(const S& fr
 {
     using T = typename D::Element;
     if constexpr (n == tile && D::isDense && S::isDense)
-        transposeTile(from, to, 0, 0);
+        transposeTile<tile>(from, to, 0, 0);
     else
         for (int r = 0; r < n; ++r)
             for (int c = 0; c < n; ++c)
@@ -33,13 +33,18 @@ template <int n, class S, class D> TARNM_INLINE void transposeSquare(const S& fr
 template <class S, class D> void transposeBlocked(const S& from, const D& to, std::int32_t width, std::int32_t height)
 {
     using T = typename D::Element;
+    constexpr int N = native_lane_count_v<T>;
     const std::ptrdiff_t wholeColumns = width - width % tile;
     for (std::ptrdiff_t begin = 0; begin < height; begin += rowsOfBlock) {
         const std::ptrdiff_t end = height - begin < rowsOfBlock ? height : begin + rowsOfBlock;
         const std::ptrdiff_t wholeRows = end - (end - begin) % tile;
-        for (std::ptrdiff_t c = 0; c < wholeColumns; c += tile)
-            for (std::ptrdiff_t r = begin; r < wholeRows; r += tile)
-                transposeTile(from, to, r, c);
+        for (std::ptrdiff_t c = 0; c < wholeColumns; c += tile) {
+            std::ptrdiff_t r = begin;
+            for (; r + N <= wholeRows; r += N)
+                transposeTile<N>(from, to, r, c);
+            for (; r < wholeRows; r += tile)
+                transposeTile<tile>(from, to, r, c);
+        }
         for (std::ptrdiff_t c = 0; c < width; ++c)
             for (std::ptrdiff_t r = c < wholeColumns ? wholeRows : begin; r < end; ++r)
                 copyElement<T>(to.address(c, r), from.address(r, c));
@@ -107,8 +112,19 @@ tarnmStatus transposeObjects(const S& from, const D& to, std::int32_t width, std
     using T = typename D::ObjectView::Element;
     if constexpr (path == Path::dense && sizeof(T) == 4 && !D::isSingle)
         static_cast<void>(exceedsCache(width, height, place.total));
-    for (std::ptrdiff_t n = place.first; n < std::ptrdiff_t(place.first) + place.count; ++n)
+    if constexpr (isDenseArray<S> && isDenseArray<D>)
+        if (width == 16 && height == 16 && isPacked(from, 16, 16) && isPacked(to, 16, 16)) {
+            transposePackedSquares<16>(from[place.first].base, to[place.first].base, place.count);
+            return StatusOk;
+        }
+    for (std::ptrdiff_t n = place.first; n < std::ptrdiff_t(place.first) + place.count; ++n) {
+        if constexpr (isDenseArray<S> && isDenseArray<D>) {
+            const std::ptrdiff_t bytes = std::ptrdiff_t(sizeof(T)) * width * height;
+            fetchObject<false>(from[n + 1].base, bytes);
+            fetchObject<true>(to[n + 1].base, bytes);
+        }
         transposeObject(from[n], to[n], width, height);
+    }
     return StatusOk;
 }
 

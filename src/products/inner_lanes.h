@@ -93,10 +93,17 @@ template <class T, int vectors> struct PartialSums {
             partial[v] += a(k + v * inner_lane_count<T>) * b(k + v * inner_lane_count<T>);
     }
 
+    TARNM_INLINE InnerLanes<T> inOneVector() const
+    {
+        if constexpr (vectors == 2)
+            return partial[0] + partial[1];
+        else
+            return partial[0];
+    }
+
     TARNM_INLINE T folded() const
     {
-        InnerLanes<T> s = partial[0];
-        if constexpr (vectors == 2) s = partial[0] + partial[1];
+        const InnerLanes<T> s = inOneVector();
         return foldedLanes<T>([&](int l) __attribute__((always_inline)) { return s[l]; });
     }
 };

@@ -2,6 +2,7 @@
 //
 //   Grouping, groupedSum   the sum of 3 to 6 products
 //   ReductionPlan          how a kernel adds, and the table of all kernels
+//   sumsTogether           the sums of four long objects side by side
 //   reduceVectors          the kernel of all members
 //
 // The order of additions is behaviour. Vectors of 3 to 6 elements have a grouping for each kernel; longer and shorter
@@ -9,7 +10,10 @@
 // or underflow and no wider sum.
 #pragma once
 
+#include <array>
+
 #include "frame/blocks.h"
+#include "frame/folds.h"
 #include "frame/path.h"
 #include "products/inner_lanes.h"
 #include "tarnm/tarnm.h"
@@ -126,7 +130,8 @@ TARNM_INLINE V reduceCase(const A& a, const B& b)
     return finished<reduction>(groupedSum<grouping>(p));
 }
 
-// Arrays run in lanes, but for elements that would have to be gathered one by one anyway.
+// Arrays run in lanes, but for elements that would have to be gathered one by one anyway. The square roots of 64 bytes
+// of doubles take longer than those of twice 32.
 template <int n, Path path, Reduction reduction, Grouping grouping, class A, class B, class D>
 void reduceCases(const A& a, const B& b, const D& d, Place place)
 {
@@ -139,13 +144,159 @@ void reduceCases(const A& a, const B& b, const D& d, Place place)
         {
             sum = reduceCase<n, reduction, grouping, std::remove_cvref_t<decltype(sum)>>(x, x);
         };
-        forEachBlock(place, kernel, source<n>(a), result(d));
+        using T = typename A::ObjectView::Element;
+        using V = std::conditional_t<sizeof(T) == 8, narrow_lanes<T>, native_lanes<T>>;
+        forEachBlockOf<V>(place, kernel, source<n>(a), result(d));
     } else {
         const auto kernel = [](const auto& x, const auto& y, auto& sum) __attribute__((always_inline))
         {
             sum = reduceCase<n, reduction, grouping, std::remove_cvref_t<decltype(sum)>>(x, y);
         };
         forEachBlock(place, kernel, source<n>(a), source<n>(b), result(d));
+    }
+}
+
+// ---- Four long objects at a time ----
+
+// What foldedLanes gives for each of the four.
+template <class T> TARNM_INLINE SumsTogether<T> foldedTogether(const std::array<InnerLanes<T>, objectsTogether>& s)
+{
+    const InnerLanes<T> t02 = halvesAdded(s[0], s[2]), t13 = halvesAdded(s[1], s[3]);
+    if constexpr (inner_lane_count<T> == 4)
+        return neighboursAdded(t02, t13);
+    else
+        return foldedPieces(t02, t13);
+}
+
+template <class V> using Together = std::array<V, objectsTogether>;
+
+template <class Array>
+TARNM_INLINE Together<typename Array::ObjectView> objectsFrom(const Array& array, std::ptrdiff_t n)
+{
+    if constexpr (Array::isSingle) {
+        return {array.object, array.object, array.object, array.object};
+    } else {
+        const auto first = array[n], second = first.shifted(array.objectStride);
+        return {first, second, second.shifted(array.objectStride), second.shifted(2 * array.objectStride)};
+    }
+}
+
+// Products from .. to - 1 of each object, one by one.
+template <class A, class B>
+void addSingly(SumsTogether<typename A::Element>& sums, const Together<A>& a, const Together<B>& b, std::ptrdiff_t from,
+               std::ptrdiff_t to)
+{
+    for (std::ptrdiff_t k = from; k < to; ++k) {
+        const auto elements = [&](const auto& objects) __attribute__((always_inline))
+        {
+            return blocks::gathered<SumsTogether<typename A::Element>>([&](int o) __attribute__((always_inline)) {
+                return objects[o].address(k);
+            });
+        };
+        sums += elements(a) * elements(b);
+    }
+}
+
+// One step of lanes.
+template <class Sums, class A, class B> TARNM_INLINE void addStep(Sums& sums, const A& a, const B& b, std::ptrdiff_t k)
+{
+    using Factors = InnerLanes<typename A::Element>;
+    sums.add(
+        [&](std::ptrdiff_t i) __attribute__((always_inline)) { return elementsFrom<Factors>(a, i); },
+        [&](std::ptrdiff_t i) __attribute__((always_inline)) { return elementsFrom<Factors>(b, i); }, k);
+}
+
+// What sumOfProducts gives for each of four dense objects whose lanes begin and end alike. `steps`: of lanes that are
+// all there is, 0 for any span.
+template <int vectors, int steps, class A, class B>
+TARNM_INLINE auto sumsTogether(const Together<A>& a, const Together<B>& b, std::int32_t length, LaneSpan span)
+{
+    using T = typename A::Element;
+    using Sums = PartialSums<T, vectors>;
+    SumsTogether<T> sums(T(0));
+    if constexpr (steps == 0) addSingly(sums, a, b, 0, span.first);
+
+    Together<Sums> partial{Sums(sums[0]), Sums(sums[1]), Sums(sums[2]), Sums(sums[3])};
+    if constexpr (steps == 0) {
+        for (std::ptrdiff_t k = span.first; k < span.end; k += Sums::step)
+            TARNM_UNROLL
+        for (int o = 0; o < objectsTogether; ++o)
+            addStep(partial[o], a[o], b[o], k);
+    } else {
+        TARNM_UNROLL
+        for (int o = 0; o < objectsTogether; ++o)
+            TARNM_UNROLL
+        for (int s = 0; s < steps; ++s)
+            addStep(partial[o], a[o], b[o], s * Sums::step);
+    }
+    sums = foldedTogether<T>(
+        {partial[0].inOneVector(), partial[1].inOneVector(), partial[2].inOneVector(), partial[3].inOneVector()});
+    if constexpr (steps == 0) addSingly(sums, a, b, span.end, length);
+    return sums;
+}
+
+// Whether the objects' elements stand alike to the multiples of 32 bytes.
+template <class B> bool alignedAlike(const B& b)
+{
+    if constexpr (B::isSingle)
+        return true;
+    else
+        return b.objectStride % innerLaneBytes == 0;
+}
+
+// Asks for the lines of objects to come: where two streams come from beyond the first level of the cache, the loads of
+// one group of objects alone do not keep it busy.
+template <int bytes, class Object> TARNM_INLINE void fetchAhead(const Together<Object>& objects)
+{
+    constexpr int lineBytes = 64, ahead = 16 * lineBytes;
+    TARNM_UNROLL
+    for (const Object& object : objects)
+        TARNM_UNROLL
+    for (int line = 0; line < bytes; line += lineBytes)
+        __builtin_prefetch(moved(object.base, ahead + line));
+}
+
+template <int vectors, int steps, Reduction reduction, class A, class B, class D>
+std::int32_t reduceByFours(A a, B b, D d, std::int32_t length, LaneSpan span, Place place)
+{
+    std::int32_t done = 0;
+    for (; done + objectsTogether <= place.count; done += objectsTogether) {
+        const std::ptrdiff_t n = std::ptrdiff_t(place.first) + done;
+        const auto first = objectsFrom(a, n);
+        if constexpr (reduction == Reduction::norm) {
+            store(d.base + n, sqrt(sumsTogether<vectors, steps>(first, first, length, span)));
+        } else {
+            constexpr int bytes = steps * vectors * innerLaneBytes;
+            const auto second = objectsFrom(b, n);
+            if constexpr (!A::isSingle && !B::isSingle) {
+                fetchAhead<bytes>(first);
+                fetchAhead<bytes>(second);
+            }
+            store(d.base + n, sumsTogether<vectors, steps>(first, second, length, span));
+        }
+    }
+    return done;
+}
+
+template <class Array> inline constexpr bool isDenseOperand = false;
+template <class T> inline constexpr bool isDenseOperand<Single<StridedVector<T, Spacing::dense>>> = true;
+template <class T> inline constexpr bool isDenseOperand<ObjectArray<StridedVector<T, Spacing::dense>>> = true;
+
+// How many objects were reduced; those left over go one by one.
+template <ReductionPlan plan, Reduction reduction, class A, class B, class D>
+std::int32_t reduceTogether(const A& a, const B& b, const D& d, std::int32_t length, Place place)
+{
+    if constexpr (isDenseOperand<A> && isDenseOperand<B> && !(A::isSingle && B::isSingle)) {
+        using T = typename A::ObjectView::Element;
+        constexpr int usual = 16, steps = usual / PartialSums<T, plan.vectors>::step;
+        if (place.count < objectsTogether || !alignedAlike(b)) return 0;
+        const LaneSpan span = laneSpan<plan>(b[place.first], length);
+        if (span.isEmpty()) return 0;
+        if (length == usual && span.first == 0)
+            return reduceByFours<plan.vectors, steps, reduction>(a, b, d, length, span, place);
+        return reduceByFours<plan.vectors, 0, reduction>(a, b, d, length, span, place);
+    } else {
+        return 0;
     }
 }
 
@@ -173,7 +324,8 @@ tarnmStatus reduceVectors(const A& a, const B& b, const D& d, std::int32_t lengt
         reduceCases<6, path, reduction, plan.grouping>(a, b, d, place);
         return StatusOk;
     }
-    for (std::ptrdiff_t n = place.first; n < std::ptrdiff_t(place.first) + place.count; ++n) {
+    std::ptrdiff_t n = place.first + std::ptrdiff_t(reduceTogether<plan, reduction>(a, b, d, length, place));
+    for (; n < std::ptrdiff_t(place.first) + place.count; ++n) {
         const auto second = b[n];
         const LaneSpan span = laneSpan<plan>(second, length);
         d.set(n, finished<reduction>(sumOfProducts<plan.vectors>(a[n], second, length, span)));

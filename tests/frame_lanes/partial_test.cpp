@@ -46,6 +46,26 @@ TYPED_TEST(Partial, MovesTheFirstLanesAndNothingElse)
     expectFirst<1, TypeParam>(Flush::end);
 }
 
+template <unsigned bits, class V> void expectLanes()
+{
+    using T = scalar_t<V>;
+    constexpr int last = 31 - __builtin_clz(bits);
+    const GuardedMemory source((last + 1) * sizeof(T), Flush::end, 1);
+    const V loaded = loadLanes<bits, V>(elementsOf<T>(source));
+    for (int l = 0; l < V::size(); ++l)
+        EXPECT_EQ(loaded[l], (bits >> l & 1) != 0 ? T(l + 1) : T(0)) << bits << ", lane " << l;
+}
+
+TYPED_TEST(Partial, LoadsTheLanesOfAPattern)
+{
+    constexpr unsigned all = (1u << TypeParam::size()) - 1;
+    expectLanes<1, TypeParam>();
+    expectLanes<2, TypeParam>();
+    expectLanes<0x7777u & all, TypeParam>();
+    expectLanes<(0x1249u & all) | 2, TypeParam>();
+    expectLanes<all, TypeParam>();
+}
+
 template <int run, class V> void expectRepeated()
 {
     using T = scalar_t<V>;

@@ -202,6 +202,27 @@ TEST(Extract, OfTransposedSquaresMovesBitPatterns)
     }
 }
 
+template <class T, class Bits, class Member> void expectThreeOfFour(Member member)
+{
+    for (int count = 1; count <= 40; ++count) {
+        std::vector<Bits> from(std::size_t(count) * 4 - 1), to(std::size_t(count) * 3 + 1, 77), expected(to);
+        for (std::size_t i = 0; i < from.size(); ++i) {
+            from[i] = Bits(i + 1) | Bits(0x7F8) << (8 * sizeof(T) - 12);
+            if (i % 4 < 3) expected[i / 4 * 3 + i % 4] = from[i];
+        }
+        ASSERT_EQ(member(reinterpret_cast<const T*>(from.data()), 4 * sizeof(T), sizeof(T),
+                         reinterpret_cast<T*>(to.data()), 3, count),
+                  StatusOk);
+        EXPECT_EQ(to, expected) << count;
+    }
+}
+
+TEST(Extract, OfThreeOfFourElementsMovesBitPatternsAtEveryCount)
+{
+    expectThreeOfFour<float, std::uint32_t>(tarnmExtract_va_32f);
+    expectThreeOfFour<double, std::uint64_t>(tarnmExtract_va_64f);
+}
+
 TEST(Extract, TestsSizesAheadOfTheCount)
 {
     const float from[1] = {};

@@ -56,6 +56,32 @@ TEST(Transpose, AsksForTheCacheOfLargeArraysAndDoesNotDependOnIt)
                           from[std::size_t((n * height + r) * width + c)]);
 }
 
+template <class T, class Bits, class Member> void expectPackedTransposes(Member member)
+{
+    for (const int order : {3, 4, 5, 6, 8, 16, 20})
+        for (const int count : {1, 2, 5}) {
+            const int size = order * order, row = order * int(sizeof(T));
+            // Every pattern is another, and most are no numbers.
+            std::vector<Bits> from(std::size_t(count) * size), to(from.size() + 1, 77), expected(to);
+            for (std::size_t i = 0; i < from.size(); ++i)
+                from[i] = Bits(i + 1) * Bits(0x9E3779B97F4A7C15u) | Bits(0x7F8) << (8 * sizeof(T) - 12);
+            for (int n = 0; n < count; ++n)
+                for (int r = 0; r < order; ++r)
+                    for (int c = 0; c < order; ++c)
+                        expected[std::size_t(n * size + c * order + r)] = from[std::size_t(n * size + r * order + c)];
+            ASSERT_EQ(member(reinterpret_cast<const T*>(from.data()), row * order, row, int(sizeof(T)), order, order,
+                             reinterpret_cast<T*>(to.data()), row * order, row, int(sizeof(T)), count),
+                      StatusOk);
+            EXPECT_EQ(to, expected) << count << " of order " << order;
+        }
+}
+
+TEST(Transpose, OfPackedSquaresMovesBitPatterns)
+{
+    expectPackedTransposes<float, std::uint32_t>(tarnmTranspose_ma_32f);
+    expectPackedTransposes<double, std::uint64_t>(tarnmTranspose_ma_64f);
+}
+
 TEST(LoadIdentity, OfMoreRowsThanColumnsLeavesTheLastRowsZero)
 {
     float m[3][2] = {{9, 9}, {9, 9}, {9, 9}};

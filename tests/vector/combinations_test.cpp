@@ -49,6 +49,42 @@ TEST(CrossProduct, PackedArraysMayBeOverwritten)
     }
 }
 
+template <class T, class OfArrays, class WithOne, class OneWith>
+void expectPackedCrossProducts(OfArrays ofArrays, WithOne withOne, OneWith oneWith)
+{
+    constexpr int size = sizeof(T), stride = 3 * size, most = 40;
+    for (int count = 1; count <= most; ++count) {
+        T a[3 * most], b[3 * most], d[3][3 * most + 1];
+        for (int i = 0; i < 3 * count; ++i) {
+            a[i] = T(std::sin(i + 1));
+            b[i] = T(std::cos(3 * i));
+        }
+        for (auto& result : d)
+            result[3 * count] = 77;
+        ASSERT_EQ(ofArrays(a, stride, size, b, stride, size, d[0], stride, size, count), StatusOk);
+        ASSERT_EQ(withOne(a, stride, size, b, size, d[1], stride, size, count), StatusOk);
+        ASSERT_EQ(oneWith(a, size, b, stride, size, d[2], stride, size, count), StatusOk);
+        for (int i = 0; i < 3 * count; ++i) {
+            const int next = i % 3 < 2 ? i + 1 : i - 2, afterNext = i % 3 == 0 ? i + 2 : i - 1;
+            const auto element = [](const T* x, int j, const T* y, int k, int l, int m) {
+                const T first = x[j] * y[k], second = x[l] * y[m];
+                return first - second;
+            };
+            ASSERT_EQ(d[0][i], element(a, next, b, afterNext, afterNext, next)) << count << ", element " << i;
+            ASSERT_EQ(d[1][i], element(a, next, b, afterNext % 3, afterNext, next % 3)) << count << ", element " << i;
+            ASSERT_EQ(d[2][i], element(a, next % 3, b, afterNext, afterNext % 3, next)) << count << ", element " << i;
+        }
+        for (const auto& result : d)
+            ASSERT_EQ(result[3 * count], T(77)) << "behind the last of " << count;
+    }
+}
+
+TEST(CrossProduct, OfPackedArraysIsTheFormulaAtEveryCount)
+{
+    expectPackedCrossProducts<float>(tarnmCrossProduct_vava_32f, tarnmCrossProduct_vav_32f, tarnmCrossProduct_vva_32f);
+    expectPackedCrossProducts<double>(tarnmCrossProduct_vava_64f, tarnmCrossProduct_vav_64f, tarnmCrossProduct_vva_64f);
+}
+
 TEST(LComb, FactorsOfOneAndZeroAreNoShortcut)
 {
     const float bad[] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(), 1};

@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <string>
 #include <vector>
 
 #include "tarnm/tarnm.h"
@@ -98,6 +100,75 @@ TEST(DotProduct, OfAnObjectAloneAndInAnArrayHasTheSameBits)
             EXPECT_EQ(results[n], alone) << "length " << length << ", object " << n;
         }
     }
+}
+
+// The members of one element type.
+template <class T> struct Members;
+template <> struct Members<float> {
+    static constexpr auto dotOfArrays = tarnmDotProduct_vava_32f;
+    static constexpr auto dotWithOne = tarnmDotProduct_vav_32f;
+    static constexpr auto dot = tarnmDotProduct_vv_32f;
+    static constexpr auto norms = tarnmL2Norm_va_32f;
+    static constexpr auto norm = tarnmL2Norm_v_32f;
+};
+template <> struct Members<double> {
+    static constexpr auto dotOfArrays = tarnmDotProduct_vava_64f;
+    static constexpr auto dotWithOne = tarnmDotProduct_vav_64f;
+    static constexpr auto dot = tarnmDotProduct_vv_64f;
+    static constexpr auto norms = tarnmL2Norm_va_64f;
+    static constexpr auto norm = tarnmL2Norm_v_64f;
+};
+
+template <class T> class LongVectors : public testing::Test {};
+using ElementTypes = testing::Types<float, double>;
+TYPED_TEST_SUITE(LongVectors, ElementTypes);
+
+// Behind lengths and offsets there are lanes without anything ahead or behind, with both, and none at all; only where
+// objects lie whole multiples of 32 bytes apart do they begin alike. An offset of 2 is no place of an element.
+TYPED_TEST(LongVectors, InAnArrayHaveTheBitsOfEachAlone)
+{
+    using T = TypeParam;
+    using M = Members<T>;
+    constexpr int size = sizeof(T), mostBytes = 64 * 64;
+    for (const int length : {7, 8, 15, 16, 17, 23, 24, 33, 40})
+        for (const int gap : {0, 8})
+            for (const int offset : {0, 2, size, 16, 32 - size})
+                for (int count = 1; count <= 9; ++count) {
+                    const int stride = (length * size + 31) / 32 * 32 + gap;
+                    ASSERT_LE(count * stride + offset, mostBytes);
+                    alignas(32) static unsigned char memory[2][mostBytes];
+                    unsigned char *const a = memory[0] + offset, *const b = memory[1] + offset;
+                    const auto object = [&](unsigned char* array, int n) {
+                        return reinterpret_cast<T*>(array + n * stride);
+                    };
+                    for (int n = 0; n < count; ++n)
+                        for (int k = 0; k < length; ++k) {
+                            const T x = T(std::sin(n * 50 + k + 1)), y = T(std::cos(3 * (n * 50 + k)));
+                            std::memcpy(a + n * stride + k * size, &x, size);
+                            std::memcpy(b + n * stride + k * size, &y, size);
+                        }
+                    T dots[9], dotsWithOne[9], norms[9];
+                    ASSERT_EQ(
+                        M::dotOfArrays(object(a, 0), stride, size, object(b, 0), stride, size, dots, length, count),
+                        StatusOk);
+                    ASSERT_EQ(M::dotWithOne(object(a, 0), stride, size, object(b, 0), size, dotsWithOne, length, count),
+                              StatusOk);
+                    ASSERT_EQ(M::norms(object(a, 0), stride, size, norms, length, count), StatusOk);
+                    for (int n = 0; n < count; ++n) {
+                        T dot = 0, dotWithOne = 0, norm = 0;
+                        ASSERT_EQ(M::dot(object(a, n), size, object(b, n), size, &dot, length), StatusOk);
+                        ASSERT_EQ(M::dot(object(a, n), size, object(b, 0), size, &dotWithOne, length), StatusOk);
+                        ASSERT_EQ(M::norm(object(a, n), size, &norm, length), StatusOk);
+                        const auto where = [&] {
+                            return "length " + std::to_string(length) + ", offset " + std::to_string(offset) +
+                                   ", stride " + std::to_string(stride) + ", object " + std::to_string(n) + " of " +
+                                   std::to_string(count);
+                        };
+                        ASSERT_EQ(dots[n], dot) << where();
+                        ASSERT_EQ(dotsWithOne[n], dotWithOne) << where();
+                        ASSERT_EQ(norms[n], norm) << where();
+                    }
+                }
 }
 
 } // namespace
