@@ -99,13 +99,10 @@ bool combineInCase(Operation operation, const A& a, const B& b, const D& d, Exte
     return true;
 }
 
-} // namespace elementwise
-
 template <Cases cases, class Operation, class A, class B, class D>
-tarnmStatus combine(Operation operation, const A& a, const B& b, const D& d, Extent extent, Place place)
+[[gnu::noinline]] tarnmStatus combineByObjects(Operation operation, const A& a, const B& b, const D& d, Extent extent,
+                                               const Place& place)
 {
-    using namespace elementwise;
-    if (combineAsStream(operation, a, b, d, extent.rows, extent.columns, place)) return StatusOk;
     if constexpr (cases != Cases::none) {
         if (combineInCase<cases, 3>(operation, a, b, d, extent, place) ||
             combineInCase<cases, 4>(operation, a, b, d, extent, place) ||
@@ -117,6 +114,23 @@ tarnmStatus combine(Operation operation, const A& a, const B& b, const D& d, Ext
     }
     combineObjects(operation, a, b, d, extent, place);
     return StatusOk;
+}
+
+} // namespace elementwise
+
+template <Cases cases, class Operation, class A, class B, class D>
+tarnmStatus combine(Operation operation, const A& a, const B& b, const D& d, Extent extent, const Place& place)
+{
+    using namespace elementwise;
+    if constexpr (streamable_v<A, B, D>)
+        if (isStream(a, b, d, extent.rows, extent.columns, place))
+            return combineStream(operation, a, b, d, extent.rows, extent.columns, place);
+
+    // What is referred to stands in memory: copies, so that the operands of a stream need not.
+    const A copyOfA = a;
+    const B copyOfB = b;
+    const D copyOfD = d;
+    return combineByObjects<cases>(operation, copyOfA, copyOfB, copyOfD, extent, place);
 }
 
 } // namespace tarnm

@@ -1,6 +1,8 @@
 // Packed objects as one stream of elements.
 //
-//   combineAsStream    element-wise work on operands that stand in memory without gaps
+//   streamable_v     whether operands of these types can stand in memory without gaps
+//   isStream         whether those of a call do
+//   combineStream    element-wise work on them
 //
 // Objects of 3 or 4 elements are too short for a loop of their own. Where all arrays of a call are packed, object
 // after object, the call is one long loop over elements; a single operand then is a pattern that repeats with every
@@ -16,6 +18,7 @@
 #include "frame/lanes.h"
 #include "frame/operands.h"
 #include "frame/overlap.h"
+#include "tarnm/tarnm.h"
 
 namespace tarnm::elementwise {
 
@@ -198,15 +201,26 @@ TARNM_INLINE void combineRun(Operation operation, Elements<T> a, const B& b, T* 
     store(d + length - N, tail);
 }
 
+// The loops are functions of their own, which a member ends with: they have their operands in registers.
+template <class Operation, class T, class B>
+[[gnu::noinline]] tarnmStatus combineArray(Operation operation, Elements<T> a, B b, T* d, std::ptrdiff_t length)
+{
+    combineRun(operation, a, b, d, length);
+    return StatusOk;
+}
+
 // One object of `size` elements meets every object of the array. A few long objects are as well met one by one.
 template <class Operation, class T>
-[[gnu::noinline]] void combineWithOne(Operation operation, Elements<T> a, Elements<T> one, T* d, std::ptrdiff_t size,
-                                      std::ptrdiff_t length)
+[[gnu::noinline]] tarnmStatus combineWithOne(Operation operation, Elements<T> a, Elements<T> one, T* d,
+                                             std::ptrdiff_t size, std::ptrdiff_t length)
 {
     const bool few = size == length || (size >= native_lane_count_v<T> && size * 8 > length);
-    if (size <= Pattern<T>::longest && !few) return combineRun(operation, a, Pattern<T>(one.base, size), d, length);
-    for (std::ptrdiff_t i = 0; i < length; i += size)
-        combineRun(operation, Elements<T>{a.base + i}, one, d + i, size);
+    if (size <= Pattern<T>::longest && !few)
+        combineRun(operation, a, Pattern<T>(one.base, size), d, length);
+    else
+        for (std::ptrdiff_t i = 0; i < length; i += size)
+            combineRun(operation, Elements<T>{a.base + i}, one, d + i, size);
+    return StatusOk;
 }
 
 template <class Operation> struct Exchanged {
@@ -223,6 +237,11 @@ template <class T> struct IsStreamable<Single<Constant<T>>> : std::true_type {};
 
 template <class View> struct IsConstant : std::false_type {};
 template <class T> struct IsConstant<Single<Constant<T>>> : std::true_type {};
+
+// A constant is always the second operand.
+template <class A, class B, class D>
+inline constexpr bool streamable_v =
+    IsStreamable<A>::value&& IsStreamable<B>::value&& IsStreamable<D>::value && !IsConstant<A>::value;
 
 template <class T>
 bool isPacked(const StridedMatrix<T, Spacing::dense>& object, std::int32_t rows, std::int32_t columns)
@@ -244,48 +263,51 @@ bool isPacked(const ObjectArray<StridedMatrix<T, Spacing::dense>>& array, std::i
 
 template <class T> bool isPacked(const Single<Constant<T>>&, std::int32_t, std::int32_t) { return true; }
 
-template <class Operation, class A, class B, class D>
-bool combineAsStream(Operation operation, const A& a, const B& b, const D& d, std::int32_t rows, std::int32_t columns,
-                     Place place)
+// Whether the call is one run over elements: all operands packed, and the result not seen by what is read behind it.
+template <class A, class B, class D>
+bool isStream(const A& a, const B& b, const D& d, std::int32_t rows, std::int32_t columns, Place place)
 {
-    if constexpr (IsStreamable<A>::value && IsStreamable<B>::value && IsStreamable<D>::value && !IsConstant<A>::value) {
-        using T = typename D::ObjectView::Element;
-        if (!isPacked(a, rows, columns) || !isPacked(b, rows, columns) || !isPacked(d, rows, columns)) return false;
+    using T = typename D::ObjectView::Element;
+    if (!isPacked(a, rows, columns) || !isPacked(b, rows, columns) || !isPacked(d, rows, columns)) return false;
 
-        const std::ptrdiff_t size = std::ptrdiff_t(rows) * columns;
-        const std::ptrdiff_t length = size * place.count;
-        const std::uint64_t resultBytes = std::uint64_t(length) * sizeof(T);
-        T* const result = d[place.first].base;
+    const std::uint64_t objectBytes = std::uint64_t(rows) * columns * sizeof(T);
+    const std::uint64_t resultBytes = objectBytes * place.count;
+    const T* const result = d[place.first].base;
 
-        // A pattern must lie clear of the result; an array may also be the result itself.
-        const auto serves = [&](const auto& operand) {
-            using Operand = std::remove_cvref_t<decltype(operand)>;
-            if constexpr (IsConstant<Operand>::value) {
-                return true;
-            } else {
-                const T* base = operand[place.first].base;
-                const bool repeats = Operand::isSingle && !D::isSingle;
-                const std::uint64_t bytes = repeats ? std::uint64_t(size) * sizeof(T) : resultBytes;
-                return (!repeats && base == result) || apart(base, bytes, result, resultBytes);
-            }
-        };
-        if (!serves(a) || !serves(b)) return false;
-
-        const Elements<T> first{a[place.first].base};
-        if constexpr (IsConstant<B>::value) {
-            combineRun(operation, first, OneValue<T>{b.object.value}, result, length);
+    // A pattern must lie clear of the result; an array may also be the result itself.
+    const auto serves = [&](const auto& operand) {
+        using Operand = std::remove_cvref_t<decltype(operand)>;
+        if constexpr (IsConstant<Operand>::value) {
+            return true;
         } else {
-            const Elements<T> second{b[place.first].base};
-            if constexpr (A::isSingle == B::isSingle)
-                combineRun(operation, first, second, result, length);
-            else if constexpr (B::isSingle)
-                combineWithOne(operation, first, second, result, size, length);
-            else
-                combineWithOne(Exchanged<Operation>{operation}, second, first, result, size, length);
+            const T* base = operand[place.first].base;
+            const bool repeats = Operand::isSingle && !D::isSingle;
+            return (!repeats && base == result) ||
+                   apart(base, repeats ? objectBytes : resultBytes, result, resultBytes);
         }
-        return true;
+    };
+    return serves(a) && serves(b);
+}
+
+template <class Operation, class A, class B, class D>
+tarnmStatus combineStream(Operation operation, const A& a, const B& b, const D& d, std::int32_t rows,
+                          std::int32_t columns, Place place)
+{
+    using T = typename D::ObjectView::Element;
+    const std::ptrdiff_t size = std::ptrdiff_t(rows) * columns;
+    const std::ptrdiff_t length = size * place.count;
+    T* const result = d[place.first].base;
+    const Elements<T> first{a[place.first].base};
+    if constexpr (IsConstant<B>::value) {
+        return combineArray(operation, first, OneValue<T>{b.object.value}, result, length);
     } else {
-        return false;
+        const Elements<T> second{b[place.first].base};
+        if constexpr (A::isSingle == B::isSingle)
+            return combineArray(operation, first, second, result, length);
+        else if constexpr (B::isSingle)
+            return combineWithOne(operation, first, second, result, size, length);
+        else
+            return combineWithOne(Exchanged<Operation>{operation}, second, first, result, size, length);
     }
 }
 
