@@ -13,7 +13,8 @@ being gathered, by all functions but solve, lstsq, lu, eig, qr_factor and those 
 
 Arguments that functions have in common:
 
-out      an array for the result, or a list of arrays, one for each object; a tuple of these where there are several results
+out      an array for the result, or a list of arrays, one for each object; a tuple of these where there are several results;
+         for lu and qr_factor also what an earlier call returned
 errors   'raise': numpy.linalg.LinAlgError names the first object that failed; 'return': the result and an int32 array with a
          status for each object, 0 where it succeeded, and those results complete
 threads  how many threads the call may use. The setting is one of the process, set for the duration of the call: calls from
