@@ -134,7 +134,7 @@ def test_factors_in_arrays_of_the_caller(random, dtype, place):
 
 
 def test_factors_are_written_anew(random, dtype):
-    a, b = regular(random, (9, 3, 3), dtype), stack_of(random, (9, 3, 2), dtype)
+    a, b = regular(random, (9, 7, 7), dtype), stack_of(random, (9, 7, 2), dtype)
     for factor in (tarnm.lu, tarnm.qr_factor):
         # The first ones are scaled, the second ones are not.
         f = factor(a * dtype.type(2.0**-100), errors="return")
@@ -150,7 +150,7 @@ def test_factors_are_written_anew(random, dtype):
         assert factor(spoiled, out=f, errors="return") is f
         assert f.statuses[4] < 0 and not numpy.delete(f.statuses, 4).any()
     x = a.copy()
-    f = tarnm.lu(x, out=(x, numpy.zeros((9, 3), numpy.int32)))
+    f = tarnm.lu(x, out=(x, numpy.zeros((9, 7), numpy.int32)))
     assert f.raw[0] is x
     numpy.testing.assert_array_equal(f.solve(b), tarnm.lu(a).solve(b))
 
