@@ -8,8 +8,6 @@
 namespace tarnm::python {
 namespace {
 
-constexpr auto strided = layout::strided;
-
 template <class T> std::ptrdiff_t values_of_symmetric(const batch& work)
 {
     const std::ptrdiff_t order = work.in[0].rows;
@@ -87,15 +85,17 @@ template <class T> void join_vectors(const T* vectors, const T* imaginary, T* jo
 
 // out: complex values, complex left vectors, complex right vectors, the last two where they are wanted. Left vectors u have
 // conj(u) . a = value * conj(u).
-template <class T, bool Right, bool Left> std::ptrdiff_t vectors_of_general(const batch& work)
+template <class T, bool Right, bool Left, layout Place> std::ptrdiff_t vectors_of_general_at(const batch& work)
 {
     const std::ptrdiff_t order = work.in[0].rows, size = order * order, all = work.count * order;
     scratch_array<T> real(all), imaginary(all), right(Right ? work.count * size : 1),
         left(Left ? work.count * size : 1);
-    const auto a = matrices<const T, strided>(work.in[0], work.count);
+    const auto a = matrices<const T, Place>(work.in[0], work.count);
     const std::span re(real.data(), static_cast<std::size_t>(all)), im(imaginary.data(), static_cast<std::size_t>(all));
-    const matrix_array<T> right_view(right.data(), work.count, order, order);
-    const matrix_array<T> left_view(left.data(), work.count, order, order);
+    packed_beside<T, Place> right_place(right.data(), Right ? work.count : 1, order, order),
+        left_place(left.data(), Left ? work.count : 1, order, order);
+    const auto right_view = right_place.view();
+    const auto left_view = left_place.view();
     std::ptrdiff_t failures;
     if constexpr (Right && Left)
         failures = eigenvectors(a, re, im, right_view, left_view, statuses_of(work));
@@ -114,6 +114,11 @@ template <class T, bool Right, bool Left> std::ptrdiff_t vectors_of_general(cons
             join_vectors(left + n * size, im_n, static_cast<T*>(work.out[1].data) + 2 * n * size, order, T(-1));
     }
     return failures;
+}
+
+template <class T, bool Right, bool Left> std::ptrdiff_t vectors_of_general(const batch& work)
+{
+    return by_place(work, [&](auto place) { return vectors_of_general_at<T, Right, Left, place.value>(work); });
 }
 
 } // namespace

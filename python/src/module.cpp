@@ -1,5 +1,6 @@
 // The functions of the module _tarnm. What they have in common is told by the docstring of the package.
 #define TARNM_PYTHON_IMPORTS_ARRAY
+#include "elimination.h"
 #include "stack_call.h"
 #include "threads.h"
 
@@ -334,7 +335,7 @@ object solved(const system& how, const object& a, const object& b, const object*
     call.broadcast();
     const object out = o.out.is_none() || !vectors ? o.out : with_column_axis(o.out);
     call.output("out", out, {call.columns(0), call.columns(1)});
-    call.run(kernels, {.can_fail = how.can_fail, .in_blocks = true});
+    call.run(kernels, {.can_fail = how.can_fail, .in_blocks = true, .lists = true});
     object x = call.result(0);
     if (vectors) x = o.out.is_none() ? object(x[py::make_tuple(py::ellipsis(), 0)]) : o.out;
     if (!o.report) return x;
@@ -385,7 +386,7 @@ object lu(const object& a, const object& out, const object& errors, const object
     call.output("the factors of out", out_of(o, "lu", 0, 3), {call.rows(0), call.rows(0)}, content::elements, true);
     call.output("the pivots of out", out_of(o, "lu", 1, 3), {call.rows(0)}, content::indices, true);
     call.output("the exponents of out", out_of(o, "lu", 2, 3), {}, content::indices, true);
-    call.run(lu_factors, {.can_fail = true, .in_blocks = true});
+    call.run(lu_factors, {.can_fail = true, .in_blocks = true, .lists = true});
     return call.results(3);
 }
 
@@ -397,7 +398,7 @@ object cholesky(const object& a, const object& out, const object& errors, const 
     must_be_square(call);
     call.broadcast();
     call.output("out", out, {call.rows(0), call.rows(0)});
-    call.run(cholesky_lower, {.can_fail = true, .lists = true});
+    call.run(cholesky_lower, {.can_fail = true, .in_blocks = true, .lists = true});
     return call.results(1);
 }
 
@@ -417,7 +418,7 @@ object qr_factor(const object& a, const object& out, const object& errors, const
     call.output("the factors of out", out_of(o, "qr_factor", 0, 2), {call.rows(0), call.columns(0)}, content::elements,
                 true);
     call.output("the exponents of out", out_of(o, "qr_factor", 1, 2), {}, content::indices, true);
-    call.run(qr_factors, {.can_fail = true, .in_blocks = true});
+    call.run(qr_factors, {.can_fail = true, .in_blocks = true, .lists = true});
     return call.results(2);
 }
 
@@ -517,7 +518,7 @@ object eig(const object& a, bool left, bool right, const object& out, const obje
     call.run(left && right ? general_vectors_both
              : left        ? left_vectors
                            : general_vectors,
-             {.can_fail = true, .in_blocks = true});
+             {.can_fail = true, .in_blocks = true, .lists = true});
     return real_results(call, number, o);
 }
 
@@ -608,6 +609,7 @@ PYBIND11_MODULE(_tarnm, m)
     m.def("eig", eig, arg("a"), arg("left") = false, arg("right") = true, kw_only(), out, errors, threads, copy,
           "The eigenvalues w, then left vectors where left is set, then right ones where right is set, as columns of "
           "length 1.");
+    m.def("_use_wide_vectors", [](bool use) { return uses_wide_vectors = use && has_wide_vectors(); });
     py::class_<threads_within>(m, "_Threads")
         .def(py::init<py::object>())
         .def("__enter__", &threads_within::enter)

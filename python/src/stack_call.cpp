@@ -368,7 +368,7 @@ bool stack_call::can_list() const
     for (int i = 0; i < number_of_inputs_; ++i) {
         const place& p = inputs_[i];
         const bool single = PyArray_NDIM(p.get()) == p.core;
-        if (p.is_pivots || (single && p.must_be_stack)) return false;
+        if (single && p.must_be_stack) return false;
         if (!single && PyArray_DIM(p.get(), 0) != objects_) return false;
     }
     return true;
@@ -531,9 +531,9 @@ void stack_call::walk_list(kernel compute, batch& work, const settings& how)
     const auto take = [&](const place& p, operand& o) {
         o = operand_of(p);
         o.many = PyArray_NDIM(p.get()) > p.core;
-        o.object = PyArray_NDIM(p.get()) > p.core ? PyArray_STRIDE(p.get(), 0) : 0;
-        // Numbers and statuses lie one behind the other in every layout.
-        if (!o.many || p.packed) return;
+        o.object = o.many ? PyArray_STRIDE(p.get(), 0) : o.rows * o.columns * PyArray_ITEMSIZE(p.get());
+        // Numbers, pivots and statuses lie one behind the other in every layout.
+        if (!o.many || p.packed || p.is_pivots) return;
         std::vector<void*>& table = tables[next++];
         table = p.addresses;
         for (std::size_t n = table.size(); n < count; ++n)
