@@ -20,7 +20,7 @@ namespace tarnm::python {
 
 inline std::ptrdiff_t objects_per_block(std::ptrdiff_t bytes_of_object, std::ptrdiff_t count)
 {
-    constexpr std::ptrdiff_t block_bytes = std::ptrdiff_t{1} << 15, pack = 16;
+    constexpr std::ptrdiff_t block_bytes = std::ptrdiff_t{1} << 15, pack = 8;
     const std::ptrdiff_t fitting = block_bytes / std::max<std::ptrdiff_t>(bytes_of_object, 1);
     return std::clamp<std::ptrdiff_t>(fitting < pack ? fitting : fitting / pack * pack, 1, count);
 }

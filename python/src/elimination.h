@@ -393,13 +393,8 @@ template <std::size_t bytes, int n, class A, class L> TARNM_DETAIL_INLINE bool f
 }
 
 #if defined(__x86_64__)
-#if defined(__clang__)
-#define TARNM_PYTHON_WIDE __attribute__((target("avx512f,avx512bw,avx512dq,avx512vl")))
-#else
-#define TARNM_PYTHON_WIDE __attribute__((target("avx512f,avx512bw,avx512dq,avx512vl,prefer-vector-width=512")))
-#endif
-
-template <int n, class A, class B, class X> TARNM_PYTHON_WIDE bool solve_all_wide(const A& a, const B& b, const X& x)
+template <int n, class A, class B, class X>
+__attribute__((target("avx512f,avx512bw,avx512dq,avx512vl"))) bool solve_all_wide(const A& a, const B& b, const X& x)
 {
     return solve_all<64, n>(a, b, x);
 }

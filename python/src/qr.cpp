@@ -239,6 +239,48 @@ void form_q(const planar_block<T>& block, std::ptrdiff_t i, std::ptrdiff_t rows,
     }
 }
 
+// The same for square matrices of an order that is a constant: unrolled, and in registers as far as they reach.
+template <class T, int n> void form_square_q(const planar_block<T>& block, std::ptrdiff_t packs)
+{
+    using pack = detail::pack<T>;
+    for (std::ptrdiff_t i = 0; i < packs; ++i) {
+        pack q[n][n];
+        TARNM_DETAIL_UNROLL for (int k = n - 1; k >= 0; --k)
+        {
+            pack v[n], squares = pack{} + T(1);
+            TARNM_DETAIL_UNROLL for (int r = k + 1; r < n; ++r)
+            {
+                v[r] = block.factors.at(r * n + k, i);
+                squares += v[r] * v[r];
+            }
+            // The last one has no reflection.
+            const pack factor = k == n - 1 ? pack{} : -2 / squares;
+            q[k][k] = 1 + factor;
+            TARNM_DETAIL_UNROLL for (int r = k + 1; r < n; ++r) q[r][k] = factor * v[r];
+            TARNM_DETAIL_UNROLL for (int c = k + 1; c < n; ++c)
+            {
+                pack sum = {};
+                TARNM_DETAIL_UNROLL for (int r = k + 1; r < n; ++r) sum += q[r][c] * v[r];
+                sum *= factor;
+                q[k][c] = sum;
+                TARNM_DETAIL_UNROLL for (int r = k + 1; r < n; ++r) q[r][c] += sum * v[r];
+            }
+        }
+        TARNM_DETAIL_UNROLL for (int r = 0; r < n; ++r) TARNM_DETAIL_UNROLL for (int c = 0; c < n; ++c)
+            block.orthogonal.at(r * n + c, i) = q[r][c];
+    }
+}
+
+template <class T>
+void form_all_q(const planar_block<T>& block, std::ptrdiff_t packs, std::ptrdiff_t rows, std::ptrdiff_t columns)
+{
+    if (rows == columns && rows == 3) return form_square_q<T, 3>(block, packs);
+    if (rows == columns && rows == 4) return form_square_q<T, 4>(block, packs);
+    if (rows == columns && rows == 6) return form_square_q<T, 6>(block, packs);
+    for (std::ptrdiff_t i = 0; i < packs; ++i)
+        form_q(block, i, rows, columns);
+}
+
 // Q and R of a block that the library factors as it is. False where it refuses a matrix: nothing is written then.
 template <class T, class A, class Q, class R>
 bool q_and_r_in_planes(const A& a, const Q& q, const R& r, const planar_block<T>& block)
@@ -251,8 +293,7 @@ bool q_and_r_in_planes(const A& a, const Q& q, const R& r, const planar_block<T>
         return false;
     for (std::ptrdiff_t e = 0; e < rows * columns; ++e)
         detail::fill_tail(block.factors.plane(e), count);
-    for (std::ptrdiff_t i = 0; i < detail::packs_of<T>(count); ++i)
-        form_q(block, i, rows, columns);
+    form_all_q(block, detail::packs_of<T>(count), rows, columns);
     // What stood below the diagonal has served.
     for (std::ptrdiff_t i = 0; i < columns; ++i)
         for (std::ptrdiff_t j = 0; j < i; ++j)
