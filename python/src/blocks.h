@@ -3,6 +3,7 @@
 //   objects_per_block   as many objects as have their factors in scratch; whole packs where there are many
 //   part                objects first, first + 1, ... of an operand that has one for each, or the one that serves all; not of
 //                       planes
+//   part_of             the same of a whole batch
 //   columns_of          column k of right sides or of solutions, as vectors
 //   scratch_array       uninitialised elements, on the heap where they are many
 //   packed_matrices     matrices in scratch as an operand
@@ -31,6 +32,18 @@ inline operand part(operand o, std::ptrdiff_t first)
     o.data = static_cast<char*>(o.data) + first * o.object;
     if (o.table != nullptr) o.table += first;
     return o;
+}
+
+// Objects first, first + 1, ... of a batch.
+inline batch part_of(const batch& whole, std::ptrdiff_t first, std::ptrdiff_t count)
+{
+    batch some = whole;
+    some.count = count;
+    for (operand* operands : {some.in, some.out})
+        for (int k = 0; k < 3; ++k)
+            operands[k] = part(operands[k], first);
+    if (some.statuses != nullptr) some.statuses += first;
+    return some;
 }
 
 // The operand has the shape rows x columns.

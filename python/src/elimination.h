@@ -369,6 +369,7 @@ TARNM_DETAIL_INLINE bool solve_all(const A& a, const B& b, const X& x)
         typename W::numbers m[n * n], right[n];
         load_objects<W, n, n>(a, a_lies, first, live, m);
         load_objects<W, n, 1>(b, b_lies, first, live, right);
+        detail::fetch_ahead<false>(a, first, W::lanes);
         keep_refused<W>(eliminate<W, n>(m, right), tolerance, refused);
         store_objects<W, n, 1>(x, x_lies, first, live, right);
     }
@@ -386,6 +387,8 @@ template <std::size_t bytes, int n, class A, class L> TARNM_DETAIL_INLINE bool f
         const int live = static_cast<int>(std::min<std::ptrdiff_t>(W::lanes, a.count() - first));
         typename W::numbers m[n * n];
         load_objects<W, n, n>(a, a_lies, first, live, m);
+        detail::fetch_ahead<false>(a, first, W::lanes);
+        detail::fetch_ahead<true>(lower, first, W::lanes);
         keep_refused<W>(factor_lower<W, n>(m), smallest, refused);
         store_objects<W, n, n>(lower, lower_lies, first, live, m);
     }

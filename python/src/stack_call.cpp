@@ -472,18 +472,6 @@ struct walker {
 
 namespace {
 
-// Objects first, first + 1, ... of a batch.
-batch part_of(const batch& whole, std::ptrdiff_t first, std::ptrdiff_t count)
-{
-    batch some = whole;
-    some.count = count;
-    for (operand* operands : {some.in, some.out})
-        for (int k = 0; k < 3; ++k)
-            operands[k] = part(operands[k], first);
-    if (some.statuses != nullptr) some.statuses += first;
-    return some;
-}
-
 // Threads share the objects of a batch. The library takes one thread for what it is called for within.
 std::ptrdiff_t compute_in_parts(kernel compute, const batch& work, int threads)
 {

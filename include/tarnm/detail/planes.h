@@ -4,6 +4,7 @@
 //   pack<T>                       as many numbers as a vector of the processor holds
 //   planes<T>                     planes in scratch, each of `width` positions
 //   exchange_sides                transposes a square of vectors
+//   fetch_ahead                   reads or writes of a view that come next
 //   read_planes, write_planes     the matrices of a view
 //   fill_tail                     zeros where a plane has no object
 //   table_of                      the pointers per element
@@ -187,6 +188,22 @@ template <class View> bool is_full(const View& view, std::ptrdiff_t i)
     return (i + 1) * pack_size<typename View::value_type> <= view.count();
 }
 
+// Asks for what lies some objects ahead: the processor alone does not look far enough where an array is larger than its caches.
+// Beyond the end of the array nothing happens.
+template <bool is_written, class View>
+TARNM_DETAIL_INLINE void fetch_ahead(const View& view, std::ptrdiff_t first, std::ptrdiff_t count)
+{
+    constexpr std::ptrdiff_t distance = 4096, line = 64, largest_stride = 512;
+    if constexpr (View::place == layout::strided) {
+        const std::ptrdiff_t stride = view.object_stride();
+        if (stride > largest_stride) return;
+        const auto next = reinterpret_cast<std::uintptr_t>(view.address(first, 0, 0)) + distance;
+        for (std::ptrdiff_t k = 0; k < count * stride; k += line)
+            __builtin_prefetch(reinterpret_cast<const void*>(next + static_cast<std::uintptr_t>(k)),
+                               is_written ? 1 : 0);
+    }
+}
+
 // All matrices, or their upper triangles at least, side by side. Pack by pack, since the elements of some objects share lines
 // of a cache. Zeros stand where the last pack has no object.
 template <class View, class T> void read_planes(const View& view, const planes<T>& result, bool upper_triangle = false)
@@ -209,6 +226,7 @@ template <class View, class T> void read_planes(const View& view, const planes<T
         } else {
             const pack_places<View> places(view, i);
             if (lies != arrangement::scattered && is_full(view, i)) {
+                fetch_ahead<false>(view, i * pack_size<T>, pack_size<T>);
                 numbers.over_runs<T>([&](std::ptrdiff_t k, const std::ptrdiff_t* plane) {
                     pack<T> square[pack_size<T>];
                     TARNM_DETAIL_UNROLL for (std::ptrdiff_t l = 0; l < pack_size<T>; ++l) square[l] =
@@ -255,6 +273,7 @@ void write_planes(const View& view, const planes<T>& source, const Columns& colu
         } else {
             const pack_places<View> places(view, i);
             if (lies != arrangement::scattered && is_full(view, i)) {
+                fetch_ahead<true>(view, i * pack_size<T>, pack_size<T>);
                 numbers.over_runs<T>([&](std::ptrdiff_t k, const std::ptrdiff_t* plane) {
                     pack<T> square[pack_size<T>];
                     TARNM_DETAIL_UNROLL for (std::ptrdiff_t j = 0; j < pack_size<T>; ++j) square[j] =
