@@ -9,7 +9,7 @@ broadcast as NumPy does it, float32 stays float32, and every function takes ``ou
     array([ 1.,  8., 27., 64.], dtype=float32)
 
 A list of arrays of one shape, each one vector or matrix, is a stack too: tarnm.inv([a, b, c]). It is taken as it lies, without
-being gathered, by all functions but solve, lstsq, lu, eig, qr_factor and those that solve with factors.
+being gathered, where its arrays have the same strides.
 
 Arguments that functions have in common:
 
