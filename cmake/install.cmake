@@ -5,14 +5,28 @@ include(CMakePackageConfigHelpers)
 
 set(TARNM_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/tarnm)
 
+# install_libraries(<shared|static> <target>...)
+#     The libraries of one kind, and the file of the CMake package that knows them.
+function(install_libraries kind)
+    install(TARGETS ${ARGN} EXPORT tarnm-${kind}-targets)
+    install(EXPORT tarnm-${kind}-targets NAMESPACE tarnm:: DESTINATION ${TARNM_CMAKE_DIR})
+endfunction()
+
 set(installed tarncore)
 if(TARGET tarnm)
     list(APPEND installed tarnm)
 endif()
-install(TARGETS ${installed} EXPORT tarnm-targets)
+if(BUILD_SHARED_LIBS)
+    install_libraries(shared ${installed})
+    if(TARNM_BUILD_STATIC)
+        list(TRANSFORM installed APPEND _static)
+        install_libraries(static ${installed})
+    endif()
+else()
+    install_libraries(static ${installed})
+endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
-install(EXPORT tarnm-targets NAMESPACE tarnm:: DESTINATION ${TARNM_CMAKE_DIR})
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/tarnm-config.cmake.in
     ${PROJECT_BINARY_DIR}/tarnm-config.cmake INSTALL_DESTINATION ${TARNM_CMAKE_DIR})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/tarnm-config-version.cmake COMPATIBILITY SameMajorVersion)

@@ -32,6 +32,7 @@ class Tarnm(ConanFile):
     def generate(self):
         CMakeDeps(self).generate()
         toolchain = CMakeToolchain(self)
+        toolchain.variables["TARNM_BUILD_STATIC"] = False
         toolchain.variables["TARNM_BUILD_TESTS"] = False
         toolchain.variables["TARNM_BUILD_EXAMPLES"] = False
         toolchain.generate()

@@ -1,10 +1,12 @@
 // Cholesky factors with the diagonal that the word promises, and solutions with them.
 //
 // The library compares pivots with an absolute tolerance. A matrix that was refused is tried again with rows and columns
-// multiplied by powers of two that bring the diagonal between 1/4 and 1.
+// multiplied by powers of two that bring the diagonal between 1/4 and 1. Matrices of the orders 3 to 6 that are far from
+// singular are factored without the library.
 #include <tarnm/detail/cholesky.h>
 
 #include "blocks.h"
+#include "elimination.h"
 
 namespace tarnm::python {
 namespace {
@@ -37,57 +39,88 @@ template <class T, class A, class D> tarnmStatus lower_scaled(const A& a, const 
     return status;
 }
 
+template <class T, class A, class D> std::ptrdiff_t lower_block(const A& a, const D& lower, tarnmStatus* statuses)
+{
+    std::ptrdiff_t failures = tarnm::cholesky(a, lower, std::span(statuses, static_cast<std::size_t>(a.count())));
+    if (failures <= 0) return failures;
+    for (std::ptrdiff_t n = 0; n < a.count(); ++n) {
+        if (statuses[n] == StatusOk) continue;
+        statuses[n] = lower_scaled<T>(a.objects(n, 1), lower.objects(n, 1));
+        failures -= statuses[n] == StatusOk;
+    }
+    return failures;
+}
+
+// Orders that have an elimination of their own.
+template <class T, class A, class D> std::ptrdiff_t lower_in_blocks(const A& a, const D& lower, tarnmStatus* statuses)
+{
+    const std::ptrdiff_t step =
+        objects_per_block(std::ptrdiff_t{a.rows()} * a.rows() * std::ptrdiff_t{sizeof(T)}, a.count());
+    std::ptrdiff_t failures = 0;
+    for (std::ptrdiff_t first = 0; first < a.count(); first += step) {
+        const std::ptrdiff_t count = std::min<std::ptrdiff_t>(step, a.count() - first);
+        const auto source = a.objects(first, count);
+        const auto result = lower.objects(first, count);
+        if (factored(source, result)) {
+            std::fill_n(statuses + first, count, StatusOk);
+            continue;
+        }
+        const std::ptrdiff_t failed = lower_block<T>(source, result, statuses + first);
+        if (failed < 0) return failed;
+        failures += failed;
+    }
+    return failures;
+}
+
 template <class T> std::ptrdiff_t lower_factors(const batch& work)
 {
     return by_place(work, [&](auto place) {
         const auto a = matrices<const T, place.value>(work.in[0], work.count);
         const auto lower = matrices<T, place.value>(work.out[0], work.count);
-        std::ptrdiff_t failures = tarnm::cholesky(a, lower, statuses_of(work));
-        if (failures <= 0) return failures;
-        for (std::ptrdiff_t n = 0; n < work.count; ++n) {
-            if (work.statuses[n] == StatusOk) continue;
-            work.statuses[n] = lower_scaled<T>(a.objects(n, 1), lower.objects(n, 1));
-            failures -= work.statuses[n] == StatusOk;
-        }
-        return failures;
+        return has_elimination(a.rows()) ? lower_in_blocks<T>(a, lower, work.statuses)
+                                         : lower_block<T>(a, lower, work.statuses);
     });
 }
 
 // Copies of factors with the reciprocals of the diagonal, as the solver wants them.
-template <class T> void copy_with_reciprocals(const operand& source, std::ptrdiff_t count, T* factors)
+template <class T, class F> void copy_with_reciprocals(const F& lower, T* factors)
 {
-    const std::ptrdiff_t order = source.rows;
-    const auto lower = matrices<const T, strided>(source, count);
-    for (std::ptrdiff_t n = 0; n < count; ++n, factors += order * order) {
+    const std::ptrdiff_t order = lower.rows();
+    for (std::ptrdiff_t n = 0; n < lower.count(); ++n, factors += order * order) {
         detail::read_object(lower, n, factors);
         for (std::ptrdiff_t i = 0; i < order; ++i)
             factors[i * (order + 1)] = 1 / factors[i * (order + 1)];
     }
 }
 
-template <class T> std::ptrdiff_t solve(const batch& work)
+template <class T, layout Place> std::ptrdiff_t solve_at(const batch& work)
 {
     const operand& f = work.in[0];
     const std::ptrdiff_t order = f.rows, size = order * order;
     const std::ptrdiff_t step = f.many ? objects_per_block(size * std::ptrdiff_t{sizeof(T)}, work.count) : work.count;
     scratch_array<T> factors(f.many ? step * size : size);
-    if (!f.many) copy_with_reciprocals(f, 1, factors.data());
+    if (!f.many) copy_with_reciprocals(matrices<const T, strided>(f, 1), factors.data());
     for (std::ptrdiff_t first = 0; first < work.count; first += step) {
         const std::ptrdiff_t count = std::min(step, work.count - first);
-        if (f.many) copy_with_reciprocals(part(f, first), count, factors.data());
+        if (f.many) copy_with_reciprocals(matrices<const T, Place>(part(f, first), count), factors.data());
+        packed_beside<T, Place> beside(factors.data(), f.many ? count : 1, order, order);
         const operand b = part(work.in[1], first), x = part(work.out[0], first);
         for (std::ptrdiff_t k = 0; k < b.columns; ++k) {
-            const auto right = vectors<const T, strided>(column(b, k), count);
-            const auto result = vectors<T, strided>(column(x, k), count);
-            const tarnmStatus status =
-                f.many ? plain::cholesky_solve(matrix_array<const T>(factors.data(), count, order, order), right,
-                                               result, std::nothrow)
-                       : plain::cholesky_solve(matrix_view<const T>(factors.data(), order, order), right, result,
-                                               std::nothrow);
+            const auto right = columns_of<const T, Place>(b, k, count);
+            const auto result = columns_of<T, Place>(x, k, count);
+            const tarnmStatus status = f.many
+                                           ? plain::cholesky_solve(beside.view(), right, result, std::nothrow)
+                                           : plain::cholesky_solve(matrix_view<const T>(factors.data(), order, order),
+                                                                   right, result, std::nothrow);
             if (status != StatusOk) return status;
         }
     }
     return 0;
+}
+
+template <class T> std::ptrdiff_t solve(const batch& work)
+{
+    return by_place(work, [&](auto place) { return solve_at<T, place.value>(work); });
 }
 
 } // namespace

@@ -8,8 +8,6 @@
 namespace tarnm::python {
 namespace {
 
-constexpr auto strided = layout::strided;
-
 template <class T> std::ptrdiff_t values_of_symmetric(const batch& work)
 {
     const std::ptrdiff_t order = work.in[0].rows;
@@ -35,29 +33,38 @@ template <class T> std::ptrdiff_t vectors_of_symmetric(const batch& work)
     });
 }
 
-// Complex numbers are pairs.
-template <class T> void join(const T* real, const T* imaginary, std::ptrdiff_t size, const batch& work)
+// Complex numbers are pairs. Whether one has an imaginary part.
+template <class T> bool join(const T* real, const T* imaginary, std::ptrdiff_t size, T* values)
 {
-    T* const values = static_cast<T*>(work.out[0].data);
     bool found = false;
     for (std::ptrdiff_t i = 0; i < size; ++i) {
         values[2 * i] = real[i];
         values[2 * i + 1] = imaginary[i];
         found |= imaginary[i] != 0;
     }
-    work.complex_found |= found;
+    return found;
 }
 
+// Block by block, so that the parts of the values stay near before they are joined.
 template <class T> std::ptrdiff_t values_of_general(const batch& work)
 {
-    const std::ptrdiff_t size = work.count * work.in[0].rows;
-    scratch_array<T> real(size), imaginary(size);
-    const std::span re(real.data(), static_cast<std::size_t>(size)),
-        im(imaginary.data(), static_cast<std::size_t>(size));
-    const std::ptrdiff_t failures = by_place(work, [&](auto place) {
-        return eigenvalues(matrices<const T, place.value>(work.in[0], work.count), re, im, statuses_of(work));
-    });
-    if (failures >= 0) join(real.data(), imaginary.data(), size, work);
+    const std::ptrdiff_t order = work.in[0].rows;
+    const std::ptrdiff_t step = objects_per_block(order * order * std::ptrdiff_t{sizeof(T)}, work.count);
+    scratch_array<T> real(step * order), imaginary(step * order);
+    std::ptrdiff_t failures = 0;
+    for (std::ptrdiff_t first = 0; first < work.count; first += step) {
+        const std::ptrdiff_t count = std::min(step, work.count - first), size = count * order;
+        const std::span re(real.data(), static_cast<std::size_t>(size)),
+            im(imaginary.data(), static_cast<std::size_t>(size));
+        const std::span statuses(work.statuses + first, static_cast<std::size_t>(count));
+        const std::ptrdiff_t failed = by_place(work, [&](auto place) {
+            return eigenvalues(matrices<const T, place.value>(part(work.in[0], first), count), re, im, statuses);
+        });
+        if (failed < 0) return failed;
+        failures += failed;
+        T* const values = static_cast<T*>(work.out[0].data) + 2 * first * order;
+        work.complex_found |= join(real.data(), imaginary.data(), size, values);
+    }
     return failures;
 }
 
@@ -87,15 +94,17 @@ template <class T> void join_vectors(const T* vectors, const T* imaginary, T* jo
 
 // out: complex values, complex left vectors, complex right vectors, the last two where they are wanted. Left vectors u have
 // conj(u) . a = value * conj(u).
-template <class T, bool Right, bool Left> std::ptrdiff_t vectors_of_general(const batch& work)
+template <class T, bool Right, bool Left, layout Place> std::ptrdiff_t vectors_of_general_at(const batch& work)
 {
     const std::ptrdiff_t order = work.in[0].rows, size = order * order, all = work.count * order;
     scratch_array<T> real(all), imaginary(all), right(Right ? work.count * size : 1),
         left(Left ? work.count * size : 1);
-    const auto a = matrices<const T, strided>(work.in[0], work.count);
+    const auto a = matrices<const T, Place>(work.in[0], work.count);
     const std::span re(real.data(), static_cast<std::size_t>(all)), im(imaginary.data(), static_cast<std::size_t>(all));
-    const matrix_array<T> right_view(right.data(), work.count, order, order);
-    const matrix_array<T> left_view(left.data(), work.count, order, order);
+    packed_beside<T, Place> right_place(right.data(), Right ? work.count : 1, order, order),
+        left_place(left.data(), Left ? work.count : 1, order, order);
+    const auto right_view = right_place.view();
+    const auto left_view = left_place.view();
     std::ptrdiff_t failures;
     if constexpr (Right && Left)
         failures = eigenvectors(a, re, im, right_view, left_view, statuses_of(work));
@@ -104,7 +113,7 @@ template <class T, bool Right, bool Left> std::ptrdiff_t vectors_of_general(cons
     else
         failures = left_eigenvectors(a, re, im, left_view, statuses_of(work));
     if (failures < 0) return failures;
-    join(real.data(), imaginary.data(), all, work);
+    work.complex_found |= join(real.data(), imaginary.data(), all, static_cast<T*>(work.out[0].data));
     for (std::ptrdiff_t n = 0; n < work.count; ++n) {
         const T* const im_n = imaginary + n * order;
         if constexpr (Right)
@@ -112,6 +121,22 @@ template <class T, bool Right, bool Left> std::ptrdiff_t vectors_of_general(cons
                          T(1));
         if constexpr (Left)
             join_vectors(left + n * size, im_n, static_cast<T*>(work.out[1].data) + 2 * n * size, order, T(-1));
+    }
+    return failures;
+}
+
+template <class T, bool Right, bool Left> std::ptrdiff_t vectors_of_general(const batch& work)
+{
+    const std::ptrdiff_t order = work.in[0].rows;
+    const std::ptrdiff_t step = objects_per_block(order * order * std::ptrdiff_t{sizeof(T)}, work.count);
+    std::ptrdiff_t failures = 0;
+    for (std::ptrdiff_t first = 0; first < work.count; first += step) {
+        const batch some = part_of(work, first, std::min(step, work.count - first));
+        const std::ptrdiff_t failed =
+            by_place(work, [&](auto place) { return vectors_of_general_at<T, Right, Left, place.value>(some); });
+        if (failed < 0) return failed;
+        failures += failed;
+        work.complex_found |= some.complex_found;
     }
     return failures;
 }

@@ -1,9 +1,11 @@
 // The functions of the module _tarnm. What they have in common is told by the docstring of the package.
 #define TARNM_PYTHON_IMPORTS_ARRAY
+#include "elimination.h"
 #include "stack_call.h"
 #include "threads.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace tarnm::python {
 namespace {
@@ -12,15 +14,21 @@ using object = py::object;
 
 object none() { return py::none(); }
 
+// 0 where a call asks for no number of its own.
+int threads_of(const object& threads)
+{
+    if (threads.is_none()) return 0;
+    const int number = threads.cast<int>();
+    if (number < 1) throw py::value_error("tarnm: threads must be 1 or more, not " + std::to_string(number));
+    return number;
+}
+
 options options_of(const object& out, const object& errors, const object& threads, bool copy)
 {
     options o;
     o.out = out;
     o.copy = copy;
-    if (!threads.is_none()) {
-        o.threads = threads.cast<int>();
-        if (o.threads < 1) throw py::value_error("tarnm: threads must be 1 or more, not " + std::to_string(o.threads));
-    }
+    o.threads = threads_of(threads);
     if (!errors.is_none()) {
         const std::string how = py::str(errors);
         if (how != "raise" && how != "return")
@@ -327,7 +335,7 @@ object solved(const system& how, const object& a, const object& b, const object*
     call.broadcast();
     const object out = o.out.is_none() || !vectors ? o.out : with_column_axis(o.out);
     call.output("out", out, {call.columns(0), call.columns(1)});
-    call.run(kernels, {.can_fail = how.can_fail, .in_blocks = true});
+    call.run(kernels, {.can_fail = how.can_fail, .in_blocks = true, .lists = true});
     object x = call.result(0);
     if (vectors) x = o.out.is_none() ? object(x[py::make_tuple(py::ellipsis(), 0)]) : o.out;
     if (!o.report) return x;
@@ -367,17 +375,18 @@ object qr_solve(const object& factors, const object& b, const object& out, const
 
 // ---- factors
 
-object lu(const object& a, const object& errors, const object& threads, bool copy)
+// out: factors, pivots, exponents.
+object lu(const object& a, const object& out, const object& errors, const object& threads, bool copy)
 {
-    const options o = options_of(none(), errors, threads, copy);
+    const options o = options_of(out, errors, threads, copy);
     stack_call call("lu", o);
     call.input("a", a, 2);
     must_be_square(call);
     call.broadcast();
-    call.output("factors", none(), {call.rows(0), call.rows(0)}, content::elements, true);
-    call.output("pivots", none(), {call.rows(0)}, content::indices, true);
-    call.output("exponents", none(), {}, content::indices, true);
-    call.run(lu_factors, {.can_fail = true, .in_blocks = true});
+    call.output("the factors of out", out_of(o, "lu", 0, 3), {call.rows(0), call.rows(0)}, content::elements, true);
+    call.output("the pivots of out", out_of(o, "lu", 1, 3), {call.rows(0)}, content::indices, true);
+    call.output("the exponents of out", out_of(o, "lu", 2, 3), {}, content::indices, true);
+    call.run(lu_factors, {.can_fail = true, .in_blocks = true, .lists = true});
     return call.results(3);
 }
 
@@ -389,7 +398,7 @@ object cholesky(const object& a, const object& out, const object& errors, const 
     must_be_square(call);
     call.broadcast();
     call.output("out", out, {call.rows(0), call.rows(0)});
-    call.run(cholesky_lower, {.can_fail = true, .lists = true});
+    call.run(cholesky_lower, {.can_fail = true, .in_blocks = true, .lists = true});
     return call.results(1);
 }
 
@@ -398,16 +407,18 @@ void must_be_tall(const stack_call& call)
     call.require(call.rows(0) >= call.columns(0), "matrices must have at least as many rows as columns", {0});
 }
 
-object qr_factor(const object& a, const object& errors, const object& threads, bool copy)
+// out: factors, exponents.
+object qr_factor(const object& a, const object& out, const object& errors, const object& threads, bool copy)
 {
-    const options o = options_of(none(), errors, threads, copy);
+    const options o = options_of(out, errors, threads, copy);
     stack_call call("qr_factor", o);
     call.input("a", a, 2);
     must_be_tall(call);
     call.broadcast();
-    call.output("factors", none(), {call.rows(0), call.columns(0)}, content::elements, true);
-    call.output("exponents", none(), {}, content::indices, true);
-    call.run(qr_factors, {.can_fail = true, .in_blocks = true});
+    call.output("the factors of out", out_of(o, "qr_factor", 0, 2), {call.rows(0), call.columns(0)}, content::elements,
+                true);
+    call.output("the exponents of out", out_of(o, "qr_factor", 1, 2), {}, content::indices, true);
+    call.run(qr_factors, {.can_fail = true, .in_blocks = true, .lists = true});
     return call.results(2);
 }
 
@@ -507,7 +518,7 @@ object eig(const object& a, bool left, bool right, const object& out, const obje
     call.run(left && right ? general_vectors_both
              : left        ? left_vectors
                            : general_vectors,
-             {.can_fail = true, .in_blocks = true});
+             {.can_fail = true, .in_blocks = true, .lists = true});
     return real_results(call, number, o);
 }
 
@@ -520,6 +531,20 @@ void set_num_threads(int threads)
     process_threads = threads;
     tarnSetNumThreads(threads);
 }
+
+// `with _Threads(threads):` for calls of the C functions from Python.
+class threads_within {
+public:
+    explicit threads_within(const object& threads)
+        : threads_(threads_of(threads))
+    {}
+    void enter() { setting_.emplace(threads_); }
+    void leave(const py::args&) { setting_.reset(); }
+
+private:
+    int threads_;
+    std::optional<thread_setting> setting_;
+};
 
 } // namespace
 } // namespace tarnm::python
@@ -567,11 +592,11 @@ PYBIND11_MODULE(_tarnm, m)
     m.def("lu_solve", lu_solve, arg("factors"), arg("pivots"), arg("b"), kw_only(), out, threads, copy);
     m.def("cholesky_solve", cholesky_solve, arg("lower"), arg("b"), kw_only(), out, threads, copy);
     m.def("qr_solve", qr_solve, arg("factors"), arg("b"), kw_only(), out, threads, copy);
-    m.def("lu", lu, arg("a"), kw_only(), errors, threads, copy);
+    m.def("lu", lu, arg("a"), kw_only(), out, errors, threads, copy);
     m.def("cholesky", cholesky, arg("a"), kw_only(), out, errors, threads, copy,
           "The lower triangular l with l @ l.T = a. The lower triangle of a is read. A matrix that is not positive "
           "definite fails.");
-    m.def("qr_factor", qr_factor, arg("a"), kw_only(), errors, threads, copy);
+    m.def("qr_factor", qr_factor, arg("a"), kw_only(), out, errors, threads, copy);
     m.def("qr", qr, arg("a"), kw_only(), out, errors, threads, copy,
           "Q (..., m, n) and R (..., n, n) with Q @ R = a, for a (..., m, n) with m >= n.");
     m.def("eigvalsh", eigvalsh, arg("a"), triangle, kw_only(), out, errors, threads, copy,
@@ -584,6 +609,11 @@ PYBIND11_MODULE(_tarnm, m)
     m.def("eig", eig, arg("a"), arg("left") = false, arg("right") = true, kw_only(), out, errors, threads, copy,
           "The eigenvalues w, then left vectors where left is set, then right ones where right is set, as columns of "
           "length 1.");
+    m.def("_use_wide_vectors", [](bool use) { return uses_wide_vectors = use && has_wide_vectors(); });
+    py::class_<threads_within>(m, "_Threads")
+        .def(py::init<py::object>())
+        .def("__enter__", &threads_within::enter)
+        .def("__exit__", &threads_within::leave);
     m.def("set_num_threads", set_num_threads, arg("threads"),
           "The number of threads of all calls of this process; 0 for the default.");
     m.def("get_num_threads", tarnGetNumThreads, "The number of threads that a call may use.");

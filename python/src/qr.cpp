@@ -27,15 +27,13 @@ template <class T, class A> tarnmStatus factor_scaled(const A& a, T* factors, st
 }
 
 // Packed factors; exponents are zero but where a matrix had to be scaled.
-template <class T>
-std::ptrdiff_t factor_block(const operand& source, std::ptrdiff_t count, T* factors, std::int32_t* exponents,
-                            tarnmStatus* statuses)
+template <class T, class A>
+std::ptrdiff_t factor_block(const A& a, T* factors, std::int32_t* exponents, tarnmStatus* statuses)
 {
-    const std::ptrdiff_t rows = source.rows, columns = source.columns;
-    const auto a = matrices<const T, strided>(source, count);
+    const std::ptrdiff_t rows = a.rows(), columns = a.columns(), count = a.count();
     std::fill_n(exponents, count, 0);
-    std::ptrdiff_t failures = tarnm::qr(a, matrix_array<T>(factors, count, rows, columns),
-                                        std::span(statuses, static_cast<std::size_t>(count)));
+    packed_beside<T, A::place> results(factors, count, rows, columns);
+    std::ptrdiff_t failures = tarnm::qr(a, results.view(), std::span(statuses, static_cast<std::size_t>(count)));
     if (failures <= 0) return failures;
     for (std::ptrdiff_t n = 0; n < count; ++n) {
         if (statuses[n] == StatusOk) continue;
@@ -57,7 +55,7 @@ template <class T> bool has_full_rank(const T* factors, std::ptrdiff_t rows, std
     return smallest > static_cast<T>(rows) * std::numeric_limits<T>::epsilon() * largest;
 }
 
-template <class T> std::ptrdiff_t least_squares(const batch& work)
+template <class T, layout Place> std::ptrdiff_t least_squares_at(const batch& work)
 {
     const operand& a = work.in[0];
     const std::ptrdiff_t rows = a.rows, columns = a.columns, size = rows * columns;
@@ -70,7 +68,9 @@ template <class T> std::ptrdiff_t least_squares(const batch& work)
         const std::ptrdiff_t matrices_here = a.many ? count : 1;
         tarnmStatus* const statuses = work.statuses + first;
         const std::ptrdiff_t failed =
-            factor_block<T>(part(a, first), matrices_here, factors.data(), exponents.data(), statuses);
+            a.many ? factor_block<T>(matrices<const T, Place>(part(a, first), count), factors.data(), exponents.data(),
+                                     statuses)
+                   : factor_block<T>(matrices<const T, strided>(a, 1), factors.data(), exponents.data(), statuses);
         if (failed < 0) return failed;
         for (std::ptrdiff_t n = 0; n < matrices_here; ++n) {
             T* const found = factors + n * size;
@@ -83,14 +83,14 @@ template <class T> std::ptrdiff_t least_squares(const batch& work)
         if (!a.many) std::fill_n(statuses, count, statuses[0]);
         for (std::ptrdiff_t n = 0; n < count; ++n)
             failures += statuses[n] != StatusOk;
+        packed_beside<T, Place> beside(factors.data(), matrices_here, rows, columns);
         const operand b = part(work.in[1], first), x = part(work.out[0], first);
         for (std::ptrdiff_t k = 0; k < b.columns; ++k) {
-            const auto right = vectors<const T, strided>(column(b, k), count);
-            const auto result = vectors<T, strided>(column(x, k), count);
+            const auto right = columns_of<const T, Place>(b, k, count);
+            const auto result = columns_of<T, Place>(x, k, count);
             const tarnmStatus status =
-                a.many
-                    ? qr_solve(matrix_array<const T>(factors.data(), count, rows, columns), right, result, std::nothrow)
-                    : qr_solve(matrix_view<const T>(factors.data(), rows, columns), right, result, std::nothrow);
+                a.many ? qr_solve(beside.view(), right, result, std::nothrow)
+                       : qr_solve(matrix_view<const T>(factors.data(), rows, columns), right, result, std::nothrow);
             if (status != StatusOk) return status;
             for (std::ptrdiff_t n = 0; n < count; ++n) {
                 const std::int32_t exponent = exponents.data()[a.many ? n : 0];
@@ -104,11 +104,19 @@ template <class T> std::ptrdiff_t least_squares(const batch& work)
     return failures;
 }
 
+template <class T> std::ptrdiff_t least_squares(const batch& work)
+{
+    return by_place(work, [&](auto place) { return least_squares_at<T, place.value>(work); });
+}
+
 // out: packed factors, packed exponents.
 template <class T> std::ptrdiff_t factor(const batch& work)
 {
-    return factor_block<T>(work.in[0], work.count, static_cast<T*>(work.out[0].data),
-                           static_cast<std::int32_t*>(work.out[1].data), work.statuses);
+    return by_place(work, [&](auto place) {
+        return factor_block<T>(matrices<const T, place.value>(work.in[0], work.count),
+                               static_cast<T*>(work.out[0].data), static_cast<std::int32_t*>(work.out[1].data),
+                               work.statuses);
+    });
 }
 
 // Householder reflections of one matrix in double precision, also where a column is zero. As the library stores them.
@@ -231,6 +239,48 @@ void form_q(const planar_block<T>& block, std::ptrdiff_t i, std::ptrdiff_t rows,
     }
 }
 
+// The same for square matrices of an order that is a constant: unrolled, and in registers as far as they reach.
+template <class T, int n> void form_square_q(const planar_block<T>& block, std::ptrdiff_t packs)
+{
+    using pack = detail::pack<T>;
+    for (std::ptrdiff_t i = 0; i < packs; ++i) {
+        pack q[n][n];
+        TARNM_DETAIL_UNROLL for (int k = n - 1; k >= 0; --k)
+        {
+            pack v[n], squares = pack{} + T(1);
+            TARNM_DETAIL_UNROLL for (int r = k + 1; r < n; ++r)
+            {
+                v[r] = block.factors.at(r * n + k, i);
+                squares += v[r] * v[r];
+            }
+            // The last one has no reflection.
+            const pack factor = k == n - 1 ? pack{} : -2 / squares;
+            q[k][k] = 1 + factor;
+            TARNM_DETAIL_UNROLL for (int r = k + 1; r < n; ++r) q[r][k] = factor * v[r];
+            TARNM_DETAIL_UNROLL for (int c = k + 1; c < n; ++c)
+            {
+                pack sum = {};
+                TARNM_DETAIL_UNROLL for (int r = k + 1; r < n; ++r) sum += q[r][c] * v[r];
+                sum *= factor;
+                q[k][c] = sum;
+                TARNM_DETAIL_UNROLL for (int r = k + 1; r < n; ++r) q[r][c] += sum * v[r];
+            }
+        }
+        TARNM_DETAIL_UNROLL for (int r = 0; r < n; ++r) TARNM_DETAIL_UNROLL for (int c = 0; c < n; ++c)
+            block.orthogonal.at(r * n + c, i) = q[r][c];
+    }
+}
+
+template <class T>
+void form_all_q(const planar_block<T>& block, std::ptrdiff_t packs, std::ptrdiff_t rows, std::ptrdiff_t columns)
+{
+    if (rows == columns && rows == 3) return form_square_q<T, 3>(block, packs);
+    if (rows == columns && rows == 4) return form_square_q<T, 4>(block, packs);
+    if (rows == columns && rows == 6) return form_square_q<T, 6>(block, packs);
+    for (std::ptrdiff_t i = 0; i < packs; ++i)
+        form_q(block, i, rows, columns);
+}
+
 // Q and R of a block that the library factors as it is. False where it refuses a matrix: nothing is written then.
 template <class T, class A, class Q, class R>
 bool q_and_r_in_planes(const A& a, const Q& q, const R& r, const planar_block<T>& block)
@@ -243,8 +293,7 @@ bool q_and_r_in_planes(const A& a, const Q& q, const R& r, const planar_block<T>
         return false;
     for (std::ptrdiff_t e = 0; e < rows * columns; ++e)
         detail::fill_tail(block.factors.plane(e), count);
-    for (std::ptrdiff_t i = 0; i < detail::packs_of<T>(count); ++i)
-        form_q(block, i, rows, columns);
+    form_all_q(block, detail::packs_of<T>(count), rows, columns);
     // What stood below the diagonal has served.
     for (std::ptrdiff_t i = 0; i < columns; ++i)
         for (std::ptrdiff_t j = 0; j < i; ++j)
@@ -263,7 +312,7 @@ std::ptrdiff_t q_and_r_alone(const A& a, const Q& q, const R& r, tarnmStatus& st
     scratch_array<T> source(size), factors(size), orthogonal(size);
     std::int32_t exponent = 0;
     detail::read_object(a, 0, source.data());
-    factor_block<T>(packed_matrices(source.data(), rows, columns), 1, factors.data(), &exponent, &status);
+    factor_block<T>(matrix_array<const T>(source.data(), 1, rows, columns), factors.data(), &exponent, &status);
     if (status != StatusOk) {
         matrices_of_refused<T>(a, q, r);
         if (detail::all_finite(source.data(), size)) status = StatusOk;
@@ -314,14 +363,17 @@ template <class T> std::ptrdiff_t q_and_r(const batch& work)
 template <class T> std::ptrdiff_t solve_factored(const batch& work)
 {
     const operand &f = work.in[0], &b = work.in[1];
-    for (std::ptrdiff_t k = 0; k < b.columns; ++k) {
-        const auto right = vectors<const T, strided>(column(b, k), work.count);
-        const auto x = vectors<T, strided>(column(work.out[0], k), work.count);
-        const tarnmStatus status = f.many ? qr_solve(matrices<const T, strided>(f, work.count), right, x, std::nothrow)
-                                          : qr_solve(matrix<const T, strided>(f), right, x, std::nothrow);
-        if (status != StatusOk) return status;
-    }
-    return 0;
+    return by_place(work, [&](auto place) -> std::ptrdiff_t {
+        for (std::ptrdiff_t k = 0; k < b.columns; ++k) {
+            const auto right = columns_of<const T, place.value>(b, k, work.count);
+            const auto x = columns_of<T, place.value>(work.out[0], k, work.count);
+            const tarnmStatus status =
+                f.many ? qr_solve(matrices<const T, place.value>(f, work.count), right, x, std::nothrow)
+                       : qr_solve(matrix<const T, place.value>(f), right, x, std::nothrow);
+            if (status != StatusOk) return status;
+        }
+        return 0;
+    });
 }
 
 } // namespace

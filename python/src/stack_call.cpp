@@ -368,7 +368,7 @@ bool stack_call::can_list() const
     for (int i = 0; i < number_of_inputs_; ++i) {
         const place& p = inputs_[i];
         const bool single = PyArray_NDIM(p.get()) == p.core;
-        if (p.is_pivots || (single && p.must_be_stack)) return false;
+        if (single && p.must_be_stack) return false;
         if (!single && PyArray_DIM(p.get(), 0) != objects_) return false;
     }
     return true;
@@ -472,18 +472,6 @@ struct walker {
 
 namespace {
 
-// Objects first, first + 1, ... of a batch.
-batch part_of(const batch& whole, std::ptrdiff_t first, std::ptrdiff_t count)
-{
-    batch some = whole;
-    some.count = count;
-    for (operand* operands : {some.in, some.out})
-        for (int k = 0; k < 3; ++k)
-            operands[k] = part(operands[k], first);
-    if (some.statuses != nullptr) some.statuses += first;
-    return some;
-}
-
 // Threads share the objects of a batch. The library takes one thread for what it is called for within.
 std::ptrdiff_t compute_in_parts(kernel compute, const batch& work, int threads)
 {
@@ -531,9 +519,9 @@ void stack_call::walk_list(kernel compute, batch& work, const settings& how)
     const auto take = [&](const place& p, operand& o) {
         o = operand_of(p);
         o.many = PyArray_NDIM(p.get()) > p.core;
-        o.object = PyArray_NDIM(p.get()) > p.core ? PyArray_STRIDE(p.get(), 0) : 0;
-        // Numbers and statuses lie one behind the other in every layout.
-        if (!o.many || p.packed) return;
+        o.object = o.many ? PyArray_STRIDE(p.get(), 0) : o.rows * o.columns * PyArray_ITEMSIZE(p.get());
+        // Numbers, pivots and statuses lie one behind the other in every layout.
+        if (!o.many || p.packed || p.is_pivots) return;
         std::vector<void*>& table = tables[next++];
         table = p.addresses;
         for (std::size_t n = table.size(); n < count; ++n)

@@ -9,11 +9,12 @@ broadcast as NumPy does it, float32 stays float32, and every function takes ``ou
     array([ 1.,  8., 27., 64.], dtype=float32)
 
 A list of arrays of one shape, each one vector or matrix, is a stack too: tarnm.inv([a, b, c]). It is taken as it lies, without
-being gathered, by all functions but solve, lstsq, lu, eig, qr_factor and those that solve with factors.
+being gathered, where its arrays have the same strides.
 
 Arguments that functions have in common:
 
-out      an array for the result, or a list of arrays, one for each object; a tuple of these where there are several results
+out      an array for the result, or a list of arrays, one for each object; a tuple of these where there are several results;
+         for lu and qr_factor also what an earlier call returned
 errors   'raise': numpy.linalg.LinAlgError names the first object that failed; 'return': the result and an int32 array with a
          status for each object, 0 where it succeeded, and those results complete
 threads  how many threads the call may use. The setting is one of the process, set for the duration of the call: calls from

@@ -110,12 +110,41 @@ class QR:
         return _unscaled(x, self._exponents, self._factors, b)
 
 
-def lu(a: Stack, *, errors: str = "raise", threads: Optional[int] = None, copy: bool = True) -> LU:
+def _exponents_for(factors: Any, function: str, expected: str) -> Array:
+    """Room for the exponents that belong to factors in an array of the caller."""
+    if not isinstance(factors, numpy.ndarray):
+        raise TypeError(f"tarnm.{function}: out must be {expected}, not {type(factors).__name__}")
+    return numpy.empty(factors.shape[:-2], numpy.int32)
+
+
+def lu(
+    a: Stack,
+    *,
+    out: Union[LU, tuple[Array, Array], None] = None,
+    errors: str = "raise",
+    threads: Optional[int] = None,
+    copy: bool = True,
+) -> LU:
     """LU factors with row pivoting, of matrices (..., n, n). Returns an LU, see there.
 
     A matrix without an inverse is an error: numpy.linalg.LinAlgError, or its status in LU.statuses with errors='return'.
+
+    out is an LU whose arrays are written anew, which is returned, or a tuple of arrays for LU.raw: factors (..., n, n) and
+    pivots (..., n) of int32.
     """
-    return LU(*_tarnm.lu(a, errors=errors, threads=threads, copy=copy))
+    if out is None:
+        return LU(*_tarnm.lu(a, errors=errors, threads=threads, copy=copy))
+    if isinstance(out, LU):
+        arrays = (out._factors, out._pivots, out._exponents)
+    elif isinstance(out, tuple) and len(out) == 2:
+        arrays = (*out, _exponents_for(out[0], "lu", "an LU, or a tuple of two arrays"))
+    else:
+        raise TypeError(f"tarnm.lu: out must be an LU, or a tuple of two arrays, not {type(out).__name__}")
+    results = _tarnm.lu(a, out=arrays, errors=errors, threads=threads, copy=copy)
+    if not isinstance(out, LU):
+        return LU(*results)
+    out.statuses = results[3] if errors == "return" else None
+    return out
 
 
 def lu_solve(factors: LU, b: Stack, *, out: Optional[Stack] = None, threads: Optional[int] = None, copy: bool = True) -> Any:
@@ -128,9 +157,29 @@ def cholesky_solve(lower: Stack, b: Stack, *, out: Optional[Stack] = None, threa
     return _tarnm.cholesky_solve(lower, b, out=out, threads=threads, copy=copy)
 
 
-def qr_factor(a: Stack, *, errors: str = "raise", threads: Optional[int] = None, copy: bool = True) -> QR:
-    """Householder factors of matrices (..., m, n) with m >= n, to solve with. Returns a QR; qr() gives the matrices Q and R."""
-    return QR(*_tarnm.qr_factor(a, errors=errors, threads=threads, copy=copy))
+def qr_factor(
+    a: Stack,
+    *,
+    out: Union[QR, Array, None] = None,
+    errors: str = "raise",
+    threads: Optional[int] = None,
+    copy: bool = True,
+) -> QR:
+    """Householder factors of matrices (..., m, n) with m >= n, to solve with. Returns a QR; qr() gives the matrices Q and R.
+
+    out is a QR whose arrays are written anew, which is returned, or an array (..., m, n) for QR.raw.
+    """
+    if out is None:
+        return QR(*_tarnm.qr_factor(a, errors=errors, threads=threads, copy=copy))
+    if isinstance(out, QR):
+        arrays = (out._factors, out._exponents)
+    else:
+        arrays = (out, _exponents_for(out, "qr_factor", "a QR, or an array"))
+    results = _tarnm.qr_factor(a, out=arrays, errors=errors, threads=threads, copy=copy)
+    if not isinstance(out, QR):
+        return QR(*results)
+    out.statuses = results[2] if errors == "return" else None
+    return out
 
 
 def qr_solve(factors: QR, b: Stack, *, out: Optional[Stack] = None, threads: Optional[int] = None, copy: bool = True) -> Any:

@@ -10,11 +10,14 @@ perspective_fov_rh, and with the edges of the volume orthographic_off_center_lh 
 is_identity, multiply, multiply_transposed, transpose
 transform, transform_point, transform_direction, transform_column, project, unproject, for stacks of points
 length, length_squared, normalized, larger, smaller, interpolate, barycentric, hermite, catmull_rom, for one vector
+
+The functions for stacks of points take out, threads and copy as those of the package do. Points whose elements lie one behind
+the other, at any one distance from point to point, go through as they lie.
 """
 
 import numpy
 
-from . import raw
+from . import _tarnm, raw
 
 _SINGLE = numpy.dtype(numpy.float32)
 
@@ -23,15 +26,25 @@ def _fail(kind, function, reason):
     raise kind(f"tarnm.geometry.{function}: {reason}")
 
 
-def _result(function, shape, out):
-    if out is None:
-        return numpy.empty(shape, _SINGLE)
+def _check_out(function, shape, out):
     if not isinstance(out, numpy.ndarray) or out.dtype != _SINGLE:
         _fail(TypeError, function, "out must be an array of float32")
     if out.shape != shape:
         _fail(ValueError, function, f"out has shape {out.shape}, the result has shape {shape}")
-    if not out.flags.c_contiguous or not out.flags.writeable:
-        _fail(ValueError, function, "out must be contiguous and writeable")
+    if not out.flags.writeable:
+        _fail(ValueError, function, "out is read-only")
+
+
+def _written(function, shape, out, write):
+    """What write(result) writes into packed memory: that of out, or new memory, which is copied to out where out has gaps."""
+    if out is not None:
+        _check_out(function, shape, out)
+    packed = out is not None and out.flags.c_contiguous
+    result = out if packed else numpy.empty(shape, _SINGLE)
+    write(result)
+    if out is None or packed:
+        return result
+    out[...] = result
     return out
 
 
@@ -57,9 +70,7 @@ def _vector(function, name, v, sizes=(2, 3, 4)):
 
 
 def _built(name, function, *numbers, out):
-    m = _result(function, (4, 4), out)
-    getattr(raw, name)(*numbers, m)
-    return m
+    return _written(function, (4, 4), out, lambda m: getattr(raw, name)(*numbers, m))
 
 
 def identity(*, out=None):
@@ -172,97 +183,114 @@ def is_identity(m):
     return bool((_matrix("is_identity", "m", m) == numpy.eye(4, dtype=_SINGLE)).all())
 
 
-def _of_two(name, function, a, b, out):
-    a, b = _matrix(function, "a", a), _matrix(function, "b", b)
-    m = _result(function, (4, 4), out)
-    if numpy.may_share_memory(m, a):
-        a = a.copy()
-    if numpy.may_share_memory(m, b):
-        b = b.copy()
-    getattr(raw, name)(a, b, m)
-    return m
+def _of_matrices(name, function, matrices, out):
+    matrices = [_matrix(function, n, m) for n, m in matrices]
+
+    def write(result):
+        getattr(raw, name)(*(m.copy() if numpy.may_share_memory(m, result) else m for m in matrices), result)
+
+    return _written(function, (4, 4), out, write)
 
 
 def multiply(a, b, *, out=None):
     """a @ b: first a, then b, for points as rows."""
-    return _of_two("tarnmMul_mm4x4_32f", "multiply", a, b, out)
+    return _of_matrices("tarnmMul_mm4x4_32f", "multiply", [("a", a), ("b", b)], out)
 
 
 def multiply_transposed(a, b, *, out=None):
     """The transpose of a @ b."""
-    return _of_two("tarnmMulTranspose_m4_32f", "multiply_transposed", a, b, out)
+    return _of_matrices("tarnmMulTranspose_m4_32f", "multiply_transposed", [("a", a), ("b", b)], out)
 
 
 def transpose(a, *, out=None):
     """The transpose of one matrix."""
-    a = _matrix("transpose", "a", a)
-    m = _result("transpose", (4, 4), out)
-    raw.tarnmTranspose_m4_32f(a.copy() if numpy.may_share_memory(a, m) else a, m)
-    return m
+    return _of_matrices("tarnmTranspose_m4_32f", "transpose", [("a", a)], out)
 
 
 # ---- points
 
 
-def _points(function, v, sizes):
+def _step_of(v):
+    """The distance in bytes from point to point, or None where the points cannot go through as they lie."""
+    if v.shape[-1] > 1 and v.strides[-1] != 4:
+        return None
+    step, count = 4 * v.shape[-1], 1
+    for size, stride in zip(reversed(v.shape[:-1]), reversed(v.strides[:-1])):
+        if size == 1:
+            continue
+        if count > 1 and stride != step * count:
+            return None
+        step = step if count > 1 else stride
+        count *= size
+    return step if 4 <= step < 2**31 and step % 4 == 0 else None
+
+
+def _points(function, v, sizes, copy):
     if not isinstance(v, numpy.ndarray):
         _fail(TypeError, function, f"v must be an array of float32, not {type(v).__name__}")
     if v.dtype != _SINGLE:
         _fail(TypeError, function, f"v must be an array of float32, not of {v.dtype}")
     if v.ndim < 1 or v.shape[-1] not in sizes:
         _fail(ValueError, function, f"v must have {' or '.join(map(str, sizes))} elements along its last axis, its shape is {v.shape}")
-    # A stack of one axis passes with the stride that it has.
-    step = v.strides[0] if v.ndim == 2 else 0
-    if v.ndim == 2 and v.strides[1] == 4 and step >= 4 and step % 4 == 0 and step < 2**31:
-        return v, step
-    v = numpy.ascontiguousarray(v)
-    return v, 4 * v.shape[-1]
+    if v.size > 0 and _step_of(v) is None:
+        if not copy:
+            _fail(ValueError, function, f"v with shape {v.shape} would have to be copied, which copy=False forbids")
+        return numpy.ascontiguousarray(v)
+    return v
 
 
-def _moved(function, v, sizes, size, out, call):
-    v, step = _points(function, v, sizes)
-    size = size or v.shape[-1]
-    result = _result(function, v.shape[:-1] + (size,), out)
-    if numpy.may_share_memory(result, v):
-        v = numpy.ascontiguousarray(v).copy()
-        step = 4 * v.shape[-1]
-    count = int(numpy.prod(v.shape[:-1], dtype=int))
-    if count > 0:
-        call(v, step, result, 4 * size, count)
-    return result
+def _moved(function, v, sizes, size, call, out, threads, copy):
+    """Results of `size` elements for a stack of points: call(points, step, results, step, count)."""
+    v = _points(function, v, sizes, copy)
+    shape = v.shape[:-1] + (size or v.shape[-1],)
+    result = out
+    if out is not None:
+        _check_out(function, shape, out)
+        if numpy.may_share_memory(out, v):
+            if not copy:
+                _fail(ValueError, function, "v shares memory with out and would have to be copied, which copy=False forbids")
+            v = v.copy()
+        if out.size > 0 and _step_of(out) is None:
+            if not copy:
+                _fail(ValueError, function, f"out with shape {shape} would have to be written by a copy, which copy=False forbids")
+            result = None
+    if result is None:
+        result = numpy.empty(shape, _SINGLE)
+    count = int(numpy.prod(shape[:-1], dtype=int))
+    with _tarnm._Threads(threads):
+        if count > 0:
+            call(v, _step_of(v), result, _step_of(result), count)
+    if out is None or out is result:
+        return result
+    out[...] = result
+    return out
 
 
-def transform(m, v, *, out=None):
+def _transformed(name, function, m, v, sizes, size, out, threads, copy):
+    m = _matrix(function, "m", m)
+
+    def call(v, step, result, result_step, count):
+        getattr(raw, f"tarnm{name}_m4v{v.shape[-1]}a_32f")(m, v, step, result, result_step, count)
+
+    return _moved(function, v, sizes, size, call, out, threads, copy)
+
+
+def transform(m, v, *, out=None, threads=None, copy=True):
     """(v, 0, 1) @ m, (v, 1) @ m or v @ m for points of 2, 3 or 4 elements; the result has 4."""
-    m = _matrix("transform", "m", m)
-
-    def call(v, step, result, result_step, count):
-        getattr(raw, f"tarnmAffineTransform_m4v{v.shape[-1]}a_32f")(m, v, step, result, result_step, count)
-
-    return _moved("transform", v, (2, 3, 4), 4, out, call)
+    return _transformed("AffineTransform", "transform", m, v, (2, 3, 4), 4, out, threads, copy)
 
 
-def transform_point(m, v, *, out=None):
+def transform_point(m, v, *, out=None, threads=None, copy=True):
     """(v, 1) @ m divided by its fourth element, for points of 2 or 3 elements."""
-    m = _matrix("transform_point", "m", m)
-
-    def call(v, step, result, result_step, count):
-        getattr(raw, f"tarnmAffineTransformCoord_m4v{v.shape[-1]}a_32f")(m, v, step, result, result_step, count)
-
-    return _moved("transform_point", v, (2, 3), None, out, call)
+    return _transformed("AffineTransformCoord", "transform_point", m, v, (2, 3), None, out, threads, copy)
 
 
-def transform_direction(m, v, *, out=None):
+def transform_direction(m, v, *, out=None, threads=None, copy=True):
     """(v, 0) @ m for directions of 2 or 3 elements."""
-    m = _matrix("transform_direction", "m", m)
-
-    def call(v, step, result, result_step, count):
-        getattr(raw, f"tarnmAffineTransformNormal_m4v{v.shape[-1]}a_32f")(m, v, step, result, result_step, count)
-
-    return _moved("transform_direction", v, (2, 3), None, out, call)
+    return _transformed("AffineTransformNormal", "transform_direction", m, v, (2, 3), None, out, threads, copy)
 
 
-def transform_column(m, v, *, out=None):
+def transform_column(m, v, *, out=None, threads=None, copy=True):
     """m @ (v, 1) divided by its fourth element, for points of 3 elements.
 
     A point whose fourth element is zero gives the largest numbers of float32.
@@ -272,7 +300,7 @@ def transform_column(m, v, *, out=None):
     def call(v, step, result, result_step, count):
         raw.tarnmAffineTransform3DH_mva_32f(m, 16, 4, v, step, 4, result, result_step, 4, count)
 
-    return _moved("transform_column", v, (3,), None, out, call)
+    return _moved("transform_column", v, (3,), None, call, out, threads, copy)
 
 
 def _viewport(function, viewport):
@@ -283,7 +311,7 @@ def _viewport(function, viewport):
     return width, height, z_min, z_max
 
 
-def project(projection, view, world, viewport, v, *, out=None):
+def project(projection, view, world, viewport, v, *, out=None, threads=None, copy=True):
     """Points of 3 elements from object space to the viewport (width, height, z_min, z_max), whose y axis runs downwards."""
     matrices = [_matrix("project", n, m) for n, m in (("projection", projection), ("view", view), ("world", world))]
     numbers = _viewport("project", viewport)
@@ -291,10 +319,10 @@ def project(projection, view, world, viewport, v, *, out=None):
     def call(v, step, result, result_step, count):
         raw.tarnmProject_m4v3a_32f(*matrices, v, step, *numbers, result, result_step, count)
 
-    return _moved("project", v, (3,), None, out, call)
+    return _moved("project", v, (3,), None, call, out, threads, copy)
 
 
-def unproject(projection, view, world, viewport, v, *, out=None):
+def unproject(projection, view, world, viewport, v, *, out=None, threads=None, copy=True):
     """Points of 3 elements from the viewport (width, height, z_min, z_max) back to object space."""
     matrices = [_matrix("unproject", n, m) for n, m in (("projection", projection), ("view", view), ("world", world))]
     numbers = _viewport("unproject", viewport)
@@ -304,7 +332,7 @@ def unproject(projection, view, world, viewport, v, *, out=None):
         nonlocal status
         status = raw.tarnmUnproject_m4v3a_32f(*matrices, v, step, *numbers, result, result_step, count)
 
-    result = _moved("unproject", v, (3,), None, out, call)
+    result = _moved("unproject", v, (3,), None, call, out, threads, copy)
     if status != 0:
         _fail(numpy.linalg.LinAlgError, "unproject", f"the product of the matrices has no inverse (status {status})")
     return result
@@ -318,9 +346,7 @@ def _of_vectors(name, function, vectors, numbers, out):
     size = vectors[0].size
     if any(v.size != size for v in vectors):
         _fail(ValueError, function, "vectors differ in length")
-    result = _result(function, (size,), out)
-    getattr(raw, f"tarnm{name}_v{size}_32f")(*vectors, *numbers, result)
-    return result
+    return _written(function, (size,), out, lambda result: getattr(raw, f"tarnm{name}_v{size}_32f")(*vectors, *numbers, result))
 
 
 def _number_of(name, function, v):

@@ -30,7 +30,7 @@ def packed(a):
 
 def padded(a):
     """Gaps between elements, rows and objects."""
-    room = numpy.full([2 * size + 1 for size in a.shape], numpy.nan, a.dtype)
+    room = numpy.full([2 * size + 1 for size in a.shape], numpy.nan if a.dtype.kind == "f" else -1, a.dtype)
     view = room[tuple(slice(1, None, 2) for _ in a.shape)]
     view[...] = a
     return view

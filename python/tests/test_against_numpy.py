@@ -1,5 +1,7 @@
 """Every function against NumPy in double precision, over sizes, stacks and ways to lie in memory."""
 
+import itertools
+
 import numpy
 import pytest
 
@@ -252,3 +254,80 @@ def test_eig(random, dtype, stack, order):
     close(wide(a) @ vectors, vectors.astype(numpy.complex128) * alone[..., None, :], dtype, 5000)
     alone, vectors = tarnm.eig(a, left=True, right=False)
     close(numpy.conj(numpy.swapaxes(vectors, -1, -2)) @ a, conjugate @ wide(a), dtype, 5000)
+
+
+@pytest.fixture
+def narrow_vectors():
+    """Eliminations with the vectors of the baseline, on processors that have wider ones too."""
+
+    def of(function, *arguments, **options):
+        tarnm._tarnm._use_wide_vectors(False)
+        try:
+            return function(*arguments, **options)
+        finally:
+            tarnm._tarnm._use_wide_vectors(True)
+
+    return of
+
+
+@pytest.mark.parametrize("place", PLACES, ids=lambda f: f.__name__)
+@pytest.mark.parametrize("order", [2, 3, 4, 5, 6, 7])
+@pytest.mark.parametrize("count", [1, 3, 8, 16, 75, 3000])
+def test_eliminations_have_the_same_bits_in_all_vectors(random, dtype, narrow_vectors, place, order, count):
+    a, p = place(regular(random, (count, order, order), dtype)), place(positive(random, (count, order, order), dtype))
+    b = place(stack_of(random, (count, order), dtype))
+    x, lower = tarnm.solve(a, b), tarnm.cholesky(p)
+    close(x, numpy.linalg.solve(wide(a), wide(b)), dtype)
+    close(lower, numpy.linalg.cholesky(wide(p)), dtype, 1000)
+    numpy.testing.assert_array_equal(narrow_vectors(tarnm.solve, a, b), x)
+    numpy.testing.assert_array_equal(narrow_vectors(tarnm.cholesky, p), lower)
+    for out in (place(numpy.zeros((count, order), dtype)), numpy.zeros((order, count), dtype).T):
+        numpy.testing.assert_array_equal(tarnm.solve(a, b, out=out), x)
+        numpy.testing.assert_array_equal(narrow_vectors(tarnm.solve, a, b, out=out), x)
+    for out in (place(numpy.zeros((count, order, order), dtype)), numpy.zeros((order, order, count), dtype).transpose(2, 0, 1)):
+        numpy.testing.assert_array_equal(tarnm.cholesky(p, out=out), lower)
+        numpy.testing.assert_array_equal(narrow_vectors(tarnm.cholesky, p, out=out), lower)
+    numpy.testing.assert_array_equal(numpy.triu(lower, 1), numpy.zeros_like(lower))
+
+
+@pytest.mark.parametrize("order", [3, 4, 5, 6])
+@pytest.mark.parametrize("is_wide", [True, False], ids=["wide", "narrow"])
+def test_pivots_in_every_place(dtype, narrow_vectors, order, is_wide):
+    """Every permutation matrix, scaled row by row: each step finds its pivot in another row."""
+    rows = numpy.array(list(itertools.permutations(range(order))))
+    a = (numpy.eye(order)[rows] * numpy.arange(2, order + 2)[:, None]).astype(dtype)
+    b = numpy.arange(1, order + 1, dtype=dtype) * numpy.ones((len(a), 1), dtype)
+    x = tarnm.solve(a, b) if is_wide else narrow_vectors(tarnm.solve, a, b)
+    close(x, numpy.linalg.solve(wide(a), wide(b)), dtype, 4)
+
+
+@pytest.mark.parametrize("order", [3, 4, 5, 6])
+@pytest.mark.parametrize("at", [0, 1, 7, 8, 15, 16, 40])
+def test_one_matrix_that_fails_among_others(random, dtype, narrow_vectors, order, at):
+    """Zero in any step of the elimination: the failure is found, and does not spread."""
+    for step in range(order):
+        p = positive(random, (41, order, order), dtype)
+        a, b = regular(random, (41, order, order), dtype), stack_of(random, (41, order), dtype)
+        good = numpy.delete(numpy.arange(41), at)
+        p[at, step], p[at, :, step] = 0, 0
+        a[at, :, step] = 0
+        for function, arguments, status in ((tarnm.cholesky, (p,), tarnm.Status.NOT_POSITIVE_DEFINITE),
+                                            (tarnm.solve, (a, b), tarnm.Status.SINGULAR)):
+            for result, statuses in (function(*arguments, errors="return"), narrow_vectors(function, *arguments, errors="return")):
+                assert statuses[at] == status and not statuses[good].any()
+                close(result[good], function(*(each[good] for each in arguments)), dtype, 1000)
+
+
+@pytest.mark.parametrize("order", [3, 4, 5, 6])
+def test_factors_of_matrices_that_are_nearly_singular(dtype, order):
+    """Small pivots beside large ones, at scales from one end of the range to the other."""
+    eps, largest = numpy.finfo(dtype).eps, numpy.finfo(dtype).maxexp
+    lower = numpy.tril(numpy.ones((order, order), dtype))
+    lower[-1, -1] = 64 * numpy.sqrt(eps)
+    p = lower @ lower.T
+    for exponent in (-largest // 2, -40, 0, 40, largest // 2):
+        close(tarnm.cholesky(p * dtype.type(4.0**(exponent // 2))) / dtype.type(2.0**(exponent // 2)), numpy.linalg.cholesky(wide(p)),
+              dtype, 1000)
+    p[-1, -1] -= 1
+    with pytest.raises(numpy.linalg.LinAlgError):
+        tarnm.cholesky(p)

@@ -115,6 +115,65 @@ def test_out_in_any_place(random, dtype, place):
     close(tarnm.lu(a).solve(b, out=room(7, 3, 2)), numpy.linalg.solve(wide, right), dtype)
 
 
+@pytest.mark.parametrize("place", [packed, padded, reversed_axes, unaligned], ids=lambda f: f.__name__)
+def test_factors_in_arrays_of_the_caller(random, dtype, place):
+    a, b = regular(random, (2, 7, 4, 4), dtype), stack_of(random, (2, 7, 4, 2), dtype)
+    expected = numpy.linalg.solve(a.astype(float), b.astype(float))
+    factors, pivots = place(numpy.zeros((2, 7, 4, 4), dtype)), place(numpy.zeros((2, 7, 4), numpy.int32))
+    f = tarnm.lu(a, out=(factors, pivots))
+    assert f.raw[0] is factors and f.raw[1] is pivots and f.statuses is None
+    for one, other in zip(f.raw, tarnm.lu(a).raw):
+        numpy.testing.assert_array_equal(one, other)
+    close(f.solve(b), expected, dtype)
+    close(f.p @ f.l @ f.u, a.astype(float), dtype)
+    factors = place(numpy.zeros((2, 7, 4, 4), dtype))
+    f = tarnm.qr_factor(a, out=factors)
+    assert f.raw is factors and f.statuses is None
+    numpy.testing.assert_array_equal(factors, tarnm.qr_factor(a).raw)
+    close(f.solve(b), expected, dtype, 1000)
+
+
+def test_factors_are_written_anew(random, dtype):
+    a, b = regular(random, (9, 7, 7), dtype), stack_of(random, (9, 7, 2), dtype)
+    for factor in (tarnm.lu, tarnm.qr_factor):
+        # The first ones are scaled, the second ones are not.
+        f = factor(a * dtype.type(2.0**-100), errors="return")
+        arrays = f.raw if isinstance(f.raw, tuple) else (f.raw,)
+        assert f.statuses is not None
+        assert factor(a, out=f) is f
+        again = f.raw if isinstance(f.raw, tuple) else (f.raw,)
+        assert all(one is other for one, other in zip(arrays, again))
+        assert f.statuses is None
+        numpy.testing.assert_array_equal(f.solve(b), factor(a).solve(b))
+        spoiled = a.copy()
+        spoiled[4] = 0
+        assert factor(spoiled, out=f, errors="return") is f
+        assert f.statuses[4] < 0 and not numpy.delete(f.statuses, 4).any()
+    x = a.copy()
+    f = tarnm.lu(x, out=(x, numpy.zeros((9, 7), numpy.int32)))
+    assert f.raw[0] is x
+    numpy.testing.assert_array_equal(f.solve(b), tarnm.lu(a).solve(b))
+
+
+def test_wrong_arrays_for_factors_raise(random, dtype):
+    a = regular(random, (4, 3, 3), dtype)
+    pivots = numpy.zeros((4, 3), numpy.int32)
+    with pytest.raises(TypeError, match="tarnm.lu: out must be an LU, or a tuple of two arrays, not ndarray"):
+        tarnm.lu(a, out=numpy.empty_like(a))
+    with pytest.raises(TypeError, match="tarnm.lu: out must be an LU, or a tuple of two arrays, not list"):
+        tarnm.lu(a, out=([1], pivots))
+    with pytest.raises(ValueError, match=r"tarnm.lu: the factors of out .* shape \(3, 3, 3\), the result has shape \(4, 3, 3\)"):
+        tarnm.lu(a, out=tarnm.lu(a[:3]))
+    with pytest.raises(TypeError, match="tarnm.lu: the pivots of out .* int64, the result is of int32"):
+        tarnm.lu(a, out=(numpy.empty_like(a), pivots.astype(numpy.int64)))
+    with pytest.raises(TypeError, match="tarnm.qr_factor: out must be a QR, or an array, not LU"):
+        tarnm.qr_factor(a, out=tarnm.lu(a))
+    with pytest.raises(ValueError, match="tarnm.qr_factor: the factors of out .* the result has shape"):
+        tarnm.qr_factor(a, out=tarnm.qr_factor(a[..., :2]))
+    with pytest.raises(ValueError, match="tarnm.lu: the factors of out .*copy=False forbids"):
+        tarnm.lu(a, out=(numpy.empty_like(a)[::-1], pivots), copy=False)
+
+
 def test_results_in_the_memory_of_a_source(random, dtype):
     a = regular(random, (9, 3, 3), dtype)
     b = stack_of(random, (9, 3, 2), dtype)

@@ -3,6 +3,7 @@
 import numpy
 import pytest
 
+import tarnm
 from support import close
 from tarnm import geometry
 
@@ -78,6 +79,121 @@ def test_vectors():
         close(geometry.barycentric(a, b, c, 0.25, 0.5), wide + 0.25 * (b - wide) + 0.5 * (c - wide), SINGLE)
         close(geometry.hermite(a, b, c, d, 0), wide, SINGLE)
         close(geometry.catmull_rom(a, b, c, d, 1), c.astype(float), SINGLE)
+
+
+def of_points(threads=None, copy=True):
+    """All functions of stacks of 3-vectors, as (function of points, elements of a result)."""
+    m = single(4, 4) + 2 * numpy.eye(4, dtype=SINGLE)
+    m[:, 3] = m[3, :] = (0, 0, 0, 1)
+    one, viewport = geometry.identity(), (640, 480, 0, 1)
+    options = {"threads": threads, "copy": copy}
+    return [
+        (lambda v, **out: geometry.transform(m, v, **out, **options), 4),
+        (lambda v, **out: geometry.transform_point(m, v, **out, **options), 3),
+        (lambda v, **out: geometry.transform_direction(m, v, **out, **options), 3),
+        (lambda v, **out: geometry.transform_column(m, v, **out, **options), 3),
+        (lambda v, **out: geometry.project(m, one, one, viewport, v, **out, **options), 3),
+        (lambda v, **out: geometry.unproject(m, one, one, viewport, v, **out, **options), 3),
+    ]
+
+
+@pytest.mark.parametrize("which", range(6))
+def test_points_in_any_place(which):
+    function, size = of_points(copy=False)[which]
+    copying, _ = of_points()[which]
+    v = single(6, 4, 3)
+    expected = function(v)
+    for lying in (v[:, :1], v[:1], v[2], v[2, 1], v[::2, 1], v[2:]):
+        result = function(lying)
+        assert result.shape == lying.shape[:-1] + (size,)
+        numpy.testing.assert_array_equal(result, copying(lying.copy()))
+    # Gaps between points, at one distance in all of the stack.
+    wide = numpy.full((6, 4, 5), numpy.nan, SINGLE)
+    wide[..., :3] = v
+    numpy.testing.assert_array_equal(function(wide[..., :3]), expected)
+    for lying in (v[::-1], v[..., ::-1], numpy.asfortranarray(v), v.transpose(1, 0, 2)):
+        with pytest.raises(ValueError, match="v with shape .* would have to be copied, which copy=False forbids"):
+            function(lying)
+        numpy.testing.assert_array_equal(copying(lying), function(lying.copy()))
+
+
+@pytest.mark.parametrize("which", range(6))
+def test_results_of_points_in_any_place(which):
+    function, size = of_points(copy=False)[which]
+    copying, _ = of_points()[which]
+    v = single(6, 4, 3)
+    expected = function(v)
+    wide = numpy.zeros((6, 4, 7), SINGLE)
+    for out in (numpy.zeros((6, 4, size), SINGLE), wide[..., 2 : 2 + size]):
+        assert function(v, out=out) is out
+        numpy.testing.assert_array_equal(out, expected)
+    assert not wide[..., :2].any() and not wide[..., 2 + size :].any()
+    for out in (numpy.zeros((6, 4, size), SINGLE)[::-1], numpy.zeros((6, size, 4), SINGLE).transpose(0, 2, 1)):
+        with pytest.raises(ValueError, match="out with shape .* copy=False forbids"):
+            function(v, out=out)
+        assert copying(v, out=out) is out
+        numpy.testing.assert_array_equal(out, expected)
+    # Into the memory of points that are read later: from a copy of them.
+    room = numpy.zeros(6 * 4 * 4 + 8, SINGLE)
+    points, out = room[: 6 * 4 * 3].reshape(6, 4, 3), room[8 : 8 + 6 * 4 * size].reshape(6, 4, size)
+    points[...] = v
+    with pytest.raises(ValueError, match="shares memory with out"):
+        function(points, out=out)
+    numpy.testing.assert_array_equal(copying(points, out=out), expected)
+
+
+@pytest.mark.parametrize("which", range(6))
+def test_threads_of_a_call_for_points(which, monkeypatch):
+    seen = []
+
+    def watched(name):
+        plain = getattr(geometry.raw, name)
+
+        def call(*arguments):
+            seen.append(tarnm.get_num_threads())
+            return plain(*arguments)
+
+        monkeypatch.setattr(geometry.raw, name, call)
+
+    for name in ("AffineTransform_m4v3a", "AffineTransformCoord_m4v3a", "AffineTransformNormal_m4v3a", "AffineTransform3DH_mva",
+                 "Project_m4v3a", "Unproject_m4v3a"):
+        watched(f"tarnm{name}_32f")
+    v, before = single(20000, 3), tarnm.get_num_threads()
+    results = [of_points(threads)[which][0](v) for threads in (1, 3, None)]
+    assert seen == [1, 3, before] and tarnm.get_num_threads() == before
+    numpy.testing.assert_array_equal(results[0], results[1])
+    with pytest.raises(ValueError, match="threads must be 1 or more"):
+        of_points(0)[which][0](v)
+    tarnm.set_num_threads(2)
+    try:
+        of_points(1)[which][0](v)
+        assert tarnm.get_num_threads() == 2
+    finally:
+        tarnm.set_num_threads(0)
+
+
+def test_matrices_in_any_place():
+    a, b = single(4, 4), single(4, 4, seed=5)
+    room = numpy.zeros((4, 9), SINGLE)
+    for out in (room[:, 1::2], numpy.zeros((4, 4), SINGLE).T, numpy.zeros((4, 4), SINGLE)[::-1]):
+        assert geometry.multiply(a, b, out=out) is out
+        close(out, a.astype(float) @ b.astype(float), SINGLE)
+        assert geometry.transpose(a, out=out) is out
+        numpy.testing.assert_array_equal(out, a.T)
+        assert geometry.translation(1, 2, 3, out=out) is out
+        numpy.testing.assert_array_equal(out, geometry.translation(1, 2, 3))
+    assert not room[:, ::2].any()
+    x = a.copy()
+    assert geometry.multiply(x, b, out=x) is x
+    numpy.testing.assert_array_equal(x, geometry.multiply(a, b))
+    v = single(3)
+    spread = numpy.zeros(6, SINGLE)[::2]
+    assert geometry.normalized(v, out=spread) is spread
+    numpy.testing.assert_array_equal(spread, geometry.normalized(v))
+    fixed = geometry.identity()
+    fixed.flags.writeable = False
+    with pytest.raises(ValueError, match="tarnm.geometry.multiply: out is read-only"):
+        geometry.multiply(a, b, out=fixed)
 
 
 def test_wrong_arguments_raise():

@@ -45,15 +45,20 @@ def test_lists_give_what_stacks_give(random, dtype, count, place):
     for function, given, stack in ((tarnm.eigh, lp, p), (tarnm.qr, la, a)):
         for one, other in zip(function(given, copy=False), function(stack)):
             equal(one, other)
-    # These gather their matrices first.
-    equal(tarnm.solve(la, lx), tarnm.solve(a, x))
-    equal(tarnm.solve(la, lb), tarnm.solve(a, b))
-    equal(tarnm.lstsq(la, lb), tarnm.lstsq(a, b))
-    equal(tarnm.lu(la).solve(lx), tarnm.lu(a).solve(x))
-    equal(tarnm.cholesky_solve(tarnm.cholesky(lp), lb), tarnm.cholesky_solve(tarnm.cholesky(p), b))
-    equal(tarnm.qr_factor(la).solve(lx), tarnm.qr_factor(a).solve(x))
-    for one, other in zip(tarnm.eig(la), tarnm.eig(a)):
-        equal(one, other)
+    for right, stack in ((lx, x), (lb, b)):
+        equal(tarnm.solve(la, right, copy=False), tarnm.solve(a, stack))
+        equal(tarnm.lstsq(la, right, copy=False), tarnm.lstsq(a, stack))
+        equal(tarnm.lu(la, copy=False).solve(right, copy=False), tarnm.lu(a).solve(stack))
+        equal(tarnm.qr_factor(la, copy=False).solve(right, copy=False), tarnm.qr_factor(a).solve(stack))
+        lower = tarnm.cholesky(p)
+        equal(tarnm.cholesky_solve(items_of(lower, place), right, copy=False), tarnm.cholesky_solve(lower, stack))
+    equal(tarnm.solve(a[0], lb, copy=False), tarnm.solve(a[:1], b))
+    equal(tarnm.lu(a[0]).solve(lb, copy=False), tarnm.solve(a[:1], b))
+    equal(tarnm.lstsq(a[0], lb, copy=False), tarnm.solve(a[:1], b))
+    equal(tarnm.cholesky_solve(tarnm.cholesky(p[0]), lb, copy=False), tarnm.solve(p[:1], b))
+    for left, right in ((True, True), (True, False), (False, True)):
+        for one, other in zip(tarnm.eig(la, left, right, copy=False), tarnm.eig(a, left, right)):
+            equal(one, other)
 
 
 def test_a_list_beside_a_stack_and_beside_one_object(random, dtype):
@@ -70,6 +75,7 @@ def test_a_list_beside_a_stack_and_beside_one_object(random, dtype):
     equal(tarnm.matmul(items_of(a), numpy.broadcast_to(b, (2,) + b.shape)), tarnm.matmul(a, numpy.broadcast_to(b, (2,) + b.shape)))
     with pytest.raises(ValueError, match="copy=False forbids"):
         tarnm.matmul(items_of(a), numpy.broadcast_to(b, (2,) + b.shape), copy=False)
+    # One right side for all, which the library has with one for each only.
     with pytest.raises(ValueError, match="copy=False forbids"):
         tarnm.solve(items_of(a[:, :, :3]), x[:3], copy=False)
 
@@ -97,12 +103,17 @@ def test_results_in_lists(random, dtype, place):
     tarnm.eigh(items_of(p), out=(values, vectors), copy=False)
     equal(numpy.stack(vectors), tarnm.eigh(p)[1])
     equal(values, tarnm.eigh(p)[0])
-    # Through a copy: functions that write one block.
     out = room(3)
-    assert tarnm.solve(a, b, out=out) is out
+    assert tarnm.solve(a, items_of(b), out=out, copy=False) is out
     equal(numpy.stack(out), tarnm.solve(a, b))
+    # Through a copy: arrays of unlike strides.
+    out = room(3, 3)
+    out[4] = numpy.zeros((3, 3), dtype).T
+    out[5] = numpy.zeros((3, 6), dtype)[:, ::2]
+    assert tarnm.inv(a, out=out) is out
+    equal(numpy.stack(out), tarnm.inv(a))
     with pytest.raises(ValueError, match="copy=False forbids"):
-        tarnm.solve(a, b, out=room(3), copy=False)
+        tarnm.inv(a, out=out, copy=False)
 
 
 def test_a_list_in_its_own_memory(random, dtype):

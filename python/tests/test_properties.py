@@ -51,3 +51,39 @@ def test_square_matrices(data, dtype, stack, order):
     close(tarnm.inv(a), numpy.linalg.inv(a.astype(float)), dtype)
     close(tarnm.det(a), numpy.linalg.det(a.astype(float)), dtype)
     close(tarnm.eigvalsh(a), numpy.linalg.eigvalsh(a.astype(float)), dtype, 500)
+
+
+@settings(max_examples=150, deadline=None)
+@given(any_of.data(), TYPES, STACKS, any_of.integers(1, 7), any_of.integers(1, 3))
+def test_systems(data, dtype, stacks, order, columns):
+    left, right = stacks.input_shapes
+    # With one axis less than a, the right side would be vectors.
+    right = (1,) * (len(left) - len(right)) + right
+    a = data.draw(views(left + (order, order), dtype))
+    a = a + 2 * order * numpy.eye(order, dtype=dtype)
+    b = data.draw(views(right + (order, columns), dtype))
+    expected = numpy.linalg.solve(a.astype(float), b.astype(float))
+    close(tarnm.solve(a, b), expected, dtype)
+    close(tarnm.lu(a).solve(b), expected, dtype)
+    close(tarnm.lstsq(a, b), expected, dtype, 1000)
+    p = a @ numpy.swapaxes(a, -1, -2)
+    close(tarnm.cholesky(p), numpy.linalg.cholesky(p.astype(float)), dtype, 1000)
+
+
+@settings(max_examples=100, deadline=None)
+@given(any_of.data(), TYPES, any_of.integers(1, 40), any_of.integers(1, 7), any_of.booleans())
+def test_lists(data, dtype, count, order, alike):
+    """Arrays anywhere, with strides of one kind or each with its own."""
+    def list_of(shape):
+        if not alike:
+            return [data.draw(views(shape, dtype)) for _ in range(count)]
+        return list(data.draw(views((count,) + shape, dtype)))
+
+    a = [each + 2 * order * numpy.eye(order, dtype=dtype) for each in list_of((order, order))]
+    b = list_of((order,))
+    wide, right = numpy.stack(a).astype(float), numpy.stack(b).astype(float)
+    close(tarnm.solve(a, b), numpy.linalg.solve(wide, right[..., None])[..., 0], dtype)
+    close(tarnm.matvec(a, b), numpy.einsum("nij,nj->ni", wide, right), dtype)
+    close(tarnm.inv(a), numpy.linalg.inv(wide), dtype)
+    q, r = tarnm.qr(a)
+    close(q @ r, wide, dtype)

@@ -4,6 +4,7 @@ get_filename_component(SOURCE_PATH "${CMAKE_CURRENT_LIST_DIR}/../../../.." ABSOL
 vcpkg_cmake_configure(
     SOURCE_PATH "${SOURCE_PATH}"
     OPTIONS
+        -DTARNM_BUILD_STATIC=OFF
         -DTARNM_BUILD_TESTS=OFF
         -DTARNM_BUILD_EXAMPLES=OFF
 )
