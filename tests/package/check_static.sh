@@ -25,7 +25,7 @@ must_not_configure() {
     printf '%s\n' 'cmake_minimum_required(VERSION 3.25)' "project(refused LANGUAGES $2)" \
         "find_package(tarnm 7 CONFIG REQUIRED COMPONENTS ${*:3})" >"$work/refused/CMakeLists.txt"
     if cmake -S "$work/refused" -B "$work/refused/build" -DCMAKE_PREFIX_PATH="$prefix" >"$work/log" 2>&1 ||
-        ! tr -s ' \n' ' ' <"$work/log" | grep -qF "$1"; then
+        ! grep -qF "$1" <<<"$(tr -s ' \n' ' ' <"$work/log")"; then
         cat "$work/log"
         echo "expected: $1"
         exit 1
