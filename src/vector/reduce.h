@@ -130,13 +130,19 @@ TARNM_INLINE V reduceCase(const A& a, const B& b)
     return finished<reduction>(groupedSum<grouping>(p));
 }
 
-// Arrays run in lanes, but for elements that would have to be gathered one by one anyway. The square roots of 64 bytes
-// of doubles take longer than those of twice 32.
+// The square roots of 64 bytes of doubles take longer than those of twice 32, and so does it to bring five or six singles
+// of each object into lanes.
+template <class T, int n, Reduction reduction>
+using LanesOfCase =
+    std::conditional_t<(sizeof(T) == 4 ? n > 4 : reduction == Reduction::norm), narrow_lanes<T>, native_lanes<T>>;
+
+// Arrays run in lanes, but for elements that would have to be gathered one by one anyway.
 template <int n, Path path, Reduction reduction, Grouping grouping, class A, class B, class D>
 void reduceCases(const A& a, const B& b, const D& d, Place place)
 {
+    using T = typename A::ObjectView::Element;
+    using V = LanesOfCase<T, n, reduction>;
     if constexpr (path == Path::strided || (A::isSingle && B::isSingle)) {
-        using T = typename A::ObjectView::Element;
         for (std::ptrdiff_t i = place.first; i < std::ptrdiff_t(place.first) + place.count; ++i)
             d.set(i, reduceCase<n, reduction, grouping, T>(a[i], b[i]));
     } else if constexpr (reduction == Reduction::norm) {
@@ -144,15 +150,13 @@ void reduceCases(const A& a, const B& b, const D& d, Place place)
         {
             sum = reduceCase<n, reduction, grouping, std::remove_cvref_t<decltype(sum)>>(x, x);
         };
-        using T = typename A::ObjectView::Element;
-        using V = std::conditional_t<sizeof(T) == 8, narrow_lanes<T>, native_lanes<T>>;
         forEachBlockOf<V>(place, kernel, source<n>(a), result(d));
     } else {
         const auto kernel = [](const auto& x, const auto& y, auto& sum) __attribute__((always_inline))
         {
             sum = reduceCase<n, reduction, grouping, std::remove_cvref_t<decltype(sum)>>(x, y);
         };
-        forEachBlock(place, kernel, source<n>(a), source<n>(b), result(d));
+        forEachBlockOf<V>(place, kernel, source<n>(a), source<n>(b), result(d));
     }
 }
 
