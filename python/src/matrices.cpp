@@ -1,8 +1,9 @@
 // Determinants, inverses, traces, transposes.
 #include <tarnm/detail/invert.h>
 #include <tarnm/detail/movement.h>
+#include <tarnm/detail/planes.h>
 
-#include "views.h"
+#include "blocks.h"
 
 namespace tarnm::python {
 namespace {
@@ -15,11 +16,28 @@ template <class T> std::ptrdiff_t determinant_of(const batch& work)
     });
 }
 
+// Block by block: what is looked at before and behind the call of the library stays near. Of a stack that is larger than the
+// caches the next block, a smaller one, is on its way meanwhile.
 template <class T> std::ptrdiff_t inverse_of(const batch& work)
 {
-    return by_layout(work, [&](auto layout) -> std::ptrdiff_t {
-        return invert(matrices<const T, layout.value>(work.in[0], work.count),
-                      matrices<T, layout.value>(work.out[0], work.count), statuses_of(work));
+    constexpr std::ptrdiff_t large = std::ptrdiff_t{1} << 20; // bytes, half of a usual second-level cache
+    const std::ptrdiff_t bytes = work.in[0].rows * work.in[0].rows * std::ptrdiff_t{sizeof(T)};
+    const bool is_large = work.count * bytes > large;
+    const std::ptrdiff_t step = objects_per_block(is_large ? 4 * bytes : bytes, work.count);
+    return by_layout(work, [&](auto layout) {
+        const auto a = matrices<const T, layout.value>(work.in[0], work.count);
+        const auto inverse = matrices<T, layout.value>(work.out[0], work.count);
+        std::ptrdiff_t failures = 0;
+        for (std::ptrdiff_t first = 0; first < work.count; first += step) {
+            const std::ptrdiff_t count = std::min(step, work.count - first);
+            if (is_large) {
+                detail::fetch_ahead<false>(a, first, count, count * work.in[0].object);
+                detail::fetch_ahead<true>(inverse, first, count, count * work.out[0].object);
+            }
+            failures += invert(a.objects(first, count), inverse.objects(first, count),
+                               std::span(work.statuses + first, static_cast<std::size_t>(count)));
+        }
+        return failures;
     });
 }
 

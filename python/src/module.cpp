@@ -294,7 +294,7 @@ object inv(const object& a, const object& out, const object& errors, const objec
     must_be_square(call);
     call.broadcast();
     call.output("out", out, {call.rows(0), call.rows(0)});
-    call.run(inverses, {.can_fail = true, .planar = true, .lists = true});
+    call.run(inverses, {.can_fail = true, .planar = true, .in_blocks = true, .lists = true});
     return call.results(1);
 }
 

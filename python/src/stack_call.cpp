@@ -624,7 +624,8 @@ void stack_call::walk(const kernel_pair& kernels, const settings& how)
                         *next++ = static_cast<char*>(o.data) + r * o.row + c * o.element;
             }
         }
-        const int threads = how.in_blocks ? threads_for(work) : 1;
+        // Planes are shared by the library alone.
+        const int threads = how.in_blocks && !work.planar ? threads_for(work) : 1;
         const std::ptrdiff_t failures = threads > 1 ? compute_in_parts(compute, work, threads) : compute(work);
         complex_found = complex_found || work.complex_found;
         if (failures < 0) {

@@ -7,7 +7,7 @@ import numpy
 import pytest
 
 import tarnm
-from support import close, packed, padded, positive, regular, reversed_axes, stack_of, unaligned
+from support import close, packed, padded, planar, positive, regular, reversed_axes, stack_of, unaligned
 
 LinAlgError = numpy.linalg.LinAlgError
 
@@ -307,6 +307,14 @@ def test_threads(random, dtype):
     a = regular(random, (3000, 4, 4), dtype)
     alone = tarnm.inv(a, threads=1)
     numpy.testing.assert_array_equal(tarnm.inv(a, threads=3), alone)
+    # Planes and lists, whose objects threads share in other ways.
+    beside, result = planar(a), planar(numpy.zeros_like(a))
+    close(tarnm.inv(beside, out=result, threads=3), alone, dtype)
+    b = stack_of(random, (3000, 4), dtype)
+    for given in (a, beside, list(a)):
+        for function, arguments in ((tarnm.inv, (given,)), (tarnm.cholesky, (positive(random, (3000, 4, 4), dtype),)), (tarnm.solve, (given, b)),
+                                    (tarnm.eigvals, (given,))):
+            numpy.testing.assert_array_equal(function(*arguments, threads=3), function(*arguments, threads=1))
     before = tarnm.get_num_threads()
     tarnm.set_num_threads(2)
     assert tarnm.get_num_threads() == 2

@@ -191,13 +191,15 @@ template <class View> bool is_full(const View& view, std::ptrdiff_t i)
 // Asks for what lies some objects ahead: the processor alone does not look far enough where an array is larger than its caches.
 // Beyond the end of the array nothing happens.
 template <bool is_written, class View>
-TARNM_DETAIL_INLINE void fetch_ahead(const View& view, std::ptrdiff_t first, std::ptrdiff_t count)
+TARNM_DETAIL_INLINE void fetch_ahead(const View& view, std::ptrdiff_t first, std::ptrdiff_t count,
+                                     std::ptrdiff_t distance = 4096)
 {
-    constexpr std::ptrdiff_t distance = 4096, line = 64, largest_stride = 512;
+    constexpr std::ptrdiff_t line = 64, largest_stride = 512;
     if constexpr (View::place == layout::strided) {
         const std::ptrdiff_t stride = view.object_stride();
         if (stride > largest_stride) return;
-        const auto next = reinterpret_cast<std::uintptr_t>(view.address(first, 0, 0)) + distance;
+        const auto next =
+            reinterpret_cast<std::uintptr_t>(view.address(first, 0, 0)) + static_cast<std::uintptr_t>(distance);
         for (std::ptrdiff_t k = 0; k < count * stride; k += line)
             __builtin_prefetch(reinterpret_cast<const void*>(next + static_cast<std::uintptr_t>(k)),
                                is_written ? 1 : 0);
