@@ -126,7 +126,7 @@ TARNM_INLINE void combineFew(Operation operation, Elements<T> a, const B& b, T* 
 // level of the cache and costs a little where they do.
 enum class Fetch { onDemand, ahead };
 
-inline constexpr std::ptrdiff_t firstLevelBytes = 48 * 1024; // the usual caches have 32 and 48 KiB
+inline constexpr std::ptrdiff_t firstLevelBytes = 40 * 1024; // the usual caches have 32 and 48 KiB
 inline constexpr std::ptrdiff_t lineBytes = 64;
 inline constexpr std::ptrdiff_t bytesAhead = 4 * lineBytes;
 
