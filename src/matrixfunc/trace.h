@@ -4,6 +4,7 @@
 #pragma once
 
 #include "frame/operands.h"
+#include "frame/orders.h"
 #include "frame/rearrange.h"
 #include "tarnm/tarnm.h"
 
@@ -27,18 +28,15 @@ template <int order, class M> TARNM_INLINE auto traceOfOrder(const M& m)
     return sum;
 }
 
-template <class Array> inline constexpr bool isDenseArray = false;
-template <class T> inline constexpr bool isDenseArray<ObjectArray<StridedMatrix<T, Spacing::dense>>> = true;
-
 constexpr int diagonalOf3x3(int p) { return p / 3 * 9 + p % 3 * 4; }
 template <int objects> constexpr int byElements(int p) { return p % objects * 3 + p / objects; }
 
 // Objects of 3x3 elements without gaps. Diagonals first, as they follow one another in memory, then element by element.
 // How many were done.
-template <class S, class D> std::int32_t tracesOfPacked3x3(const S& from, const D& to, Place place)
+template <class T, class D>
+std::int32_t tracesOfPacked3x3(const ObjectArray<StridedMatrix<T, Spacing::dense>>& from, const D& to, Place place)
 {
-    using T = typename S::ObjectView::Element;
-    using V = native_lanes<T>;
+    using V = native_lanes<std::remove_const_t<T>>;
     if (from.objectStride != 9 * sizeof(T) || from.first.rowStride != 3 * sizeof(T)) return 0;
 
     std::int32_t done = 0;
@@ -50,12 +48,14 @@ template <class S, class D> std::int32_t tracesOfPacked3x3(const S& from, const 
     return done;
 }
 
+template <class S, class D> std::int32_t tracesOfPacked3x3(const S&, const D&, Place) { return 0; }
+
 // The views by value: their members then stay in registers over the stores of results.
 template <int order, class S, class D> void tracesOfOrder(S from, D to, Place place)
 {
     std::ptrdiff_t n = place.first;
     // Doubles are no quicker that way.
-    if constexpr (rearrangesInVectors && order == 3 && isDenseArray<S> && sizeof(typename S::ObjectView::Element) == 4)
+    if constexpr (rearrangesInVectors && order == 3 && sizeof(typename S::ObjectView::Element) == 4)
         n += tracesOfPacked3x3(from, to, place);
     for (; n < std::ptrdiff_t(place.first) + place.count; ++n)
         to.set(n, traceOfOrder<order>(from[n]));
@@ -63,22 +63,12 @@ template <int order, class S, class D> void tracesOfOrder(S from, D to, Place pl
 
 template <class S, class D> tarnmStatus traces(const S& from, const D& to, std::int32_t order, Place place)
 {
-    switch (order) {
-    case 3:
-        tracesOfOrder<3>(from, to, place);
-        return StatusOk;
-    case 4:
-        tracesOfOrder<4>(from, to, place);
-        return StatusOk;
-    case 5:
-        tracesOfOrder<5>(from, to, place);
-        return StatusOk;
-    case 6:
-        tracesOfOrder<6>(from, to, place);
-        return StatusOk;
-    }
-    for (std::ptrdiff_t n = place.first; n < std::ptrdiff_t(place.first) + place.count; ++n)
-        to.set(n, trace(from[n], order));
+    forOrder3to6(
+        order, [&]<int n>(std::integral_constant<int, n>) { tracesOfOrder<n>(from, to, place); },
+        [&] {
+            for (std::ptrdiff_t n = place.first; n < std::ptrdiff_t(place.first) + place.count; ++n)
+                to.set(n, trace(from[n], order));
+        });
     return StatusOk;
 }
 
