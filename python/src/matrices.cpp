@@ -24,7 +24,7 @@ template <class T> std::ptrdiff_t inverse_of(const batch& work)
     const std::ptrdiff_t bytes = work.in[0].rows * work.in[0].rows * std::ptrdiff_t{sizeof(T)};
     const bool is_large = work.count * bytes > large;
     const std::ptrdiff_t step = objects_per_block(is_large ? 4 * bytes : bytes, work.count);
-    return by_layout(work, [&](auto layout) {
+    return by_layout(work, [&](auto layout) -> std::ptrdiff_t {
         const auto a = matrices<const T, layout.value>(work.in[0], work.count);
         const auto inverse = matrices<T, layout.value>(work.out[0], work.count);
         std::ptrdiff_t failures = 0;
@@ -34,8 +34,10 @@ template <class T> std::ptrdiff_t inverse_of(const batch& work)
                 detail::fetch_ahead<false>(a, first, count, count * work.in[0].object);
                 detail::fetch_ahead<true>(inverse, first, count, count * work.out[0].object);
             }
-            failures += invert(a.objects(first, count), inverse.objects(first, count),
-                               std::span(work.statuses + first, static_cast<std::size_t>(count)));
+            const std::ptrdiff_t failed = invert(a.objects(first, count), inverse.objects(first, count),
+                                                 std::span(work.statuses + first, static_cast<std::size_t>(count)));
+            if (failed < 0) return failed;
+            failures += failed;
         }
         return failures;
     });

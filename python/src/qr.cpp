@@ -276,6 +276,7 @@ void form_all_q(const planar_block<T>& block, std::ptrdiff_t packs, std::ptrdiff
 {
     if (rows == columns && rows == 3) return form_square_q<T, 3>(block, packs);
     if (rows == columns && rows == 4) return form_square_q<T, 4>(block, packs);
+    if (rows == columns && rows == 5) return form_square_q<T, 5>(block, packs);
     if (rows == columns && rows == 6) return form_square_q<T, 6>(block, packs);
     for (std::ptrdiff_t i = 0; i < packs; ++i)
         form_q(block, i, rows, columns);
