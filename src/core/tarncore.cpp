@@ -37,16 +37,8 @@ int32_t readMaxCacheSize() noexcept
     }
 }
 
-} // namespace
-
-int32_t tarnSetNumThreads(int32_t numThreads)
-{
-    if (numThreads < 0) return BadSize;
-    numThreadsSet.store(numThreads, std::memory_order_relaxed);
-    return Ok;
-}
-
-int32_t tarnGetNumThreads(void)
+// Both queries inline it: one that called the other would do so through the table of the dynamic linker.
+inline int32_t numThreads()
 {
     const int32_t set = numThreadsSet.load(std::memory_order_relaxed);
     if (set > 0) return set;
@@ -58,6 +50,17 @@ int32_t tarnGetNumThreads(void)
                                     quota);
 }
 
+} // namespace
+
+int32_t tarnSetNumThreads(int32_t numThreads)
+{
+    if (numThreads < 0) return BadSize;
+    numThreadsSet.store(numThreads, std::memory_order_relaxed);
+    return Ok;
+}
+
+int32_t tarnGetNumThreads(void) { return numThreads(); }
+
 int32_t tarnGetMaxCacheSizeB(int32_t* size)
 {
     if (!size) return NullPointer;
@@ -66,4 +69,4 @@ int32_t tarnGetMaxCacheSizeB(int32_t* size)
     return Ok;
 }
 
-int32_t ownGetNumThreads(void) { return tarnGetNumThreads(); }
+int32_t ownGetNumThreads(void) { return numThreads(); }

@@ -130,7 +130,8 @@ tarnmStatus combine(Operation operation, const A& a, const B& b, const D& d, Ext
     const A copyOfA = a;
     const B copyOfB = b;
     const D copyOfD = d;
-    return combineByObjects<cases>(operation, copyOfA, copyOfB, copyOfD, extent, place);
+    const Place copyOfPlace = place;
+    return combineByObjects<cases>(operation, copyOfA, copyOfB, copyOfD, extent, copyOfPlace);
 }
 
 } // namespace tarnm
