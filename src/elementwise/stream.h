@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "frame/fetch.h"
 #include "frame/lanes.h"
 #include "frame/operands.h"
 #include "frame/overlap.h"
@@ -127,7 +128,6 @@ TARNM_INLINE void combineFew(Operation operation, Elements<T> a, const B& b, T* 
 enum class Fetch { onDemand, ahead };
 
 inline constexpr std::ptrdiff_t firstLevelBytes = 40 * 1024; // the usual caches have 32 and 48 KiB
-inline constexpr std::ptrdiff_t lineBytes = 64;
 inline constexpr std::ptrdiff_t bytesAhead = 4 * lineBytes;
 
 // Whole vectors from element i on, `unroll` of them at a step, as long as they fit.
@@ -139,7 +139,7 @@ TARNM_INLINE void combineVectors(Operation operation, Elements<T> a, B b, T* d, 
         TARNM_UNROLL
         for (int u = 0; u < unroll; ++u) {
             if (fetch == Fetch::ahead && u * sizeof(V) % lineBytes == 0)
-                __builtin_prefetch(moved(d + i + u * N, bytesAhead), 1);
+                fetchLine<true>(moved(d + i + u * N, bytesAhead));
             store(d + i + u * N, operation(a.template at<V>(i + u * N), b.template next<V>(i + u * N, u)));
         }
     }
@@ -230,36 +230,15 @@ template <class Operation> struct Exchanged {
 
 // ---- Which calls are streams ----
 
-template <class View> struct IsStreamable : std::false_type {};
-template <class T> struct IsStreamable<Single<StridedMatrix<T, Spacing::dense>>> : std::true_type {};
-template <class T> struct IsStreamable<ObjectArray<StridedMatrix<T, Spacing::dense>>> : std::true_type {};
-template <class T> struct IsStreamable<Single<Constant<T>>> : std::true_type {};
+template <class Operand> inline constexpr bool isConstant = false;
+template <class T> inline constexpr bool isConstant<Single<Constant<T>>> = true;
 
-template <class View> struct IsConstant : std::false_type {};
-template <class T> struct IsConstant<Single<Constant<T>>> : std::true_type {};
+template <class Operand>
+inline constexpr bool isStreamable = isDenseArray<Operand> || isDenseSingle<Operand> || isConstant<Operand>;
 
 // A constant is always the second operand.
 template <class A, class B, class D>
-inline constexpr bool streamable_v =
-    IsStreamable<A>::value&& IsStreamable<B>::value&& IsStreamable<D>::value && !IsConstant<A>::value;
-
-template <class T>
-bool isPacked(const StridedMatrix<T, Spacing::dense>& object, std::int32_t rows, std::int32_t columns)
-{
-    return rows == 1 || object.rowStride == std::ptrdiff_t(sizeof(T)) * columns;
-}
-
-template <class T>
-bool isPacked(const Single<StridedMatrix<T, Spacing::dense>>& single, std::int32_t rows, std::int32_t columns)
-{
-    return isPacked(single.object, rows, columns);
-}
-
-template <class T>
-bool isPacked(const ObjectArray<StridedMatrix<T, Spacing::dense>>& array, std::int32_t rows, std::int32_t columns)
-{
-    return isPacked(array.first, rows, columns) && array.objectStride == std::ptrdiff_t(sizeof(T)) * rows * columns;
-}
+inline constexpr bool streamable_v = isStreamable<A>&& isStreamable<B>&& isStreamable<D> && !isConstant<A>;
 
 template <class T> bool isPacked(const Single<Constant<T>>&, std::int32_t, std::int32_t) { return true; }
 
@@ -277,7 +256,7 @@ bool isStream(const A& a, const B& b, const D& d, std::int32_t rows, std::int32_
     // A pattern must lie clear of the result; an array may also be the result itself.
     const auto serves = [&](const auto& operand) {
         using Operand = std::remove_cvref_t<decltype(operand)>;
-        if constexpr (IsConstant<Operand>::value) {
+        if constexpr (isConstant<Operand>) {
             return true;
         } else {
             const T* base = operand[place.first].base;
@@ -298,7 +277,7 @@ tarnmStatus combineStream(Operation operation, const A& a, const B& b, const D& 
     const std::ptrdiff_t length = size * place.count;
     T* const result = d[place.first].base;
     const Elements<T> first{a[place.first].base};
-    if constexpr (IsConstant<B>::value) {
+    if constexpr (isConstant<B>) {
         return combineArray(operation, first, OneValue<T>{b.object.value}, result, length);
     } else {
         const Elements<T> second{b[place.first].base};

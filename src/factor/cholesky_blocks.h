@@ -42,22 +42,12 @@ TARNM_INLINE void storeTriangleRows(const Bases& bases, std::ptrdiff_t rowStride
     }
 }
 
-template <int n, class Array> TARNM_INLINE bool isPacked(const Array& array)
-{
-    using T = typename Array::ObjectView::Element;
-    if constexpr (blocks::isArray<Array>)
-        return array.objectStride == std::ptrdiff_t(n * n * sizeof(T)) &&
-               blocks::rowsTouch<blocks::Shape<n, n>>(array.first);
-    else
-        return false;
-}
-
 template <int n, class V, class Array>
 TARNM_INLINE void loadDenseTriangle(const Array& array, std::ptrdiff_t first, int live, V* a)
 {
     constexpr int N = lane_count_v<V>;
-    if constexpr (blocks::isArray<Array>)
-        if (live == N && isPacked<n>(array))
+    if constexpr (isObjectArray<Array>)
+        if (live == N && isPacked(array, n, n))
             return blocks::loadPacked<n * n>(static_cast<const scalar_t<V>*>(array[first].base), a);
     const auto& object = blocks::pattern(array);
     loadTriangleRows<n>(blocks::basesOf<N>(array, first, live), blocks::rowStrideOf(object), a);
@@ -67,7 +57,7 @@ template <int n, class V, class Array>
 TARNM_INLINE void gatherTriangle(const Array& array, std::ptrdiff_t first, int live, V* a)
 {
     constexpr int N = lane_count_v<V>;
-    if constexpr (blocks::isArray<Array>)
+    if constexpr (isObjectArray<Array>)
         if (live == N && array.objectStride == std::ptrdiff_t(sizeof(scalar_t<V>))) {
             const auto object = array[first];
             return overTriangle<n>([&](int i, int j) __attribute__((always_inline)) {
@@ -114,8 +104,8 @@ TARNM_INLINE bool storedDenseTriangle(const Array& array, std::ptrdiff_t first, 
     using T = scalar_t<V>;
     constexpr std::ptrdiff_t rowBytes = n * sizeof(T);
     const std::ptrdiff_t rowStride = blocks::rowStrideOf(blocks::pattern(array));
-    if constexpr (blocks::isArray<Array>) {
-        if (isPacked<n>(array)) {
+    if constexpr (isObjectArray<Array>) {
+        if (isPacked(array, n, n)) {
             storeTriangleRows<n>(blocks::PackedBases<T, n * rowBytes>{array[first].base}, rowBytes, a);
             return true;
         }
@@ -130,7 +120,7 @@ template <int n, class V, class Array>
 TARNM_INLINE bool storedInterleavedTriangle(const Array& array, std::ptrdiff_t first, const V* a)
 {
     constexpr int N = lane_count_v<V>;
-    if constexpr (blocks::isArray<Array>)
+    if constexpr (isObjectArray<Array>)
         if (array.objectStride == std::ptrdiff_t(sizeof(scalar_t<V>)) &&
             blocks::isClearInterleaved<blocks::Shape<n, n>, N>(array.first)) {
             const auto object = array[first];

@@ -76,8 +76,6 @@ template <int n, class V> TARNM_INLINE void inNamedOrder(const V (&all)[n], cons
         ordered[i] = named(all, rows[i]);
 }
 
-using tile::isDense;
-
 // The same row number for all lanes is a row of each object.
 template <class T, int N> struct NamedBases {
     T* base[N];
@@ -111,7 +109,7 @@ TARNM_INLINE void storeNamedRows(const Array& array, std::ptrdiff_t first, int l
                                  const V (&rows)[n])
 {
     constexpr int N = lane_count_v<V>;
-    if constexpr (isDense<Array> && blocks::isArray<Array>)
+    if constexpr (isDense<Array> && isObjectArray<Array>)
         if (live == N && rowsAreApart(array, n)) {
             TARNM_UNROLL
             for (int k = 0; k < n; ++k)
@@ -185,7 +183,7 @@ TARNM_INLINE void loadNamedRows(const Array& array, std::ptrdiff_t first, int li
         for (int k = 0; k < n; ++k)
             blocks::loadRuns<n>(basesOfRows<N>(array, first, live, index, n, k), a[k]);
     } else {
-        if constexpr (blocks::isArray<Array>)
+        if constexpr (isObjectArray<Array>)
             if (array.objectStride == sizeof(scalar_t<V>) && live == N) return selected();
         V collected[n * n];
         collectNamedRows<n>(array, first, live, index, collected);

@@ -56,7 +56,7 @@ template <class V, class Array>
 void storeNamedTile(const Array& array, std::ptrdiff_t first, int live, RowIndex index, int n, const V* a)
 {
     constexpr int N = lane_count_v<V>;
-    if constexpr (isDense<Array> && blocks::isArray<Array>)
+    if constexpr (isDense<Array> && isObjectArray<Array>)
         if (live == N && rowsAreApart(array, n)) {
             for (int k = 0; k < n; ++k)
                 tile::storeRun(basesOfRows<N>(array, first, N, index, n, k), n, a + k * n);

@@ -400,11 +400,10 @@ TARNM_INLINE void storePackedPairs(scalar_t<V>* base, const V* a, std::integer_s
     // Elements 2j and 2j + 1 of the two objects one behind the other.
     const V v[length] = {
         shuffled<2 * j / length, 2 + (2 * j + 1) / length>(a[2 * j % length], a[(2 * j + 1) % length])...};
-    forEachPiece<V>([&](auto q) __attribute__((always_inline)) {
-        TARNM_UNROLL
-        for (int i = 0; i < length; ++i)
-            store(base + 2 * (q * length + i), pieceOf<q>(v[i]));
-    });
+    TARNM_UNROLL
+    for (int i = 0; i < length; ++i)
+        forEachPiece<V>([&](auto q)
+                            __attribute__((always_inline)) { store(base + 2 * (q * length + i), pieceOf<q>(v[i])); });
 }
 
 template <int length, class V> TARNM_INLINE void loadPacked(const scalar_t<V>* base, V* a)
@@ -501,8 +500,10 @@ template <class Object> TARNM_INLINE void setElement(const Object& object, int r
 template <class Object> inline constexpr bool isTransposed = false;
 template <class Matrix> inline constexpr bool isTransposed<Transposed<Matrix>> = true;
 
-template <class Array> inline constexpr bool isArray = false;
-template <class Object> inline constexpr bool isArray<ObjectArray<Object>> = true;
+// An array whose objects are known to stand in memory without a gap, so that nothing is asked for each block.
+template <class Array> struct Packed : Array {};
+template <class Array> inline constexpr bool isKnownPacked = false;
+template <class Array> inline constexpr bool isKnownPacked<Packed<Array>> = true;
 
 template <class Object> TARNM_INLINE ObjectArray<Object> asStored(const ObjectArray<Transposed<Object>>& array)
 {
@@ -524,11 +525,12 @@ template <class Object> TARNM_INLINE std::ptrdiff_t rowStrideOf(const Object& ob
         return 0;
 }
 
-// Whether a row of the objects ends where the next begins, so that an object is one run.
-template <class S, class Object> TARNM_INLINE bool rowsTouch(const Object& object)
+template <class S, class Array> TARNM_INLINE bool standsPacked(const Array& array)
 {
-    return S::rows == 1 || rowStrideOf(object) == std::ptrdiff_t(S::columns * sizeof(typename Object::Element));
+    return isKnownPacked<Array> || isPacked(array, S::rows, S::columns);
 }
+
+template <class Array> inline constexpr bool canStandPacked = isDenseArray<Array> || isKnownPacked<Array>;
 
 // ---- Loading ----
 
@@ -538,12 +540,11 @@ TARNM_INLINE void loadDense(const Array& array, std::ptrdiff_t first, int live, 
     using T = scalar_t<V>;
     constexpr int N = lane_count_v<V>;
     const auto& object = pattern(array);
-    if constexpr (isArray<Array>) {
-        const bool isPacked = rowsTouch<S>(object) && array.objectStride == std::ptrdiff_t(S::elements * sizeof(T));
-        if (isPacked && live == N) return loadPacked<S::elements>(static_cast<const T*>(array[first].base), a);
-    }
+    if constexpr (canStandPacked<Array>)
+        if (standsPacked<S>(array) && live == N)
+            return loadPacked<S::elements>(static_cast<const T*>(array[first].base), a);
     const auto bases = basesOf<N>(array, first, live);
-    if (rowsTouch<S>(object)) return loadRuns<S::elements>(bases, a);
+    if (isPacked(object, S::rows, S::columns)) return loadRuns<S::elements>(bases, a);
     TARNM_UNROLL
     for (int r = 0; r < S::rows; ++r)
         loadRuns<S::columns>(bases.shifted(r * rowStrideOf(object)), a + r * S::columns);
@@ -613,7 +614,7 @@ TARNM_INLINE void loadElementsOf(const Array& array, std::ptrdiff_t first, int l
     } else if constexpr (requires { requires Object::isDense; })
         loadDense<S>(array, first, live, a);
     else {
-        if constexpr (isArray<Array>)
+        if constexpr (isObjectArray<Array>)
             if (array.objectStride == sizeof(scalar_t<V>) && live == N) return loadInterleaved<S>(array[first], a);
         loadByElement<S>(array, first, live, a);
     }
@@ -655,17 +656,17 @@ TARNM_INLINE bool storedDense(const Array& array, std::ptrdiff_t first, const V*
     using T = scalar_t<V>;
     constexpr int N = lane_count_v<V>;
     const auto& object = pattern(array);
-    if constexpr (isArray<Array>) {
-        constexpr std::ptrdiff_t rowBytes = S::columns * sizeof(T);
-        if (rowsTouch<S>(object) && array.objectStride == S::rows * rowBytes) {
+    if constexpr (canStandPacked<Array>) {
+        if (standsPacked<S>(array)) {
             storePacked<S::elements>(array[first].base, a);
             return true;
         }
+        constexpr std::ptrdiff_t rowBytes = S::columns * sizeof(T);
         const bool isDisjoint = array.objectStride >= (S::rows - 1) * rowStrideOf(object) + rowBytes;
         if (!isDisjoint) return false;
     }
     const auto bases = basesOf<N>(array, first, N);
-    if (rowsTouch<S>(object)) {
+    if (isPacked(object, S::rows, S::columns)) {
         storeRuns<S::elements>(bases, a);
         return true;
     }
@@ -712,7 +713,7 @@ TARNM_INLINE void storeElementsOf(const Array& array, std::ptrdiff_t first, int 
         return;
     } else if constexpr (requires { requires Object::isDense; }) {
         if (live == N && storedDense<S>(array, first, a)) return;
-    } else if constexpr (isArray<Array>) {
+    } else if constexpr (isObjectArray<Array>) {
         if (live == N && array.objectStride == sizeof(scalar_t<V>) && isClearInterleaved<S, N>(array.first))
             return storeInterleaved<S>(array[first], a);
     }
@@ -872,6 +873,21 @@ template <class T, class Kernel, class... Operands>
         return n;
     }(Block<T, Operands>(operands)...);
 }
+
+// An operand that is packed, if it is, and is known to be from then on. Others stay what they are.
+template <class SomeOperand> struct PackedOperand {
+    static constexpr bool exists = false;
+};
+template <Access access, class Object, int R, int C>
+requires Object::isDense struct PackedOperand<Operand<access, ObjectArray<Object>, R, C>> {
+    using Array = ObjectArray<Object>;
+    static constexpr bool exists = true;
+    static bool holds(const Operand<access, Array, R, C>& operand) { return isPacked(operand.array, R, C); }
+    static auto of(const Operand<access, Array, R, C>& operand)
+    {
+        return Operand<access, Packed<Array>, R, C>{{operand.array}};
+    }
+};
 
 template <class SomeOperand> struct OperandTraits;
 template <Access access, class Array, int... extents> struct OperandTraits<Operand<access, Array, extents...>> {

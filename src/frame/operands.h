@@ -11,6 +11,8 @@
 //   ObjectArray                  objects at a fixed byte distance (strided or scattered)
 //   ObjectList                   objects at the pointers of a table
 //   ConstantArray, ConstantList  one constant per object
+//   isObjectArray, isDense       kinds of operands
+//   isPacked                     whether there are no gaps between elements
 //   Place                        which objects of the call a kernel is to work on
 //
 // A view never owns or copies. An array view maps an object number of the whole call to an object view;
@@ -231,6 +233,36 @@ struct Place {
         return place;
     }
 };
+
+// One object after the other at a fixed distance.
+template <class Operand> inline constexpr bool isObjectArray = false;
+template <class Object> inline constexpr bool isObjectArray<ObjectArray<Object>> = true;
+
+// Objects whose rows have their elements side by side, as given and not transposed.
+template <class Operand> inline constexpr bool isDense = requires { requires Operand::ObjectView::isDense; };
+template <class Operand> inline constexpr bool isDenseArray = isDense<Operand>&& isObjectArray<Operand>;
+template <class Operand> inline constexpr bool isDenseSingle = isDense<Operand>&& Operand::isSingle;
+
+// Whether the rows of an object, and of an array the objects too, follow each other without a gap.
+template <class Object>
+requires Object::isDense inline bool isPacked(const Object& object, std::int32_t rows, std::int32_t columns)
+{
+    if constexpr (requires { object.rowStride; })
+        return rows == 1 || object.rowStride == std::ptrdiff_t(sizeof(typename Object::Element)) * columns;
+    else
+        return true;
+}
+
+template <class Object> inline bool isPacked(const Single<Object>& single, std::int32_t rows, std::int32_t columns)
+{
+    return isPacked(single.object, rows, columns);
+}
+
+template <class Object> inline bool isPacked(const ObjectArray<Object>& array, std::int32_t rows, std::int32_t columns)
+{
+    const std::ptrdiff_t objectBytes = std::ptrdiff_t(sizeof(typename Object::Element)) * rows * columns;
+    return isPacked(array.first, rows, columns) && array.objectStride == objectBytes;
+}
 
 // How the entries spell the operands of the three layouts. Tables of pointers to data that is only read are
 // taken as such; the views of results are the ones with a pointee that is not const.

@@ -84,7 +84,7 @@ template <Part part, class Body> TARNM_INLINE void overPart(Shape shape, Body&& 
 // Whether the same elements of neighbouring objects lie side by side.
 template <class V, class Array> TARNM_INLINE bool isInterleaved(const Array& array, int live)
 {
-    if constexpr (blocks::isArray<Array>)
+    if constexpr (isObjectArray<Array>)
         return live == lane_count_v<V> && array.objectStride == std::ptrdiff_t(sizeof(scalar_t<V>));
     else
         return false;
@@ -104,14 +104,12 @@ template <class V, class Object> TARNM_INLINE bool isClearInterleaved(const Obje
 
 template <class Array> TARNM_INLINE bool isDisjoint(const Array& array, Shape shape)
 {
-    if constexpr (blocks::isArray<Array>)
+    if constexpr (isObjectArray<Array>)
         return array.objectStride >= (shape.rows - 1) * blocks::rowStrideOf(array.first) +
                                          shape.columns * std::ptrdiff_t(sizeof(typename Array::ObjectView::Element));
     else
         return true;
 }
-
-template <class Array> inline constexpr bool isDense = requires { requires Array::ObjectView::isDense; };
 
 } // namespace tile
 
@@ -124,7 +122,7 @@ template <Part part, class V, class Array>
     if constexpr (Array::isSingle)
         return tile::overPart<part>(shape,
                                     [&](int r, int c) { a[r * columns + c] = V(blocks::element(array.object, r, c)); });
-    else if constexpr (tile::isDense<Array>) {
+    else if constexpr (isDense<Array>) {
         const auto bases = blocks::basesOf<N>(array, first, live);
         const std::ptrdiff_t rowStride = blocks::rowStrideOf(blocks::pattern(array));
         for (int r = 0; r < rows; ++r)
@@ -150,7 +148,7 @@ template <Part part, class V, class Array>
     using T = scalar_t<V>;
     constexpr int N = lane_count_v<V>;
     const tile::Shape shape{rows, columns};
-    if constexpr (tile::isDense<Array>) {
+    if constexpr (isDense<Array>) {
         if (live == N && tile::isDisjoint(array, shape)) {
             const auto bases = blocks::basesOf<N>(array, first, live);
             const std::ptrdiff_t rowStride = blocks::rowStrideOf(blocks::pattern(array));
@@ -158,7 +156,7 @@ template <Part part, class V, class Array>
                 tile::storeRun(bases.shifted(r * rowStride), tile::lengthOfRow<part>(shape, r), a + r * columns);
             return;
         }
-    } else if constexpr (blocks::isArray<Array>) {
+    } else if constexpr (isObjectArray<Array>) {
         if (tile::isInterleaved<V>(array, live) && tile::isClearInterleaved<V>(array.first, shape)) {
             const auto object = array[first];
             return tile::overPart<part>(

@@ -28,18 +28,8 @@ ObjectArray<StridedMatrix<T, Spacing::dense>> packedBlock(T* base, std::int32_t 
 
 namespace movement {
 
-template <class View> inline constexpr bool isDenseArray = false;
-template <class T> inline constexpr bool isDenseArray<ObjectArray<StridedMatrix<T, Spacing::dense>>> = true;
-
 template <class View> inline constexpr bool isScatteredArray = false;
 template <class T> inline constexpr bool isScatteredArray<ObjectArray<ScatteredMatrix<T>>> = true;
-
-template <class T>
-bool isPacked(const ObjectArray<StridedMatrix<T, Spacing::dense>>& array, std::int32_t rows, std::int32_t columns)
-{
-    const std::ptrdiff_t rowBytes = std::ptrdiff_t(sizeof(T)) * columns;
-    return (rows == 1 || array.first.rowStride == rowBytes) && array.objectStride == rowBytes * rows;
-}
 
 template <class S, class D>
 bool copyPacked(const S& from, const D& to, std::int32_t rows, std::int32_t columns, Place place)

@@ -9,6 +9,7 @@
 #pragma once
 
 #include "frame/blocks.h"
+#include "frame/fetch.h"
 
 namespace tarnm {
 
@@ -83,10 +84,9 @@ inline constexpr std::ptrdiff_t fewestBytesAhead = 256, mostBytesAhead = 4096;
 
 template <bool forWriting, class T> TARNM_INLINE void fetchObject(T* begin, std::ptrdiff_t bytes)
 {
-    constexpr std::ptrdiff_t lineBytes = 64;
     if (bytes < fewestBytesAhead || bytes > mostBytesAhead) return;
     for (std::ptrdiff_t line = 0; line < bytes; line += lineBytes)
-        __builtin_prefetch(moved(begin, line), forWriting);
+        fetchLine<forWriting>(moved(begin, line));
 }
 
 template <int n, class T> void transposePackedSquares(const T* from, T* to, std::ptrdiff_t count)

@@ -150,8 +150,6 @@ TARNM_INLINE void loadRows(Row<T, n> (&rows)[n], const Transposed<StridedMatrix<
         loadColumnsInPieces(rows, m.stored, std::make_integer_sequence<int, Row<T, n>::parts>{});
 }
 
-template <class Array> inline constexpr bool isDense = requires { requires Array::ObjectView::isDense; };
-
 template <class Matrix> Transposed<Matrix> transposedView(const Matrix& matrix) { return {matrix}; }
 template <class Matrix> Matrix transposedView(const Transposed<Matrix>& matrix) { return matrix.stored; }
 

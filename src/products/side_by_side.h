@@ -17,20 +17,15 @@ namespace products {
 template <class T> inline constexpr int rowsSideBySide = native_lane_count_v<T> / 4;
 template <class T> inline constexpr bool hasRowsSideBySide = rowsSideBySide<T> >= 2;
 
-template <class T> bool rowsTouch(const StridedMatrix<T, Spacing::dense>& matrix)
-{
-    return matrix.rowStride == 4 * sizeof(T);
-}
-
 // Transposed matrices are read row by row, wherever their rows lie.
 template <class Array> bool haveRowsSideBySide(const Array& array)
 {
     if constexpr (blocks::isTransposed<typename Array::ObjectView>)
         return true;
     else if constexpr (Array::isSingle)
-        return rowsTouch(array.object);
+        return isPacked(array, 4, 4);
     else
-        return rowsTouch(blocks::pattern(array));
+        return isPacked(blocks::pattern(array), 4, 4);
 }
 
 template <class T> bool haveRowsSideBySide(const ObjectArray<StridedVector<T, Spacing::dense>>& vectors)
@@ -62,7 +57,7 @@ template <class V, class T>
 TARNM_INLINE void loadRepeatedRows(V (&rows)[4], const Transposed<StridedMatrix<T, Spacing::dense>>& b)
 {
     if constexpr (lane_count_v<V> == 16) {
-        if (rowsTouch(b.stored)) {
+        if (isPacked(b.stored, 4, 4)) {
             const V all = load<V>(b.stored.address(0, 0));
             rows[0] = picked<0, 4, 0>(all);
             rows[1] = picked<0, 4, 1>(all);

@@ -125,7 +125,7 @@ tarnmStatus crossProducts(const X& x, const Y& y, const D& d, Place place)
     }
     if constexpr (path == Path::dense && !D::isSingle) {
         std::int32_t done = 0;
-        if constexpr (rearrangesInVectors && blocks::isArray<D>) done = crossPacked(x, y, d, place);
+        if constexpr (rearrangesInVectors && isObjectArray<D>) done = crossPacked(x, y, d, place);
         if (done < place.count) crossInLanes(x, y, d, {place.first + done, place.count - done, place.total});
         return StatusOk;
     }

@@ -13,6 +13,7 @@
 #include <array>
 
 #include "frame/blocks.h"
+#include "frame/fetch.h"
 #include "frame/folds.h"
 #include "frame/path.h"
 #include "products/inner_lanes.h"
@@ -252,12 +253,12 @@ template <class B> bool alignedAlike(const B& b)
 // one group of objects alone do not keep it busy.
 template <int bytes, class Object> TARNM_INLINE void fetchAhead(const Together<Object>& objects)
 {
-    constexpr int lineBytes = 64, ahead = 16 * lineBytes;
+    constexpr std::ptrdiff_t ahead = 16 * lineBytes;
     TARNM_UNROLL
     for (const Object& object : objects)
         TARNM_UNROLL
-    for (int line = 0; line < bytes; line += lineBytes)
-        __builtin_prefetch(moved(object.base, ahead + line));
+    for (std::ptrdiff_t line = 0; line < bytes; line += lineBytes)
+        fetchLine<false>(moved(object.base, ahead + line));
 }
 
 template <int vectors, int steps, Reduction reduction, class A, class B, class D>
@@ -282,15 +283,13 @@ std::int32_t reduceByFours(A a, B b, D d, std::int32_t length, LaneSpan span, Pl
     return done;
 }
 
-template <class Array> inline constexpr bool isDenseOperand = false;
-template <class T> inline constexpr bool isDenseOperand<Single<StridedVector<T, Spacing::dense>>> = true;
-template <class T> inline constexpr bool isDenseOperand<ObjectArray<StridedVector<T, Spacing::dense>>> = true;
+template <class Operand> inline constexpr bool isReducedTogether = isDenseArray<Operand> || isDenseSingle<Operand>;
 
 // How many objects were reduced; those left over go one by one.
 template <ReductionPlan plan, Reduction reduction, class A, class B, class D>
 std::int32_t reduceTogether(const A& a, const B& b, const D& d, std::int32_t length, Place place)
 {
-    if constexpr (isDenseOperand<A> && isDenseOperand<B> && !(A::isSingle && B::isSingle)) {
+    if constexpr (isReducedTogether<A> && isReducedTogether<B> && !(A::isSingle && B::isSingle)) {
         using T = typename A::ObjectView::Element;
         constexpr int usual = 16, steps = usual / PartialSums<T, plan.vectors>::step;
         if (place.count < objectsTogether || !alignedAlike(b)) return 0;
