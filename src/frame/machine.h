@@ -81,7 +81,9 @@ template <class Raw> TARNM_INLINE auto upperHalf(Raw v)
     constexpr int half = lengthOf<Raw> / 2;
     [[maybe_unused]] typedef RawVector<ElementOf<Raw>, half> Half;
 #if defined(TARNM_NAMES_PART_MOVES)
-    if constexpr (sizeof(Raw) == 32)
+    if constexpr (sizeof(Raw) == 32 && sizeof(v[0]) == 8)
+        return (Half)__builtin_ia32_vextractf128_pd256((RawVector<double, 4>)v, 1);
+    else if constexpr (sizeof(Raw) == 32)
         return (Half)__builtin_ia32_vextractf128_ps256((RawVector<float, 8>)v, 1);
     else
 #endif

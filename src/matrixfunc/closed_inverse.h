@@ -1,8 +1,10 @@
 // Inverses in closed form: the adjugate over the determinant.
 //
-//   closedInverse      orders 3 to 6 by a true division
-//   refinedInverse     orders 3 and 4 in single precision by the refined reciprocal
-//   refinedInverse4    the latter with the determinant
+//   beginInverse3, finishInverse3
+//                      order 3 in two steps, by a true division or by the refined reciprocal
+//   closedInverse      orders 4 to 6 by a true division
+//   refinedInverse     order 4 in single precision by the refined reciprocal
+//   refinedInverse4    the same with the determinant
 //
 // All are one text for an object and for objects in lanes, and return the lanes whose determinant is smaller in
 // magnitude than the tolerance: in these the inverse is not to be used. A determinant equal to the tolerance passes,
@@ -29,12 +31,25 @@ template <class V> TARNM_INLINE V minors3(const V (&a)[3][3], V (&minors)[3][3])
     return (minors[2][0] * a[2][0] - minors[1][0] * a[1][0]) + minors[0][0] * a[0][0];
 }
 
-template <class V> TARNM_INLINE mask_t<V> closedInverse3(const V (&a)[3][3], V tolerance, V (&x)[3][3])
+// The inverse of order 3 on its way: all that is left to do is to scale.
+template <class V> struct Adjugate3 {
+    V minors[3][3], reciprocal;
+};
+
+template <bool isRefined, class V>
+TARNM_INLINE mask_t<V> beginInverse3(const V (&a)[3][3], V tolerance, Adjugate3<V>& adjugate)
 {
-    V minors[3][3];
-    const V determinant = minors3(a, minors);
-    scaledAdjugate(minors, V(1) / determinant, x);
+    const V determinant = minors3(a, adjugate.minors);
+    if constexpr (isRefined)
+        adjugate.reciprocal = refinedReciprocal(determinant);
+    else
+        adjugate.reciprocal = V(1) / determinant;
     return tolerance > abs(determinant);
+}
+
+template <class V> TARNM_INLINE void finishInverse3(const Adjugate3<V>& adjugate, V (&x)[3][3])
+{
+    scaledAdjugate(adjugate.minors, adjugate.reciprocal, x);
 }
 
 // Orders 5 and 6 are long and stand in a source of their own, for one object and for native lanes.
@@ -42,9 +57,7 @@ template <int n, class V> mask_t<V> longClosedInverse(const V (&a)[n][n], V tole
 
 template <int n, class V> TARNM_INLINE mask_t<V> closedInverse(const V (&a)[n][n], V tolerance, V (&x)[n][n])
 {
-    if constexpr (n == 3)
-        return closedInverse3(a, tolerance, x);
-    else if constexpr (n == 4)
+    if constexpr (n == 4)
         return closedInverse4(a, tolerance, x);
     else
         return longClosedInverse(a, tolerance, x);
@@ -121,14 +134,6 @@ TARNM_INLINE bool refinedInverse4(const FloatRow (&a)[4], float tolerance, Float
     for (int i = 0; i < 4; ++i)
         x[i] = cofactors[i] * reciprocal;
     blocks::transposePieces(x);
-    return tolerance > abs(determinant);
-}
-
-template <class V> TARNM_INLINE mask_t<V> refinedInverse(const V (&a)[3][3], V tolerance, V (&x)[3][3])
-{
-    V minors[3][3];
-    const V determinant = minors3(a, minors);
-    scaledAdjugate(minors, refinedReciprocal(determinant), x);
     return tolerance > abs(determinant);
 }
 

@@ -9,6 +9,7 @@
 #pragma once
 
 #include "frame/orders.h"
+#include "frame/overlapped_blocks.h"
 #include "frame/path.h"
 #include "matrixfunc/block_inverse.h"
 #include "matrixfunc/closed_inverse.h"
@@ -56,6 +57,25 @@ template <Form form, class T, Path path, int order> struct Kernel {
     }
 };
 
+// Order 3 moves more than it computes and waits for one division.
+template <Form form, class T, Path path> struct Kernel<form, T, path, 3> {
+    template <class V> using State = Adjugate3<V>;
+
+    template <class V> TARNM_INLINE mask_t<V> begin(const V (&a)[3][3], State<V>& state) const
+    {
+        return beginInverse3<form == Form::refined>(a, V(toleranceOf<T, path, 3>()), state);
+    }
+    template <class V> TARNM_INLINE void finish(const State<V>& state, V (&x)[3][3]) const { finishInverse3(state, x); }
+
+    template <class V> TARNM_INLINE mask_t<V> operator()(const V (&a)[3][3], V (&x)[3][3]) const
+    {
+        State<V> state;
+        const mask_t<V> failed = begin(a, state);
+        finish(state, x);
+        return failed;
+    }
+};
+
 // Returns how many objects were completed. Groups of `together` objects are written together. `isDense`: the elements
 // of a row stand side by side.
 template <int order, bool isDense, int together, class Kernel, class S, class D>
@@ -69,6 +89,8 @@ std::int32_t invertObjects(const S& from, const D& to, Place place, const Kernel
         return forEachGatheredBlock<V, order>(place, kernel, from, to);
     else if constexpr (together > 1)
         return forEachGroupedBlockOf<V, together>(place, kernel, sources, results);
+    else if constexpr (order == 3 && !S::isSingle)
+        return forEachOverlappedBlockOf<V>(place, kernel, sources, results);
     else
         return forEachBlockOf<V>(place, kernel, sources, results);
 }

@@ -1,0 +1,69 @@
+// Blocks whose computation is cut in two, so that the second half of a block follows the first half of the next one.
+//
+//   forEachOverlappedBlockOf    as forEachBlockOf, for kernels in two steps
+//
+// Where a kernel waits for a long operation between its operands and its results - a division, say - the instructions
+// that wait fill the processor's window before those of the next block come into it. In this order they find what they
+// need. The cut is best where few values are alive.
+//
+// A kernel in two steps has, beside the call that forEachBlock makes,
+//
+//     template <class V> struct State;                          // what the second step needs
+//     mask_t<V> begin(const V (&a)[R][C], State<V>& state);     // lanes that failed
+//     void finish(const State<V>& state, V (&x)[R][C]);
+#pragma once
+
+#include "frame/blocks.h"
+
+namespace tarnm {
+
+namespace blocks {
+
+// Runs the whole blocks between `first` and `end` up to the first that fails, and returns where that or the rest begins.
+template <class V, class Kernel, class Source, class Result>
+TARNM_INLINE std::int32_t overlappedBlocks(std::int32_t first, std::int32_t end, const Kernel& kernel,
+                                           Block<V, Source> source, Block<V, Result> result)
+{
+    constexpr int N = lane_count_v<V>;
+    typename Kernel::template State<V> state;
+    source.read(first, N);
+    if (any(kernel.begin(source.argument(), state))) return first;
+    bool isGood = true;
+    for (; isGood && first + 2 * N <= end; first += N) {
+        typename Kernel::template State<V> next;
+        source.read(first + N, N);
+        isGood = !any(kernel.begin(source.argument(), next));
+        kernel.finish(state, result.argument());
+        result.write(first, N);
+        state = next;
+    }
+    if (!isGood) return first;
+    kernel.finish(state, result.argument());
+    result.write(first, N);
+    return first + N;
+}
+
+} // namespace blocks
+
+// Runs `kernel` over the objects of `place` and returns how many of them were completed.
+template <class V, class Kernel, class Source, class Result>
+inline std::int32_t forEachOverlappedBlockOf(Place place, const Kernel& kernel, const Source& source,
+                                             const Result& result)
+{
+    using namespace blocks;
+    const std::int32_t end = place.first + place.count;
+    std::int32_t reached = place.first;
+    const auto run = [&](const auto& from, const auto& to) {
+        return overlappedBlocks<V>(place.first, end, kernel, Block<V, std::remove_cvref_t<decltype(from)>>(from),
+                                   Block<V, std::remove_cvref_t<decltype(to)>>(to));
+    };
+    if constexpr (PackedOperand<Source>::exists && PackedOperand<Result>::exists) {
+        if (place.count >= lane_count_v<V> && PackedOperand<Source>::holds(source) &&
+            PackedOperand<Result>::holds(result))
+            reached = run(PackedOperand<Source>::of(source), PackedOperand<Result>::of(result));
+    }
+    if (reached == end) return place.count;
+    return reached - place.first + forEachBlockOf<V>({reached, end - reached, place.total}, kernel, source, result);
+}
+
+} // namespace tarnm
