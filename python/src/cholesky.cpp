@@ -77,8 +77,8 @@ template <class T> std::ptrdiff_t lower_factors(const batch& work)
     return by_place(work, [&](auto place) {
         const auto a = matrices<const T, place.value>(work.in[0], work.count);
         const auto lower = matrices<T, place.value>(work.out[0], work.count);
-        return has_elimination(a.rows()) ? lower_in_blocks<T>(a, lower, work.statuses)
-                                         : lower_block<T>(a, lower, work.statuses);
+        return is_small_order(a.rows()) ? lower_in_blocks<T>(a, lower, work.statuses)
+                                        : lower_block<T>(a, lower, work.statuses);
     });
 }
 

@@ -103,7 +103,7 @@ template <class T, layout Place> std::ptrdiff_t solve_each(const batch& work)
         const std::ptrdiff_t count = std::min(step, work.count - first);
         const operand a = part(work.in[0], first), b = part(work.in[1], first), x = part(work.out[0], first);
         tarnmStatus* const statuses = work.statuses + first;
-        if (has_elimination(order) && b.columns == 1 &&
+        if (is_small_order(order) && b.columns == 1 &&
             solved(matrices<const T, Place>(a, count), matrices<const T, Place>(b, count),
                    matrices<T, Place>(x, count))) {
             std::fill_n(statuses, count, StatusOk);

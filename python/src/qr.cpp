@@ -274,10 +274,11 @@ template <class T, int n> void form_square_q(const planar_block<T>& block, std::
 template <class T>
 void form_all_q(const planar_block<T>& block, std::ptrdiff_t packs, std::ptrdiff_t rows, std::ptrdiff_t columns)
 {
-    if (rows == columns && rows == 3) return form_square_q<T, 3>(block, packs);
-    if (rows == columns && rows == 4) return form_square_q<T, 4>(block, packs);
-    if (rows == columns && rows == 5) return form_square_q<T, 5>(block, packs);
-    if (rows == columns && rows == 6) return form_square_q<T, 6>(block, packs);
+    const auto form = [&](auto order) {
+        form_square_q<T, order>(block, packs);
+        return true;
+    };
+    if (rows == columns && by_small_order(rows, form)) return;
     for (std::ptrdiff_t i = 0; i < packs; ++i)
         form_q(block, i, rows, columns);
 }

@@ -3,6 +3,7 @@
 //   matrices, matrix, vectors, vector   the view of an operand: of all objects, of the one that serves all
 //   pair_of_matrices, ...               calls with views of both inputs, of which at least one is an array
 //   by_layout, by_place                 calls with the layout of a batch
+//   is_small_order, by_small_order      orders that have code of their own; calls with one as a constant
 #ifndef TARNM_PYTHON_VIEWS_H
 #define TARNM_PYTHON_VIEWS_H
 
@@ -78,6 +79,26 @@ template <class Call> std::ptrdiff_t by_layout(const batch& work, Call call)
 {
     if (work.listed) return call(layout_constant<layout::list>());
     return work.planar ? call(layout_constant<layout::elements>()) : call(layout_constant<layout::strided>());
+}
+
+// Orders that have code of their own.
+constexpr bool is_small_order(std::ptrdiff_t order) { return order >= 3 && order <= 6; }
+
+// The result of call(order as a constant); false for other orders.
+template <class Call> bool by_small_order(std::ptrdiff_t order, const Call& call)
+{
+    switch (order) {
+    case 3:
+        return call(std::integral_constant<int, 3>());
+    case 4:
+        return call(std::integral_constant<int, 4>());
+    case 5:
+        return call(std::integral_constant<int, 5>());
+    case 6:
+        return call(std::integral_constant<int, 6>());
+    default:
+        return false;
+    }
 }
 
 template <class T, layout Layout, class Call> std::ptrdiff_t pair_of_matrices(const batch& work, Call call)

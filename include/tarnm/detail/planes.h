@@ -1,10 +1,7 @@
 // Some objects side by side: element e of object n stands at position n of plane e. What a layer looks for in every object is
 // then computed for a vector of objects at once, and the C functions take it as pointers per element.
 //
-//   pack<T>                       as many numbers as a vector of the processor holds
 //   planes<T>                     planes in scratch, each of `width` positions
-//   exchange_sides                transposes a square of vectors
-//   fetch_ahead                   reads or writes of a view that come next
 //   read_planes, write_planes     the matrices of a view
 //   fill_tail                     zeros where a plane has no object
 //   table_of                      the pointers per element
@@ -12,49 +9,9 @@
 #ifndef TARNM_DETAIL_PLANES_H
 #define TARNM_DETAIL_PLANES_H
 
-#include "right.h"
-
-// Loops over the objects of a pack.
-#if defined(__clang__)
-#define TARNM_DETAIL_UNROLL _Pragma("clang loop unroll(full)")
-#else
-#define TARNM_DETAIL_UNROLL _Pragma("GCC unroll 8")
-#endif
+#include "packs.h"
 
 namespace tarnm::detail {
-
-#if defined(__AVX__)
-inline constexpr std::size_t pack_bytes = 32;
-#else
-inline constexpr std::size_t pack_bytes = 16;
-#endif
-
-// g++ takes no vector of a type that depends on a template parameter.
-template <class T> struct pack_types;
-template <> struct pack_types<float> {
-    typedef float numbers __attribute__((vector_size(pack_bytes), may_alias));
-    typedef float anywhere __attribute__((vector_size(pack_bytes), may_alias, aligned(1)));
-    typedef std::int32_t bits __attribute__((vector_size(pack_bytes)));
-};
-template <> struct pack_types<double> {
-    typedef double numbers __attribute__((vector_size(pack_bytes), may_alias));
-    typedef double anywhere __attribute__((vector_size(pack_bytes), may_alias, aligned(1)));
-    typedef std::int64_t bits __attribute__((vector_size(pack_bytes)));
-};
-template <class T> using pack = typename pack_types<T>::numbers;
-template <class T> using pack_bits = typename pack_types<T>::bits;
-template <class T> inline constexpr std::ptrdiff_t pack_size = pack_bytes / sizeof(T);
-
-// Where nothing is aligned.
-template <class T> TARNM_DETAIL_INLINE pack<T> load_pack(const void* place)
-{
-    return *static_cast<const typename pack_types<T>::anywhere*>(place);
-}
-
-template <class T> TARNM_DETAIL_INLINE void store_pack(void* place, const pack<T>& numbers)
-{
-    *static_cast<typename pack_types<T>::anywhere*>(place) = numbers;
-}
 
 template <class T> struct planes {
     T* data = nullptr;
@@ -83,70 +40,6 @@ template <class T> constexpr std::ptrdiff_t packs_of(std::ptrdiff_t count)
 template <class T> void fill_tail(T* plane, std::ptrdiff_t count)
 {
     std::fill(plane + count, plane + packs_of<T>(count) * pack_size<T>, T(0));
-}
-
-// The first elements of the objects of pack i, and how many objects it has.
-template <class View> struct pack_places {
-    using T = typename View::value_type;
-    using byte = std::conditional_t<std::is_const_v<typename View::element_type>, const std::byte, std::byte>;
-
-    pack_places(const View& view, std::ptrdiff_t i)
-        : count(std::min<std::ptrdiff_t>(pack_size<T>, view.count() - i * pack_size<T>))
-    {
-        // The places without an object repeat the first one.
-        for (std::ptrdiff_t l = 0; l < pack_size<T>; ++l)
-            first[l] = reinterpret_cast<byte*>(view.address(i * pack_size<T> + (l < count ? l : 0), 0, 0));
-    }
-
-    byte* first[pack_size<T>];
-    std::ptrdiff_t count;
-};
-
-// Positions of a vector, for which a bit of the number is set, change places with those of the other where it is not.
-template <int bit, class V, int... l>
-TARNM_DETAIL_INLINE void exchange_positions(V& a, V& b, std::integer_sequence<int, l...>)
-{
-    constexpr int size = sizeof...(l);
-    const V low = __builtin_shufflevector(a, b, ((l & bit) != 0 ? size + l - bit : l)...);
-    b = __builtin_shufflevector(a, b, ((l & bit) != 0 ? size + l : l + bit)...);
-    a = low;
-}
-
-// Position l of vector k becomes position k of vector l, of as many vectors as one has positions.
-template <int bit = 1, class V, std::size_t size> TARNM_DETAIL_INLINE void exchange_sides(V (&square)[size])
-{
-    TARNM_DETAIL_UNROLL for (std::size_t k = 0; k < size; ++k) if ((k & bit) == 0)
-        exchange_positions<bit>(square[k], square[k + bit], std::make_integer_sequence<int, size>());
-    if constexpr (2 * bit < size) exchange_sides<2 * bit>(square);
-}
-
-// Objects with more elements move one by one.
-inline constexpr std::ptrdiff_t largest_in_runs = 64;
-
-// How the elements of a view lie, as far as runs of this length can move.
-enum class arrangement {
-    scattered,
-    side_by_side, // those of neighbouring objects
-    by_rows,      // those of one object, without gaps
-    by_columns,
-};
-
-template <class View>
-arrangement arrangement_of(const View& view, std::ptrdiff_t run = pack_size<typename View::value_type>)
-{
-    using T = typename View::value_type;
-    constexpr std::int32_t size = sizeof(T);
-    if constexpr (View::place != layout::list)
-        if (view.object_stride() == size) return arrangement::side_by_side;
-    if constexpr (View::place != layout::elements) {
-        const std::int32_t rows = view.rows(), columns = view.columns();
-        if (rows * columns < run || rows * columns > largest_in_runs) return arrangement::scattered;
-        if ((columns == 1 || view.element_stride() == size) && (rows == 1 || view.row_stride() == columns * size))
-            return arrangement::by_rows;
-        if ((rows == 1 || view.row_stride() == size) && (columns == 1 || view.element_stride() == rows * size))
-            return arrangement::by_columns;
-    }
-    return arrangement::scattered;
 }
 
 // The numbers of the planes of elements in the order in which these lie in memory.
@@ -182,42 +75,28 @@ private:
     std::ptrdiff_t size_ = 0;
 };
 
-// Pack i of the objects has one at every position.
-template <class View> bool is_full(const View& view, std::ptrdiff_t i)
+// How many objects pack i has.
+template <class View> std::ptrdiff_t live_in_pack(const View& view, std::ptrdiff_t i)
 {
-    return (i + 1) * pack_size<typename View::value_type> <= view.count();
-}
-
-// Asks for what lies some objects ahead: the processor alone does not look far enough where an array is larger than its caches.
-// Beyond the end of the array nothing happens.
-template <bool is_written, class View>
-TARNM_DETAIL_INLINE void fetch_ahead(const View& view, std::ptrdiff_t first, std::ptrdiff_t count,
-                                     std::ptrdiff_t distance = 4096)
-{
-    constexpr std::ptrdiff_t line = 64, largest_stride = 512;
-    if constexpr (View::place == layout::strided) {
-        const std::ptrdiff_t stride = view.object_stride();
-        if (stride > largest_stride) return;
-        const auto next =
-            reinterpret_cast<std::uintptr_t>(view.address(first, 0, 0)) + static_cast<std::uintptr_t>(distance);
-        for (std::ptrdiff_t k = 0; k < count * stride; k += line)
-            __builtin_prefetch(reinterpret_cast<const void*>(next + static_cast<std::uintptr_t>(k)),
-                               is_written ? 1 : 0);
-    }
+    constexpr std::ptrdiff_t size = pack_size<typename View::value_type>;
+    return std::min<std::ptrdiff_t>(size, view.count() - i * size);
 }
 
 // All matrices, or their upper triangles at least, side by side. Pack by pack, since the elements of some objects share lines
 // of a cache. Zeros stand where the last pack has no object.
 template <class View, class T> void read_planes(const View& view, const planes<T>& result, bool upper_triangle = false)
 {
+    using kind = pack_kind<T>;
     const std::ptrdiff_t rows = view.rows(), columns = view.columns();
     const arrangement lies = arrangement_of(view);
     const plane_numbers numbers(rows, columns, lies, [](std::ptrdiff_t c) { return c; });
     for (std::ptrdiff_t i = 0; i < packs_of<T>(view.count()); ++i) {
-        if (lies == arrangement::side_by_side && is_full(view, i)) {
+        const std::ptrdiff_t live = live_in_pack(view, i);
+        const bool is_full = live == pack_size<T>;
+        if (lies == arrangement::side_by_side && is_full) {
             for (std::ptrdiff_t r = 0; r < rows; ++r)
                 for (std::ptrdiff_t c = upper_triangle ? r : 0; c < columns; ++c)
-                    result.at(r * columns + c, i) = load_pack<T>(view.address(i * pack_size<T>, r, c));
+                    result.at(r * columns + c, i) = load_pack<kind>(view.address(i * pack_size<T>, r, c));
             continue;
         }
         if constexpr (View::place == layout::elements) {
@@ -226,14 +105,12 @@ template <class View, class T> void read_planes(const View& view, const planes<T
                     for (std::ptrdiff_t n = i * pack_size<T>; n < (i + 1) * pack_size<T>; ++n)
                         result.plane(r * columns + c)[n] = n < view.count() ? load(view.address(n, r, c)) : T(0);
         } else {
-            const pack_places<View> places(view, i);
-            if (lies != arrangement::scattered && is_full(view, i)) {
+            const pack_places<kind, View> places(view, i * pack_size<T>, live);
+            if (lies != arrangement::scattered && is_full) {
                 fetch_ahead<false>(view, i * pack_size<T>, pack_size<T>);
                 numbers.over_runs<T>([&](std::ptrdiff_t k, const std::ptrdiff_t* plane) {
                     pack<T> square[pack_size<T>];
-                    TARNM_DETAIL_UNROLL for (std::ptrdiff_t l = 0; l < pack_size<T>; ++l) square[l] =
-                        load_pack<T>(places.first[l] + k * std::ptrdiff_t{sizeof(T)});
-                    exchange_sides(square);
+                    load_run<kind>(places.start, k * std::ptrdiff_t{sizeof(T)}, square);
                     TARNM_DETAIL_UNROLL for (std::ptrdiff_t j = 0; j < pack_size<T>; ++j) result.at(plane[j], i) =
                         square[j];
                 });
@@ -244,8 +121,8 @@ template <class View, class T> void read_planes(const View& view, const planes<T
                     const std::ptrdiff_t offset = r * view.row_stride() + c * view.element_stride();
                     T* const place = result.plane(r * columns + c) + i * pack_size<T>;
                     TARNM_DETAIL_UNROLL for (std::ptrdiff_t l = 0; l < pack_size<T>; ++l) place[l] =
-                        load(reinterpret_cast<const T*>(places.first[l] + offset));
-                    for (std::ptrdiff_t l = places.count; l < pack_size<T>; ++l)
+                        load(reinterpret_cast<const T*>(places.start[l] + offset));
+                    for (std::ptrdiff_t l = live; l < pack_size<T>; ++l)
                         place[l] = 0;
                 }
         }
@@ -256,33 +133,34 @@ template <class View, class T> void read_planes(const View& view, const planes<T
 template <class View, class T, class Columns>
 void write_planes(const View& view, const planes<T>& source, const Columns& column_of)
 {
+    using kind = pack_kind<T>;
     const std::ptrdiff_t rows = view.rows(), columns = view.columns();
     const arrangement lies = arrangement_of(view);
     const plane_numbers numbers(rows, columns, lies, column_of);
     for (std::ptrdiff_t i = 0; i < packs_of<T>(view.count()); ++i) {
-        if (lies == arrangement::side_by_side && is_full(view, i)) {
+        const std::ptrdiff_t live = live_in_pack(view, i);
+        const bool is_full = live == pack_size<T>;
+        if (lies == arrangement::side_by_side && is_full) {
             for (std::ptrdiff_t r = 0; r < rows; ++r)
                 for (std::ptrdiff_t c = 0; c < columns; ++c)
-                    store_pack<T>(view.address(i * pack_size<T>, r, c), source.at(r * columns + column_of(c), i));
+                    store_pack<kind>(view.address(i * pack_size<T>, r, c), source.at(r * columns + column_of(c), i));
             continue;
         }
         if constexpr (View::place == layout::elements) {
-            const std::ptrdiff_t end = std::min<std::ptrdiff_t>((i + 1) * pack_size<T>, view.count());
+            const std::ptrdiff_t end = i * pack_size<T> + live;
             for (std::ptrdiff_t r = 0; r < rows; ++r)
                 for (std::ptrdiff_t c = 0; c < columns; ++c)
                     for (std::ptrdiff_t n = i * pack_size<T>; n < end; ++n)
                         store(view.address(n, r, c), source.plane(r * columns + column_of(c))[n]);
         } else {
-            const pack_places<View> places(view, i);
-            if (lies != arrangement::scattered && is_full(view, i)) {
+            const pack_places<kind, View> places(view, i * pack_size<T>, live);
+            if (lies != arrangement::scattered && is_full) {
                 fetch_ahead<true>(view, i * pack_size<T>, pack_size<T>);
                 numbers.over_runs<T>([&](std::ptrdiff_t k, const std::ptrdiff_t* plane) {
                     pack<T> square[pack_size<T>];
                     TARNM_DETAIL_UNROLL for (std::ptrdiff_t j = 0; j < pack_size<T>; ++j) square[j] =
                         source.at(plane[j], i);
-                    exchange_sides(square);
-                    TARNM_DETAIL_UNROLL for (std::ptrdiff_t l = 0; l < pack_size<T>; ++l)
-                        store_pack<T>(places.first[l] + k * std::ptrdiff_t{sizeof(T)}, square[l]);
+                    store_run<kind>(places.start, k * std::ptrdiff_t{sizeof(T)}, square);
                 });
                 continue;
             }
@@ -292,7 +170,7 @@ void write_planes(const View& view, const planes<T>& source, const Columns& colu
                     const T* const place = source.plane(r * columns + column_of(c)) + i * pack_size<T>;
                     // Backwards: the first object is written last where others repeat its place.
                     TARNM_DETAIL_UNROLL for (std::ptrdiff_t l = pack_size<T> - 1; l >= 0; --l)
-                        store(reinterpret_cast<T*>(places.first[l] + offset), place[l]);
+                        store(reinterpret_cast<T*>(places.start[l] + offset), place[l]);
                 }
         }
     }
