@@ -97,12 +97,17 @@ def of_points(threads=None, copy=True):
     ]
 
 
-@pytest.mark.parametrize("which", range(6))
-def test_points_in_any_place(which):
-    function, size = of_points(copy=False)[which]
-    copying, _ = of_points()[which]
+@pytest.fixture(params=range(6))
+def points(request):
+    """One of these functions without copies and with them, the elements of a result, points, and their results."""
+    function, size = of_points(copy=False)[request.param]
+    copying, _ = of_points()[request.param]
     v = single(6, 4, 3)
-    expected = function(v)
+    return function, copying, size, v, function(v)
+
+
+def test_points_in_any_place(points):
+    function, copying, size, v, expected = points
     for lying in (v[:, :1], v[:1], v[2], v[2, 1], v[::2, 1], v[2:]):
         result = function(lying)
         assert result.shape == lying.shape[:-1] + (size,)
@@ -117,12 +122,8 @@ def test_points_in_any_place(which):
         numpy.testing.assert_array_equal(copying(lying), function(lying.copy()))
 
 
-@pytest.mark.parametrize("which", range(6))
-def test_results_of_points_in_any_place(which):
-    function, size = of_points(copy=False)[which]
-    copying, _ = of_points()[which]
-    v = single(6, 4, 3)
-    expected = function(v)
+def test_results_of_points_in_any_place(points):
+    function, copying, size, v, expected = points
     wide = numpy.zeros((6, 4, 7), SINGLE)
     for out in (numpy.zeros((6, 4, size), SINGLE), wide[..., 2 : 2 + size]):
         assert function(v, out=out) is out
@@ -135,11 +136,11 @@ def test_results_of_points_in_any_place(which):
         numpy.testing.assert_array_equal(out, expected)
     # Into the memory of points that are read later: from a copy of them.
     room = numpy.zeros(6 * 4 * 4 + 8, SINGLE)
-    points, out = room[: 6 * 4 * 3].reshape(6, 4, 3), room[8 : 8 + 6 * 4 * size].reshape(6, 4, size)
-    points[...] = v
+    source, out = room[: 6 * 4 * 3].reshape(6, 4, 3), room[8 : 8 + 6 * 4 * size].reshape(6, 4, size)
+    source[...] = v
     with pytest.raises(ValueError, match="shares memory with out"):
-        function(points, out=out)
-    numpy.testing.assert_array_equal(copying(points, out=out), expected)
+        function(source, out=out)
+    numpy.testing.assert_array_equal(copying(source, out=out), expected)
 
 
 @pytest.mark.parametrize("which", range(6))

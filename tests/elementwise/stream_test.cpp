@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "support/thread_count.h"
+#include "support/typed_member.h"
 #include "tarnm/tarnm.h"
 
 namespace tarnm::test {
@@ -52,18 +53,12 @@ private:
     std::vector<char> bytes;
 };
 
-template <class T> struct Members;
-template <> struct Members<float> {
-    static constexpr auto addArrays = tarnmAdd_vava_32f, subtractArrays = tarnmSub_vava_32f;
-    static constexpr auto subtractOne = tarnmSub_vav_32f;
-    static constexpr auto subtractFromOne = tarnmSub_vva_32f;
-    static constexpr auto multiply = tarnmMul_vac_32f;
-};
-template <> struct Members<double> {
-    static constexpr auto addArrays = tarnmAdd_vava_64f, subtractArrays = tarnmSub_vava_64f;
-    static constexpr auto subtractOne = tarnmSub_vav_64f;
-    static constexpr auto subtractFromOne = tarnmSub_vva_64f;
-    static constexpr auto multiply = tarnmMul_vac_64f;
+template <class T> struct Members {
+    static constexpr auto addArrays = typedMember<operation::Add, code("vava"), T>;
+    static constexpr auto subtractArrays = typedMember<operation::Sub, code("vava"), T>;
+    static constexpr auto subtractOne = typedMember<operation::Sub, code("vav"), T>;
+    static constexpr auto subtractFromOne = typedMember<operation::Sub, code("vva"), T>;
+    static constexpr auto multiply = typedMember<operation::Mul, code("vac"), T>;
 };
 
 struct Shape {

@@ -7,8 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "support/typed_member.h"
 #include "tarnm/tarnm.h"
 
+namespace tarnm::test {
 namespace {
 
 float norm(const std::vector<float>& v)
@@ -102,21 +104,12 @@ TEST(DotProduct, OfAnObjectAloneAndInAnArrayHasTheSameBits)
     }
 }
 
-// The members of one element type.
-template <class T> struct Members;
-template <> struct Members<float> {
-    static constexpr auto dotOfArrays = tarnmDotProduct_vava_32f;
-    static constexpr auto dotWithOne = tarnmDotProduct_vav_32f;
-    static constexpr auto dot = tarnmDotProduct_vv_32f;
-    static constexpr auto norms = tarnmL2Norm_va_32f;
-    static constexpr auto norm = tarnmL2Norm_v_32f;
-};
-template <> struct Members<double> {
-    static constexpr auto dotOfArrays = tarnmDotProduct_vava_64f;
-    static constexpr auto dotWithOne = tarnmDotProduct_vav_64f;
-    static constexpr auto dot = tarnmDotProduct_vv_64f;
-    static constexpr auto norms = tarnmL2Norm_va_64f;
-    static constexpr auto norm = tarnmL2Norm_v_64f;
+template <class T> struct Members {
+    static constexpr auto dotOfArrays = typedMember<operation::DotProduct, code("vava"), T>;
+    static constexpr auto dotWithOne = typedMember<operation::DotProduct, code("vav"), T>;
+    static constexpr auto dot = typedMember<operation::DotProduct, code("vv"), T>;
+    static constexpr auto norms = typedMember<operation::L2Norm, code("va"), T>;
+    static constexpr auto norm = typedMember<operation::L2Norm, code("v"), T>;
 };
 
 template <class T> class LongVectors : public testing::Test {};
@@ -172,3 +165,4 @@ TYPED_TEST(LongVectors, InAnArrayHaveTheBitsOfEachAlone)
 }
 
 } // namespace
+} // namespace tarnm::test
