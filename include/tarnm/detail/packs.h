@@ -71,7 +71,8 @@ template <class Kind> TARNM_DETAIL_INLINE void store_pack(void* place, const typ
 
 // ---- runs of elements
 
-// Where objects begin: those of a view from number `first` on, as many as are live; a place without an object repeats the first.
+// Where objects begin: those of a view from number `first` on, as many as are live. The places without an object repeat the
+// first one.
 template <class Kind, class View> struct pack_places {
     using byte = std::conditional_t<std::is_const_v<typename View::element_type>, const std::byte, std::byte>;
 
@@ -145,7 +146,8 @@ TARNM_DETAIL_INLINE void store_pieces(std::byte* const* start, std::ptrdiff_t of
     }
 }
 
-// As many neighbouring elements of each object as there are packs, from `offset` bytes behind its beginning on.
+// As many neighbouring elements of each object as there are packs, from `offset` bytes behind its beginning on. A run is no
+// longer than a pack.
 template <class Kind, std::size_t length>
 TARNM_DETAIL_INLINE void load_run(const std::byte* const* start, std::ptrdiff_t offset,
                                   typename Kind::numbers (&run)[length])
