@@ -2,7 +2,8 @@
 //
 //   loadBlock, storeBlock        the objects first .. first + live - 1 of an array view <-> V a[R][C], V a[L] or V a
 //   source, result               an operand of a call: an array view with the shape of its objects
-//   forEachBlock                 runs a kernel over the objects of a call
+//   forEachBlock, forEachBlockOf, forEachPackedBlockOf
+//                                run a kernel over the objects of a call
 //
 // Lane l of a block holds object first + l. The same functions serve scalars (V = float or double), where a block is
 // one object.
@@ -874,20 +875,27 @@ template <class T, class Kernel, class... Operands>
     }(Block<T, Operands>(operands)...);
 }
 
-// An operand that is packed, if it is, and is known to be from then on. Others stay what they are.
-template <class SomeOperand> struct PackedOperand {
-    static constexpr bool exists = false;
-};
-template <Access access, class Object, int R, int C>
-requires Object::isDense struct PackedOperand<Operand<access, ObjectArray<Object>, R, C>> {
-    using Array = ObjectArray<Object>;
-    static constexpr bool exists = true;
-    static bool holds(const Operand<access, Array, R, C>& operand) { return isPacked(operand.array, R, C); }
-    static auto of(const Operand<access, Array, R, C>& operand)
-    {
-        return Operand<access, Packed<Array>, R, C>{{operand.array}};
-    }
-};
+template <int... extents> struct ShapeOf;
+template <int L> struct ShapeOf<L> : Shape<1, L> {};
+template <int R, int C> struct ShapeOf<R, C> : Shape<R, C> {};
+
+template <class SomeOperand> inline constexpr bool canBePacked = false;
+template <Access access, class Object, int extent, int... extents>
+inline constexpr bool canBePacked<Operand<access, ObjectArray<Object>, extent, extents...>> =
+    isDense<ObjectArray<Object>>;
+
+template <Access access, class Array, int... extents>
+bool isPackedOperand(const Operand<access, Array, extents...>& operand)
+{
+    return isPacked(operand.array, ShapeOf<extents...>::rows, ShapeOf<extents...>::columns);
+}
+
+// The same operand, of which it is known from then on.
+template <Access access, class Array, int... extents>
+Operand<access, Packed<Array>, extents...> packedOperand(const Operand<access, Array, extents...>& operand)
+{
+    return {{operand.array}};
+}
 
 template <class SomeOperand> struct OperandTraits;
 template <Access access, class Array, int... extents> struct OperandTraits<Operand<access, Array, extents...>> {
@@ -921,6 +929,16 @@ inline std::int32_t forEachBlockOf(Place place, const Kernel& kernel, const Oper
         return place.count;
     };
     return run(blocks::Block<V, Operands>(operands)...);
+}
+
+// The same, with a loop of its own for operands that are all packed, in which nothing is asked of strides.
+template <class V, class Kernel, class... Operands>
+inline std::int32_t forEachPackedBlockOf(Place place, const Kernel& kernel, const Operands&... operands)
+{
+    if constexpr ((blocks::canBePacked<Operands> && ...))
+        if ((blocks::isPackedOperand(operands) && ...))
+            return forEachBlockOf<V>(place, kernel, blocks::packedOperand(operands)...);
+    return forEachBlockOf<V>(place, kernel, operands...);
 }
 
 template <class Kernel, class FirstOperand, class... Operands>

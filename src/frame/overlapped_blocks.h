@@ -2,6 +2,8 @@
 //
 //   forEachOverlappedBlockOf    as forEachBlockOf, for kernels in two steps
 //
+// Packed objects only: where strides have to be asked for, that is what takes the time, and the blocks go one by one.
+//
 // Where a kernel waits for a long operation between its operands and its results - a division, say - the instructions
 // that wait fill the processor's window before those of the next block come into it. In this order they find what they
 // need. The cut is best where few values are alive.
@@ -21,9 +23,11 @@ namespace blocks {
 
 // Runs the whole blocks between `first` and `end` up to the first that fails, and returns where that or the rest begins.
 template <class V, class Kernel, class Source, class Result>
-TARNM_INLINE std::int32_t overlappedBlocks(std::int32_t first, std::int32_t end, const Kernel& kernel,
-                                           Block<V, Source> source, Block<V, Result> result)
+std::int32_t overlappedBlocks(std::int32_t first, std::int32_t end, const Kernel& kernel, const Source& from,
+                              const Result& to)
 {
+    Block<V, Source> source(from);
+    Block<V, Result> result(to);
     constexpr int N = lane_count_v<V>;
     typename Kernel::template State<V> state;
     source.read(first, N);
@@ -53,15 +57,9 @@ inline std::int32_t forEachOverlappedBlockOf(Place place, const Kernel& kernel, 
     using namespace blocks;
     const std::int32_t end = place.first + place.count;
     std::int32_t reached = place.first;
-    const auto run = [&](const auto& from, const auto& to) {
-        return overlappedBlocks<V>(place.first, end, kernel, Block<V, std::remove_cvref_t<decltype(from)>>(from),
-                                   Block<V, std::remove_cvref_t<decltype(to)>>(to));
-    };
-    if constexpr (PackedOperand<Source>::exists && PackedOperand<Result>::exists) {
-        if (place.count >= lane_count_v<V> && PackedOperand<Source>::holds(source) &&
-            PackedOperand<Result>::holds(result))
-            reached = run(PackedOperand<Source>::of(source), PackedOperand<Result>::of(result));
-    }
+    if constexpr (canBePacked<Source> && canBePacked<Result>)
+        if (place.count >= lane_count_v<V> && isPackedOperand(source) && isPackedOperand(result))
+            reached = overlappedBlocks<V>(place.first, end, kernel, packedOperand(source), packedOperand(result));
     if (reached == end) return place.count;
     return reached - place.first + forEachBlockOf<V>({reached, end - reached, place.total}, kernel, source, result);
 }

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "products/one_product.h"
+#include "products/packed.h"
 #include "products/planes.h"
 #include "products/side_by_side.h"
 #include "products/triples.h"
@@ -78,7 +79,7 @@ template <int n, class A, class B, class D> void multiplyDense(const A& a, const
         if (haveRowsSideBySide(a) && haveRowsSideBySide(d)) return multiplySideBySide(a, b, d, place);
     if constexpr (n == 3)
         if (multipliedAsTriples(a, b, d, place)) return;
-    multiplyByRows<n>(a, b, d, place);
+    onPackedViews<n>([&](const auto&... operands) { multiplyByRows<n>(operands..., place); }, a, b, d);
 }
 
 template <ProductPlan plan, int n, class A, class B, class D>
@@ -113,7 +114,7 @@ bool multipliedByRows(const A& a, const B& b, const D& d, Extents extents, Place
     constexpr int shortestLanes = 2 * inner_lane_count<typename D::ObjectView::Element>;
     if constexpr (isDense<D> && (plan.sum != Sum::innerLanes || n < shortestLanes))
         if (extents.rows == n && extents.columns == n && extents.inner == n) {
-            multiplyByRowsFromZero<n>(a, b, d, place);
+            onPackedViews<n>([&](const auto&... operands) { multiplyByRowsFromZero<n>(operands..., place); }, a, b, d);
             return true;
         }
     return false;

@@ -13,6 +13,7 @@
 #pragma once
 
 #include "frame/blocks.h"
+#include "frame/fetch.h"
 #include "frame/partial.h"
 #include "products/row_case.h"
 
@@ -69,8 +70,8 @@ template <class T, int n> struct Row {
     }
 };
 
-template <class T, int n>
-TARNM_INLINE void loadRows(Row<T, n> (&rows)[n], const StridedMatrix<const T, Spacing::dense>& m)
+template <class T, int n, class Matrix>
+requires Matrix::isDense TARNM_INLINE void loadRows(Row<T, n> (&rows)[n], const Matrix& m)
 {
     TARNM_UNROLL
     for (int k = 0; k < n; ++k)
@@ -141,8 +142,7 @@ template <class T, int n, class Matrix> TARNM_INLINE void loadShortColumns(Row<T
         columns[k].part[0] = taken[k];
 }
 
-template <class T, int n>
-TARNM_INLINE void loadRows(Row<T, n> (&rows)[n], const Transposed<StridedMatrix<const T, Spacing::dense>>& m)
+template <class T, int n, class Matrix> TARNM_INLINE void loadRows(Row<T, n> (&rows)[n], const Transposed<Matrix>& m)
 {
     if constexpr (n < blocks::pieceLength<typename Row<T, n>::V>)
         loadShortColumns(rows, m.stored);
@@ -172,7 +172,37 @@ template <int n, class A, class B, class D> void multiplyByRows(const A a, const
     }
 }
 
-// Row by row and not block by block: rows of sums are independent of each other, and the processor overlaps them.
+template <int n, bool forWriting, class Matrix> TARNM_INLINE void fetchRow(const Matrix& m, int i)
+{
+    constexpr std::ptrdiff_t bytes = n * sizeof(typename Matrix::Element);
+    TARNM_UNROLL
+    for (std::ptrdiff_t line = 0; line < bytes; line += lineBytes)
+        fetchLine<forWriting>(moved(m.address(i, 0), line));
+}
+template <int n, bool forWriting, class Matrix> TARNM_INLINE void fetchRow(const Transposed<Matrix>& m, int i)
+{
+    fetchRow<n, forWriting>(m.stored, i);
+}
+
+// Row i of the object behind one, as stored.
+template <int n, bool forWriting, class Array>
+TARNM_INLINE void fetchRowOfNext(const Array& array, std::ptrdiff_t o, int i)
+{
+    if constexpr (isObjectArray<Array>) fetchRow<n, forWriting>(array[o + 1], i);
+}
+
+template <int n, class Matrix, class R> TARNM_INLINE R rowFromZero(const Matrix& x, const R (&rows)[n], int i)
+{
+    using T = typename Matrix::Element;
+    R sum(T(0));
+    TARNM_UNROLL
+    for (int k = 0; k < n; ++k)
+        sum = sum + R(x(i, k)) * rows[k];
+    return sum;
+}
+
+// Row by row and not block by block: rows of sums are independent of each other, and the processor overlaps them. Objects
+// of order 16 have so many lines that a thousand of them come from behind the second level of the cache.
 template <int n, class A, class B, class D> void multiplyByRowsFromZero(const A a, const B b, const D d, Place place)
 {
     using T = typename D::ObjectView::Element;
@@ -183,12 +213,17 @@ template <int n, class A, class B, class D> void multiplyByRowsFromZero(const A 
         if constexpr (!B::isSingle) loadRows(rows, b[o]);
         const auto x = a[o];
         const auto z = d[o];
-        for (int i = 0; i < n; ++i) {
-            Row<T, n> sum(T(0));
+        if constexpr (n <= 8) {
             TARNM_UNROLL
-            for (int k = 0; k < n; ++k)
-                sum = sum + Row<T, n>(x(i, k)) * rows[k];
-            sum.storeTo(z.address(i, 0));
+            for (int i = 0; i < n; ++i)
+                rowFromZero(x, rows, i).storeTo(z.address(i, 0));
+        } else {
+            for (int i = 0; i < n; ++i) {
+                fetchRowOfNext<n, false>(a, o, i);
+                fetchRowOfNext<n, false>(b, o, i);
+                fetchRowOfNext<n, true>(d, o, i);
+                rowFromZero(x, rows, i).storeTo(z.address(i, 0));
+            }
         }
     }
 }

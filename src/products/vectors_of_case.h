@@ -21,6 +21,25 @@ template <int n, class Vectors> bool arePackedVectors(const Vectors& vectors)
         return std::is_same_v<Vectors, NoSummand>;
 }
 
+// Rows of an odd number of doubles fill no vectors of any width.
+template <class T, int n> inline constexpr bool hasRowsBesideVectors = sizeof(T) == sizeof(double) && n % 2 != 0;
+
+template <int n, RowGrouping grouping, class M, class X, class D>
+void multiplyVectorsInLanes(const M& m, const X& x, const D& d, Place place)
+{
+    using T = typename D::ObjectView::Element;
+    const auto kernel =
+        []<class V>(const V(&matrix)[n][n], const V(&vector)[n], V(&product)[n]) __attribute__((always_inline))
+    {
+        TARNM_UNROLL
+        for (int i = 0; i < n; ++i)
+            product[i] = rowOfCase<n, grouping>(
+                [&](int k) __attribute__((always_inline)) { return matrix[i][k]; },
+                [&](int k) __attribute__((always_inline)) { return vector[k]; });
+    };
+    forEachPackedBlockOf<narrow_lanes<T>>(place, kernel, source<n, n>(m), source<n>(x), result<n>(d));
+}
+
 template <int n, RowGrouping grouping, class M, class X, class U, class D>
 void multiplyDenseVectors(const M& m, const X& x, const U& u, const D& d, Place place)
 {
@@ -33,6 +52,9 @@ void multiplyDenseVectors(const M& m, const X& x, const U& u, const D& d, Place 
             if (arePackedVectors<n>(x) && arePackedVectors<n>(d) && arePackedVectors<n>(u))
                 place = multiplyTriples(m.object, x, u, d, place);
     }
+    if constexpr (hasRowsBesideVectors<T, n> && isDenseArray<M> && std::is_same_v<U, NoSummand>)
+        if (isPacked(m, n, n) && arePackedVectors<n>(x) && arePackedVectors<n>(d))
+            return multiplyVectorsInLanes<n, grouping>(m, x, d, place);
     multiplyVectorsByRows<n, grouping>(m, x, u, d, place);
 }
 
