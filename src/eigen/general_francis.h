@@ -169,6 +169,14 @@ template <int N> struct SinglePrecision<lanes<double, N>> {
     }
 };
 
+template <int N> struct SinglePrecision<Pair<lanes<double, N>>> {
+    using Half = SinglePrecision<lanes<double, N>>;
+    using Type = Pair<typename Half::Type>;
+
+    TARNM_INLINE Type operator()(Pair<lanes<double, N>> v) const { return {Half()(v.low), Half()(v.high)}; }
+    TARNM_INLINE Pair<lanes<double, N>> back(Type v) const { return {Half().back(v.low), Half().back(v.high)}; }
+};
+
 template <Aim aim, class V> TARNM_INLINE Shift<V> shiftOf(const Corner<V>& corner, mask_t<V> isExceptional)
 {
     using Rounded = std::conditional_t<aim == Aim::values, SamePrecision<V>, SinglePrecision<V>>;

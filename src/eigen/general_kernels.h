@@ -123,7 +123,7 @@ tarnmStatus vectorsOfObjects(const Array& source, ScalarArray<T> re, ScalarArray
     const auto inLanes = [&](std::ptrdiff_t first, int live, ObjectEnd& end) {
         LaneTile<T> tile;
         loadTile(source, first, live, order, tile);
-        if (!findSchurFormInLanes(tile, order)) return false;
+        if (!findSchurFormInLanes(tile, order, live)) return false;
         for (int l = 0; l < live && !end.endsCall; ++l) {
             storeValues(tile, l, order, values(first + l));
             unloadSchurForm(tile, l, work);
@@ -150,7 +150,7 @@ tarnmStatus generalValues(const Array& source, ScalarArray<T> re, ScalarArray<T>
     const auto inLanes = [&](std::ptrdiff_t first, int live, ObjectEnd&) {
         LaneTile<T> tile;
         loadTile(source, first, live, order, tile);
-        if (!findValuesInLanes(tile, order)) return false;
+        if (!findValuesInLanes(tile, order, live)) return false;
         for (int l = 0; l < live; ++l)
             storeValues(tile, l, order, values(first + l));
         return true;

@@ -10,7 +10,7 @@
 // scalar the masks hold wherever a body runs, and all of this folds away.
 #pragma once
 
-#include "frame/lanes.h"
+#include "eigen/pairs.h"
 
 namespace tarnm::general {
 
@@ -29,6 +29,9 @@ template <class V> struct IndexOf {
 template <class T, int N> struct IndexOf<lanes<T, N>> {
     using Type = lanes<T, N>; // small whole numbers are exact
 };
+template <class V> struct IndexOf<Pair<V>> {
+    using Type = Pair<V>;
+};
 template <class V> using Index = typename IndexOf<V>::Type;
 
 TARNM_INLINE int choose(bool condition, int a, int b) { return condition ? a : b; }
@@ -38,10 +41,16 @@ TARNM_INLINE lanes<T, N> choose(mask<T, N> condition, std::type_identity_t<lanes
 {
     return select(condition, a, b);
 }
+template <class M, class V>
+TARNM_INLINE Pair<V> choose(PairMask<M> condition, std::type_identity_t<Pair<V>> a, Pair<V> b)
+{
+    return select(condition, a, b);
+}
 
 // The lanes are not worth a closer look: masks keep them right.
 TARNM_INLINE int lowest(int index) { return index; }
 template <class T, int N> TARNM_INLINE int lowest(lanes<T, N>) { return 1; }
+template <class V> TARNM_INLINE int lowest(Pair<V>) { return 1; }
 
 TARNM_INLINE int highest(bool, int index) { return index; }
 template <class T, int N> TARNM_INLINE int highest(mask<T, N> taking, lanes<T, N> index)
@@ -52,17 +61,23 @@ template <class T, int N> TARNM_INLINE int highest(mask<T, N> taking, lanes<T, N
     return int(bound);
 }
 
+template <class M, class V> TARNM_INLINE int highest(PairMask<M> taking, Pair<V> index)
+{
+    const int low = highest(taking.low, index.low), high = highest(taking.high, index.high);
+    return low > high ? low : high;
+}
+
 // Calls body(k, lanes at k) for the positions k of `index` in first .. last.
 template <class Body> TARNM_INLINE void forEachPosition(bool taking, int index, int, int, Body&& body)
 {
     if (taking) body(index, true);
 }
 
-template <class T, int N, class Body>
-TARNM_INLINE void forEachPosition(mask<T, N> taking, lanes<T, N> index, int first, int last, Body&& body)
+template <Value V, class Body>
+TARNM_INLINE void forEachPosition(mask_t<V> taking, V index, int first, int last, Body&& body)
 {
     for (int k = first; k <= last; ++k) {
-        const mask<T, N> here = taking && index == lanes<T, N>(T(k));
+        const mask_t<V> here = taking && index == V(scalar_t<V>(k));
         if (any(here)) body(k, here);
     }
 }
@@ -70,6 +85,10 @@ TARNM_INLINE void forEachPosition(mask<T, N> taking, lanes<T, N> index, int firs
 template <class T>
 requires std::is_floating_point_v<T> TARNM_INLINE T onlyIn(bool, T value, T) { return value; }
 template <class T, int N> TARNM_INLINE lanes<T, N> onlyIn(mask<T, N> taking, lanes<T, N> value, lanes<T, N> old)
+{
+    return select(taking, value, old);
+}
+template <class M, class V> TARNM_INLINE Pair<V> onlyIn(PairMask<M> taking, Pair<V> value, Pair<V> old)
 {
     return select(taking, value, old);
 }

@@ -4,7 +4,7 @@
 //   inDouble              evaluates an expression of single precision values in double precision, rounded once
 #pragma once
 
-#include "frame/lanes.h"
+#include "eigen/pairs.h"
 
 namespace tarnm::general {
 
@@ -85,10 +85,19 @@ TARNM_INLINE lanes<float, N> inDouble(Expression expression, lanes<float, N> fir
                                     expression(precision::upperDoubles(first), precision::upperDoubles(more)...));
 }
 
+template <class Expression, class V, class... More>
+TARNM_INLINE Pair<V> inDouble(Expression expression, Pair<V> first, More... more);
+
 template <class Expression, int N, class... More>
 TARNM_INLINE lanes<double, N> inDouble(Expression expression, lanes<double, N> first, More... more)
 {
     return expression(first, more...);
+}
+
+template <class Expression, class V, class... More>
+TARNM_INLINE Pair<V> inDouble(Expression expression, Pair<V> first, More... more)
+{
+    return {inDouble(expression, first.low, more.low...), inDouble(expression, first.high, more.high...)};
 }
 
 } // namespace tarnm::general

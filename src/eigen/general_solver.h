@@ -82,7 +82,7 @@ inline constexpr int largestOrderInLanes = 8;
 
 // Lane l of value e belongs to object l.
 template <class T> struct alignas(64) LaneTile {
-    static constexpr int width = native_lane_count_v<T>;
+    static constexpr int width = 2 * native_lane_count_v<T>;
     static constexpr int elements = largestOrderInLanes * largestOrderInLanes;
 
     T matrix[elements][width];
@@ -94,9 +94,9 @@ template <class T> struct alignas(64) LaneTile {
 template <class T> tarnmStatus findValues(const Workspace<T>& work, const Values<T>& values);
 template <class T> tarnmStatus findSchurForm(const Workspace<T>& work, int matrices, const Values<T>& values);
 
-// Whether all lanes converged. Nothing is promised of the tile where one did not.
-template <class T> bool findValuesInLanes(LaneTile<T>& tile, int order);
-template <class T> bool findSchurFormInLanes(LaneTile<T>& tile, int order);
+// Whether all lanes converged, of which `live` hold objects. Nothing is promised of the tile where one did not.
+template <class T> bool findValuesInLanes(LaneTile<T>& tile, int order, int live);
+template <class T> bool findSchurFormInLanes(LaneTile<T>& tile, int order, int live);
 
 // From the Schur form in the workspace. Right vectors end in `vectors`, left ones too unless both are wanted: then they
 // end in `secondVectors`.
@@ -107,8 +107,8 @@ template <class T> PassEnd findVectors(const Workspace<T>& work, Sets sets, cons
     prefix template tarnmStatus findSchurForm<T>(const Workspace<T>&, int, const Values<T>&);                          \
     prefix template PassEnd findVectors<T>(const Workspace<T>&, Sets, const Values<T>&);
 #define TARNM_GENERAL_SOLVER_IN_LANES(prefix, T)                                                                       \
-    prefix template bool findValuesInLanes<T>(LaneTile<T>&, int);                                                      \
-    prefix template bool findSchurFormInLanes<T>(LaneTile<T>&, int);
+    prefix template bool findValuesInLanes<T>(LaneTile<T>&, int, int);                                                 \
+    prefix template bool findSchurFormInLanes<T>(LaneTile<T>&, int, int);
 
 TARNM_GENERAL_SOLVER(extern, float)
 TARNM_GENERAL_SOLVER(extern, double)

@@ -25,27 +25,37 @@ template <class V> struct LaneMatrices {
     V re[largestOrderInLanes], im[largestOrderInLanes], tau[largestOrderInLanes], work[largestOrderInLanes];
 };
 
-template <class V, class T> TARNM_INLINE void loadLanes(const T (*tile)[lane_count_v<V>], V* values, int count)
+// A tile is as wide as a pair of vectors; single ones are its first lanes.
+template <class V> using LanesOfTile = scalar_t<V>[LaneTile<scalar_t<V>>::width];
+
+template <class V> TARNM_INLINE void loadLanes(const LanesOfTile<V>* tile, V* values, int count)
 {
     for (int e = 0; e < count; ++e)
-        values[e] = load<V>(tile[e]);
+        if constexpr (isPair<V>) {
+            using Half = decltype(V::low);
+            values[e] = V(load<Half>(tile[e]), load<Half>(tile[e] + lane_count_v<Half>));
+        } else
+            values[e] = load<V>(tile[e]);
 }
 
-template <class V, class T> TARNM_INLINE void storeLanes(const V* values, T (*tile)[lane_count_v<V>], int count)
+template <class V> TARNM_INLINE void storeLanes(const V* values, LanesOfTile<V>* tile, int count)
 {
     for (int e = 0; e < count; ++e)
-        store(tile[e], values[e]);
+        if constexpr (isPair<V>) {
+            store(tile[e], values[e].low);
+            store(tile[e] + lane_count_v<decltype(V::low)>, values[e].high);
+        } else
+            store(tile[e], values[e]);
 }
 
-template <Aim aim, class T> bool iterateInLanes(LaneTile<T>& tile, int order)
+template <Aim aim, class V> bool iterateLanes(LaneTile<scalar_t<V>>& tile, int order)
 {
-    using V = native_lanes<T>;
     LaneMatrices<V> lanes;
     const ColumnMatrix<V> h{lanes.matrix, order}, z{lanes.vectors, order};
     V *tau = lanes.tau - 1, *work = lanes.work - 1;
     loadLanes(tile.matrix, lanes.matrix, order * order);
     for (int k = 0; k < order; ++k)
-        lanes.re[k] = lanes.im[k] = V(T(0));
+        lanes.re[k] = lanes.im[k] = V(scalar_t<V>(0));
 
     reduceToHessenberg(h, tau, work);
     if constexpr (aim == Aim::schurForm) formOrthogonalMatrix(h, tau, z);
@@ -61,16 +71,22 @@ template <Aim aim, class T> bool iterateInLanes(LaneTile<T>& tile, int order)
     return true;
 }
 
-} // namespace
-
-template <class T> bool findValuesInLanes(LaneTile<T>& tile, int order)
+template <Aim aim, class T> bool iterateTile(LaneTile<T>& tile, int order, int live)
 {
-    return iterateInLanes<Aim::values>(tile, order);
+    using V = native_lanes<T>;
+    return live > lane_count_v<V> ? iterateLanes<aim, Pair<V>>(tile, order) : iterateLanes<aim, V>(tile, order);
 }
 
-template <class T> bool findSchurFormInLanes(LaneTile<T>& tile, int order)
+} // namespace
+
+template <class T> bool findValuesInLanes(LaneTile<T>& tile, int order, int live)
 {
-    return iterateInLanes<Aim::schurForm>(tile, order);
+    return iterateTile<Aim::values>(tile, order, live);
+}
+
+template <class T> bool findSchurFormInLanes(LaneTile<T>& tile, int order, int live)
+{
+    return iterateTile<Aim::schurForm>(tile, order, live);
 }
 
 TARNM_GENERAL_SOLVER_IN_LANES(, float)

@@ -14,9 +14,11 @@
 
 #include <cstddef>
 
-#include "eigen/symmetric_pairs.h"
+#include "eigen/pairs.h"
 
 namespace tarnm::symmetric {
+
+using tarnm::select; // next to the overloads below, which would hide it
 
 TARNM_INLINE int select(bool m, int a, int b) { return m ? a : b; }
 

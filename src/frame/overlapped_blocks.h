@@ -23,8 +23,8 @@ namespace blocks {
 
 // Runs the whole blocks between `first` and `end` up to the first that fails, and returns where that or the rest begins.
 template <class V, class Kernel, class Source, class Result>
-std::int32_t overlappedBlocks(std::int32_t first, std::int32_t end, const Kernel& kernel, const Source& from,
-                              const Result& to)
+[[gnu::noinline]] std::int32_t overlappedBlocks(std::int32_t first, std::int32_t end, const Kernel& kernel,
+                                                const Source& from, const Result& to)
 {
     Block<V, Source> source(from);
     Block<V, Result> result(to);

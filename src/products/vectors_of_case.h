@@ -24,8 +24,9 @@ template <int n, class Vectors> bool arePackedVectors(const Vectors& vectors)
 // Rows of an odd number of doubles fill no vectors of any width.
 template <class T, int n> inline constexpr bool hasRowsBesideVectors = sizeof(T) == sizeof(double) && n % 2 != 0;
 
+// Out of line: a call with few objects takes no part in what lanes need.
 template <int n, RowGrouping grouping, class M, class X, class D>
-void multiplyVectorsInLanes(const M& m, const X& x, const D& d, Place place)
+[[gnu::noinline]] void multiplyVectorsInLanes(const M& m, const X& x, const D& d, Place place)
 {
     using T = typename D::ObjectView::Element;
     const auto kernel =
@@ -53,7 +54,8 @@ void multiplyDenseVectors(const M& m, const X& x, const U& u, const D& d, Place 
                 place = multiplyTriples(m.object, x, u, d, place);
     }
     if constexpr (hasRowsBesideVectors<T, n> && isDenseArray<M> && std::is_same_v<U, NoSummand>)
-        if (isPacked(m, n, n) && arePackedVectors<n>(x) && arePackedVectors<n>(d))
+        if (place.count >= narrow_lane_count_v<T> && isPacked(m, n, n) && arePackedVectors<n>(x) &&
+            arePackedVectors<n>(d))
             return multiplyVectorsInLanes<n, grouping>(m, x, d, place);
     multiplyVectorsByRows<n, grouping>(m, x, u, d, place);
 }

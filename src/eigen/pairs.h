@@ -1,9 +1,9 @@
 // Two vectors of lanes that run through a computation together.
 //
-//   Pair, PairMask    with the operations of lanes that the symmetric eigenproblem uses
+//   Pair, PairMask    with the operations of lanes that the eigenproblems use
 //   converted         between precisions, for single vectors too
 //
-// A chain of rotations is one long dependency of roots and quotients. Two of them side by side fill the time that one
+// A chain of rotations or reflectors is one long dependency of roots and quotients. Two of them side by side fill the time that one
 // of them waits. The compilers' own vectors of twice the machine's width do not serve: g++ 12 compares them element by
 // element.
 #pragma once
@@ -11,15 +11,6 @@
 #include "frame/precision.h"
 
 namespace tarnm {
-
-namespace symmetric {
-
-using tarnm::abs;
-using tarnm::all;
-using tarnm::any;
-using tarnm::none;
-using tarnm::select;
-using tarnm::sqrt;
 
 template <class M> struct PairMask {
     M low, high;
@@ -59,6 +50,8 @@ template <class V> struct Pair {
     TARNM_INLINE friend Pair operator*(Pair a, Pair b) { return {a.low * b.low, a.high * b.high}; }
     TARNM_INLINE friend Pair operator/(Pair a, Pair b) { return {a.low / b.low, a.high / b.high}; }
     TARNM_INLINE friend Pair operator-(Pair a) { return {-a.low, -a.high}; }
+    TARNM_INLINE Pair& operator+=(Pair b) { return *this = *this + b; }
+    TARNM_INLINE Pair& operator*=(Pair b) { return *this = *this * b; }
     TARNM_INLINE friend Mask operator<(Pair a, Pair b) { return {a.low < b.low, a.high < b.high}; }
     TARNM_INLINE friend Mask operator<=(Pair a, Pair b) { return {a.low <= b.low, a.high <= b.high}; }
     TARNM_INLINE friend Mask operator>(Pair a, Pair b) { return {a.low > b.low, a.high > b.high}; }
@@ -73,6 +66,8 @@ template <class M> TARNM_INLINE bool none(PairMask<M> m) { return none(m.low || 
 
 template <class V> TARNM_INLINE Pair<V> sqrt(Pair<V> v) { return {sqrt(v.low), sqrt(v.high)}; }
 template <class V> TARNM_INLINE Pair<V> abs(Pair<V> v) { return {abs(v.low), abs(v.high)}; }
+template <class V> TARNM_INLINE Pair<V> max(Pair<V> a, Pair<V> b) { return {max(a.low, b.low), max(a.high, b.high)}; }
+template <class V> TARNM_INLINE Pair<V> min(Pair<V> a, Pair<V> b) { return {min(a.low, b.low), min(a.high, b.high)}; }
 
 template <class M, class V> TARNM_INLINE Pair<V> select(PairMask<M> m, Pair<V> a, Pair<V> b)
 {
@@ -96,11 +91,9 @@ template <class To, class From> TARNM_INLINE To converted(From value)
         return To(convertedRaw<typename To::Raw>(value.raw));
 }
 
-} // namespace symmetric
-
-template <class V> struct ValueTraits<symmetric::Pair<V>> {
+template <class V> struct ValueTraits<Pair<V>> {
     using Scalar = scalar_t<V>;
-    using Mask = symmetric::PairMask<mask_t<V>>;
+    using Mask = PairMask<mask_t<V>>;
     static constexpr int laneCount = 2 * lane_count_v<V>;
 };
 
