@@ -16,10 +16,35 @@
 #pragma once
 
 #include "frame/blocks.h"
+#include "frame/fetch.h"
 
 namespace tarnm {
 
 namespace blocks {
+
+inline constexpr int blocksAhead = 2;
+
+template <bool forWriting, class PackedBlock>
+TARNM_INLINE void fetchBlock(const PackedBlock& block, std::ptrdiff_t first)
+{
+    constexpr std::ptrdiff_t bytes = sizeof(block.elements);
+    TARNM_UNROLL
+    for (std::ptrdiff_t line = 0; line < bytes; line += lineBytes)
+        fetchLine<forWriting>(moved(block.array[first].base, line));
+}
+
+// One of both: each costs as much as it gains where all is in the second level of the cache. The results are what takes
+// longer behind it; but the processor itself looks ahead less far in sources of many lines for each block.
+template <class SourceBlock, class ResultBlock>
+TARNM_INLINE void fetchSmallResultOrLargeSource(const SourceBlock& source, const ResultBlock& result,
+                                                std::ptrdiff_t first)
+{
+    constexpr bool isLarge = sizeof(source.elements) >= 16 * lineBytes;
+    if constexpr (isLarge)
+        fetchBlock<false>(source, first);
+    else
+        fetchBlock<true>(result, first);
+}
 
 // Runs the whole blocks between `first` and `end` up to the first that fails, and returns where that or the rest begins.
 template <class V, class Kernel, class Source, class Result>
@@ -36,6 +61,7 @@ template <class V, class Kernel, class Source, class Result>
     for (; isGood && first + 2 * N <= end; first += N) {
         typename Kernel::template State<V> next;
         source.read(first + N, N);
+        fetchSmallResultOrLargeSource(source, result, first + blocksAhead * N);
         isGood = !any(kernel.begin(source.argument(), next));
         kernel.finish(state, result.argument());
         result.write(first, N);

@@ -1,5 +1,8 @@
 // The last step of an inverse in closed form: the transposed minors with their signs, times the reciprocal of the
 // determinant.
+//
+//   scaledAdjugate    that step
+//   Adjugate          what it is made of
 #pragma once
 
 #include "frame/lanes.h"
@@ -23,5 +26,12 @@ template <int n, class V> TARNM_INLINE void scaledAdjugate(const V (&minors)[n][
             x[j][i] = (V(0) - minors[i][j]) * reciprocal;
     }
 }
+
+// An inverse on its way.
+template <int n, class V> struct Adjugate {
+    V minors[n][n], reciprocal;
+
+    TARNM_INLINE void scaleTo(V (&x)[n][n]) const { scaledAdjugate(minors, reciprocal, x); }
+};
 
 } // namespace tarnm

@@ -1,8 +1,7 @@
 // Inverses in closed form: the adjugate over the determinant.
 //
-//   beginInverse3, finishInverse3
-//                      order 3 in two steps, by a true division or by the refined reciprocal
-//   closedInverse      orders 4 to 6 by a true division
+//   beginInverse3      order 3 up to the reciprocal of the determinant, by a true division or refined
+//   longClosedInverse  orders 5 and 6 by a true division; order 4 stands in closed_inverse4.h
 //   refinedInverse     order 4 in single precision by the refined reciprocal
 //   refinedInverse4    the same with the determinant
 //
@@ -31,13 +30,8 @@ template <class V> TARNM_INLINE V minors3(const V (&a)[3][3], V (&minors)[3][3])
     return (minors[2][0] * a[2][0] - minors[1][0] * a[1][0]) + minors[0][0] * a[0][0];
 }
 
-// The inverse of order 3 on its way: all that is left to do is to scale.
-template <class V> struct Adjugate3 {
-    V minors[3][3], reciprocal;
-};
-
 template <bool isRefined, class V>
-TARNM_INLINE mask_t<V> beginInverse3(const V (&a)[3][3], V tolerance, Adjugate3<V>& adjugate)
+TARNM_INLINE mask_t<V> beginInverse3(const V (&a)[3][3], V tolerance, Adjugate<3, V>& adjugate)
 {
     const V determinant = minors3(a, adjugate.minors);
     if constexpr (isRefined)
@@ -47,21 +41,8 @@ TARNM_INLINE mask_t<V> beginInverse3(const V (&a)[3][3], V tolerance, Adjugate3<
     return tolerance > abs(determinant);
 }
 
-template <class V> TARNM_INLINE void finishInverse3(const Adjugate3<V>& adjugate, V (&x)[3][3])
-{
-    scaledAdjugate(adjugate.minors, adjugate.reciprocal, x);
-}
-
 // Orders 5 and 6 are long and stand in a source of their own, for one object and for native lanes.
 template <int n, class V> mask_t<V> longClosedInverse(const V (&a)[n][n], V tolerance, V (&x)[n][n]);
-
-template <int n, class V> TARNM_INLINE mask_t<V> closedInverse(const V (&a)[n][n], V tolerance, V (&x)[n][n])
-{
-    if constexpr (n == 4)
-        return closedInverse4(a, tolerance, x);
-    else
-        return longClosedInverse(a, tolerance, x);
-}
 
 // The cofactors of one column, with their signs: sums of products of three elements, those of the even permutations of
 // three rows less those of the odd ones. Elements of `second` and `third` are multiplied first. An exchange of these two

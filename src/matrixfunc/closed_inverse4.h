@@ -1,6 +1,7 @@
 // The inverse of a 4x4 matrix in closed form.
 //
-//   closedInverse4     adjugate over determinant, for a scalar or for objects in lanes
+//   beginInverse4      up to the reciprocal of the determinant, for a scalar or for objects in lanes
+//   closedInverse4     the whole
 //
 // Cofactors are built up from the 2x2 minors of two columns; the determinant is the expansion along the first column.
 // Every operation rounds to the element type, and the one division is that of the reciprocal.
@@ -10,9 +11,9 @@
 
 namespace tarnm {
 
-// Returns the lanes whose determinant is smaller in magnitude than `tolerance`. In these x is not to be used. A
-// determinant equal to the tolerance passes, and so does NaN.
-template <class V> TARNM_INLINE mask_t<V> closedInverse4(const V (&a)[4][4], V tolerance, V (&x)[4][4])
+// Returns the lanes whose determinant is smaller in magnitude than `tolerance`. In these the adjugate is not to be used.
+// A determinant equal to the tolerance passes, and so does NaN.
+template <class V> TARNM_INLINE mask_t<V> beginInverse4(const V (&a)[4][4], V tolerance, Adjugate<4, V>& adjugate)
 {
     // Minors of the rows r < s: of columns 2 and 3, of columns 0 and 1.
     V right[4][4], left[4][4];
@@ -25,7 +26,7 @@ template <class V> TARNM_INLINE mask_t<V> closedInverse4(const V (&a)[4][4], V t
     }
 
     // minors[i][j]: the 3x3 minor without row i and column j.
-    V minors[4][4];
+    auto& minors = adjugate.minors;
     TARNM_UNROLL
     for (int i = 0; i < 4; ++i) {
         const int p = i == 0 ? 1 : 0, q = i <= 1 ? 2 : 1, r = i <= 2 ? 3 : 2;
@@ -41,8 +42,16 @@ template <class V> TARNM_INLINE mask_t<V> closedInverse4(const V (&a)[4][4], V t
 
     const V determinant =
         ((a[0][0] * minors[0][0] - a[1][0] * minors[1][0]) + a[2][0] * minors[2][0]) - a[3][0] * minors[3][0];
-    scaledAdjugate(minors, V(1) / determinant, x);
+    adjugate.reciprocal = V(1) / determinant;
     return tolerance > abs(determinant);
+}
+
+template <class V> TARNM_INLINE mask_t<V> closedInverse4(const V (&a)[4][4], V tolerance, V (&x)[4][4])
+{
+    Adjugate<4, V> adjugate;
+    const mask_t<V> failed = beginInverse4(a, tolerance, adjugate);
+    adjugate.scaleTo(x);
+    return failed;
 }
 
 } // namespace tarnm

@@ -45,11 +45,13 @@ template <class T, Path path, int order> constexpr T toleranceOf()
 }
 
 template <Form form, class T, Path path, int order> struct Kernel {
+    static constexpr bool isInTwoSteps = false;
+
     template <class V> TARNM_INLINE mask_t<V> operator()(const V (&a)[order][order], V (&x)[order][order]) const
     {
         const V tolerance = toleranceOf<T, path, order>();
         if constexpr (form == Form::closed)
-            return closedInverse(a, tolerance, x);
+            return longClosedInverse(a, tolerance, x);
         else if constexpr (form == Form::refined)
             return refinedInverse(a, tolerance, x);
         else
@@ -57,17 +59,26 @@ template <Form form, class T, Path path, int order> struct Kernel {
     }
 };
 
-// Order 3 moves more than it computes and waits for one division.
-template <Form form, class T, Path path> struct Kernel<form, T, path, 3> {
-    template <class V> using State = Adjugate3<V>;
+// Orders 3 and 4 wait for one division as long as they compute.
+template <Form form, int order> inline constexpr bool waitsLong = order == 3 || (order == 4 && form == Form::closed);
 
-    template <class V> TARNM_INLINE mask_t<V> begin(const V (&a)[3][3], State<V>& state) const
+template <Form form, class T, Path path, int order>
+requires waitsLong<form, order>
+struct Kernel<form, T, path, order> {
+    static constexpr bool isInTwoSteps = true;
+    template <class V> using State = Adjugate<order, V>;
+
+    template <class V> TARNM_INLINE mask_t<V> begin(const V (&a)[order][order], State<V>& state) const
     {
-        return beginInverse3<form == Form::refined>(a, V(toleranceOf<T, path, 3>()), state);
+        const V tolerance = toleranceOf<T, path, order>();
+        if constexpr (order == 3)
+            return beginInverse3<form == Form::refined>(a, tolerance, state);
+        else
+            return beginInverse4(a, tolerance, state);
     }
-    template <class V> TARNM_INLINE void finish(const State<V>& state, V (&x)[3][3]) const { finishInverse3(state, x); }
+    template <class V> TARNM_INLINE void finish(const State<V>& state, V (&x)[order][order]) const { state.scaleTo(x); }
 
-    template <class V> TARNM_INLINE mask_t<V> operator()(const V (&a)[3][3], V (&x)[3][3]) const
+    template <class V> TARNM_INLINE mask_t<V> operator()(const V (&a)[order][order], V (&x)[order][order]) const
     {
         State<V> state;
         const mask_t<V> failed = begin(a, state);
@@ -89,7 +100,7 @@ std::int32_t invertObjects(const S& from, const D& to, Place place, const Kernel
         return forEachGatheredBlock<V, order>(place, kernel, from, to);
     else if constexpr (together > 1)
         return forEachGroupedBlockOf<V, together>(place, kernel, sources, results);
-    else if constexpr (order == 3 && !S::isSingle)
+    else if constexpr (Kernel::isInTwoSteps && !S::isSingle)
         return forEachOverlappedBlockOf<V>(place, kernel, sources, results);
     else
         return forEachBlockOf<V>(place, kernel, sources, results);
