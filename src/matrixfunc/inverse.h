@@ -143,6 +143,23 @@ template <class Source, class Result> tarnmStatus invertByRows(const Source& fro
     return StatusOk;
 }
 
+// What moves blocks takes longer than the inverse of one object of these orders: a copy of an operand that has just been
+// written waits for the cache.
+template <int order, class Kernel, class Source, class Result>
+[[gnu::noinline]] tarnmStatus invertAlone(const Source from, const Result to, Kernel kernel)
+{
+    using T = typename Result::Element;
+    T a[order][order], x[order][order];
+    TARNM_UNROLL
+    for (int i = 0; i < order * order; ++i)
+        a[i / order][i % order] = from(i / order, i % order);
+    if (kernel(a, x)) return StatusSingular;
+    TARNM_UNROLL
+    for (int i = 0; i < order * order; ++i)
+        to.set(i / order, i % order, x[i / order][i % order]);
+    return StatusOk;
+}
+
 template <int order, Path path, Layout layout, class S, class D>
 tarnmStatus closedForms(const S& from, const D& to, Place place)
 {
@@ -152,6 +169,8 @@ tarnmStatus closedForms(const S& from, const D& to, Place place)
     constexpr Kernel<form, T, path, order> kernel;
     if constexpr (form == Form::refined && order == 4)
         if (place.total == 1) return invertByRows(from[0], to[0]);
+    if constexpr (isDense && kernel.isInTwoSteps)
+        if (place.count == 1) return invertAlone<order>(from[place.first], to[place.first], kernel);
     if constexpr (form == Form::refined && order == 4 && layout == Layout::standard && !S::isSingle)
         if (arePairs(from, to))
             return invertObjects<order, isDense, 2>(from, to, place, kernel) == place.count ? StatusOk : StatusSingular;
