@@ -3,9 +3,9 @@
 //   Pair, PairMask    with the operations of lanes that the eigenproblems use
 //   converted         between precisions, for single vectors too
 //
-// A chain of rotations or reflectors is one long dependency of roots and quotients. Two of them side by side fill the time that one
-// of them waits. The compilers' own vectors of twice the machine's width do not serve: g++ 12 compares them element by
-// element.
+// A chain of rotations or reflectors is one long dependency of roots and quotients. Two of them side by side fill the
+// time that one of them waits. The compilers' own vectors of twice the machine's width do not serve: g++ 12 compares them
+// element by element.
 #pragma once
 
 #include "frame/precision.h"
