@@ -85,9 +85,6 @@ TARNM_INLINE lanes<float, N> inDouble(Expression expression, lanes<float, N> fir
                                     expression(precision::upperDoubles(first), precision::upperDoubles(more)...));
 }
 
-template <class Expression, class V, class... More>
-TARNM_INLINE Pair<V> inDouble(Expression expression, Pair<V> first, More... more);
-
 template <class Expression, int N, class... More>
 TARNM_INLINE lanes<double, N> inDouble(Expression expression, lanes<double, N> first, More... more)
 {

@@ -2,7 +2,7 @@
 //
 //   forEachOverlappedBlockOf    as forEachBlockOf, for kernels in two steps
 //
-// Packed objects only: where strides have to be asked for, that is what takes the time, and the blocks go one by one.
+// Packed objects only: with strides that have to be asked for it gained little. The blocks of others go one by one.
 //
 // Where a kernel waits for a long operation between its operands and its results - a division, say - the instructions
 // that wait fill the processor's window before those of the next block come into it. In this order they find what they
@@ -33,8 +33,7 @@ TARNM_INLINE void fetchBlock(const PackedBlock& block, std::ptrdiff_t first)
         fetchLine<forWriting>(moved(block.array[first].base, line));
 }
 
-// One of both: each costs as much as it gains where all is in the second level of the cache. The results are what takes
-// longer behind it; but the processor itself looks ahead less far in sources of many lines for each block.
+// One of both, by measurement with 1000 and 100000 objects: 3x3 gains from its results, 4x4 from its sources.
 template <class SourceBlock, class ResultBlock>
 TARNM_INLINE void fetchSmallResultOrLargeSource(const SourceBlock& source, const ResultBlock& result,
                                                 std::ptrdiff_t first)

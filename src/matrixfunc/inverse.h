@@ -143,8 +143,7 @@ template <class Source, class Result> tarnmStatus invertByRows(const Source& fro
     return StatusOk;
 }
 
-// What moves blocks takes longer than the inverse of one object of these orders: a copy of an operand that has just been
-// written waits for the cache.
+// One object of these orders takes four times as long by way of blocks.
 template <int order, class Kernel, class Source, class Result>
 [[gnu::noinline]] tarnmStatus invertAlone(const Source from, const Result to, Kernel kernel)
 {

@@ -33,11 +33,10 @@ template <int objects> constexpr int byElements(int p) { return p % objects * 3 
 
 // Objects of 3x3 elements without gaps. Diagonals first, as they follow one another in memory, then element by element.
 // How many were done.
-template <class T, class D>
-std::int32_t tracesOfPacked3x3(const ObjectArray<StridedMatrix<T, Spacing::dense>>& from, const D& to, Place place)
+template <class S, class D> std::int32_t tracesOfPacked3x3(const S& from, const D& to, Place place)
 {
-    using V = native_lanes<std::remove_const_t<T>>;
-    if (from.objectStride != 9 * sizeof(T) || from.first.rowStride != 3 * sizeof(T)) return 0;
+    using V = native_lanes<typename S::ObjectView::Element>;
+    if (!isPacked(from, 3, 3)) return 0;
 
     std::int32_t done = 0;
     for (; done + V::size() <= place.count; done += V::size()) {
@@ -48,14 +47,12 @@ std::int32_t tracesOfPacked3x3(const ObjectArray<StridedMatrix<T, Spacing::dense
     return done;
 }
 
-template <class S, class D> std::int32_t tracesOfPacked3x3(const S&, const D&, Place) { return 0; }
-
 // The views by value: their members then stay in registers over the stores of results.
 template <int order, class S, class D> void tracesOfOrder(S from, D to, Place place)
 {
     std::ptrdiff_t n = place.first;
     // Doubles are no quicker that way.
-    if constexpr (rearrangesInVectors && order == 3 && sizeof(typename S::ObjectView::Element) == 4)
+    if constexpr (rearrangesInVectors && order == 3 && isDenseArray<S> && sizeof(typename S::ObjectView::Element) == 4)
         n += tracesOfPacked3x3(from, to, place);
     for (; n < std::ptrdiff_t(place.first) + place.count; ++n)
         to.set(n, traceOfOrder<order>(from[n]));
